@@ -1,0 +1,88 @@
+// host/console/report.h - what a person is told of a job: while it runs, and at its end.
+
+#ifndef FENWIRE_HOST_CONSOLE_REPORT_H
+#define FENWIRE_HOST_CONSOLE_REPORT_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace fenwire {
+
+// ---- While it runs ----------------------------------------------------------------------------
+
+struct InstanceSnapshot {
+    int instance = 0;
+    std::string state;        // "starting", "loading", "waiting", "finished", "failed"
+    std::string file;         // the file it reads now; empty: none
+    uint64_t file_bytes = 0;  // its size; 0: not known
+    uint64_t file_read = 0;   // how far it has read
+    uint64_t rows = 0;        // handed over so far
+};
+
+struct JobSnapshot {
+    std::string phase;  // "starting", "loading", "finishing"
+    double seconds = 0;
+    uint64_t total_bytes = 0;  // of all input files; 0: not known
+    uint64_t read_bytes = 0;   // finished files and what is read of the open ones
+    uint64_t rows = 0;
+    uint32_t files = 0, files_done = 0;
+    std::vector<InstanceSnapshot> instances;
+};
+
+enum class LineKind : uint8_t { Information = 3, Warning = 4, Error = 6 };
+
+// ---- At the end -------------------------------------------------------------------------------
+
+struct FileReport {
+    std::string name;
+    int instance = 0;
+    uint64_t records = 0, loaded = 0, refused = 0, skipped = 0;
+    uint64_t bytes = 0;
+    double seconds = 0;
+    bool finished = false;
+};
+
+struct InstanceReport {
+    int instance = 0;
+    int exit_code = 0;  // 0, 4, 8, 12
+    uint64_t rows = 0;
+    uint32_t files = 0;
+    uint64_t peak_memory = 0;  // bytes, resident
+    double cpu_seconds = 0;
+    std::string private_log;  // path; empty: none
+};
+
+struct JobReport {
+    std::string job;
+    std::string status;  // "loaded", "loaded with warnings", "failed", "interrupted"
+    int exit_code = 0;   // of the program
+    double seconds = 0;
+    std::vector<FileReport> files;
+    std::vector<InstanceReport> instances;
+    uint64_t read = 0, loaded = 0, refused = 0, skipped = 0, bytes = 0;
+    bool conserved = false;  // read = loaded + refused + skipped
+    std::string target;      // "sqlite orders.db, table orders"
+    std::string target_note;
+    std::string failure;  // why it failed, in one or a few lines
+    std::string log;      // path of the public log
+};
+
+enum class ProgressMode : uint8_t { Auto, Line, Off };
+
+// The person's side. Everything goes to standard error but for the JSON object.
+class Console {
+public:
+    virtual ~Console() = default;
+    virtual void Message(LineKind kind, const std::string &line) = 0;
+    virtual void Progress(const JobSnapshot &now) = 0;  // called about five times a second
+    virtual void Finish(const JobReport &report) = 0;
+};
+
+// json: Finish writes one object to standard output as well.
+std::unique_ptr<Console> MakeConsole(ProgressMode mode, bool json);
+
+}  // namespace fenwire
+
+#endif

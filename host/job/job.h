@@ -1,0 +1,81 @@
+// host/job/job.h - a job: what a checked job file says, with every default filled in.
+//
+//     Job job = LoadJob("load.toml", overrides);   // or JobError with all complaints
+//
+// The operator's attributes are kept as they were given, in the order of the file; what they mean is
+// the operator's business. The runner checks their names, kinds and ranges (attribute_catalogue.h).
+
+#ifndef FENWIRE_HOST_JOB_JOB_H
+#define FENWIRE_HOST_JOB_JOB_H
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "host/job/complaint.h"
+
+namespace fenwire {
+
+using SettingValue = std::variant<int64_t, bool, double, std::string, std::vector<std::string>>;
+
+// A key of [target] or [source], for the target's own table of keys.
+struct Setting {
+    std::string key;
+    SettingValue value;
+    SourcePosition at;
+};
+
+struct Attribute {
+    std::string name;                                                    // exactly as documented
+    std::variant<int32_t, std::string, std::vector<std::string>> value;  // a list: status 13
+    SourcePosition at;
+};
+
+enum class Role : uint8_t { Producer = 1, Consumer = 2 };
+
+struct Step {
+    Role role = Role::Producer;
+    int instances = 1;
+    std::vector<Attribute> attributes;
+    SourcePosition at;
+    // The text of an attribute, or fallback when it is absent or no text.
+    std::string Text(const std::string &name, const std::string &fallback = {}) const;
+};
+
+struct Column {
+    std::string name;
+    uint32_t type = 7;    // type code of the boundary
+    uint32_t length = 0;  // declared bytes
+    uint16_t precision = 0, scale = 0;
+    bool file_name = false;                   // the column takes the input file's name
+    std::string input_format, output_format;  // date formats; empty: none
+    std::string sql_type;                     // the target's type for it; empty: the target chooses
+    SourcePosition at;
+};
+
+struct Job {
+    std::filesystem::path file;    // the job file, absolute
+    std::filesystem::path folder;  // paths in the job count from here
+    std::filesystem::path state;   // folder/.fenwire/<name>
+    std::string name;
+    std::string charset = "UTF8";  // session character set
+    Step producer;
+    std::vector<Column> columns;
+    std::string target_type;
+    std::vector<Setting> target;
+    SourcePosition target_at;
+};
+
+// --set step.Name=value and --instances N. The text is read as TOML where that works, else as text.
+struct Override {
+    std::string step, name, value;
+};
+
+Job LoadJob(const std::filesystem::path &file, const std::vector<Override> &overrides = {});
+
+}  // namespace fenwire
+
+#endif

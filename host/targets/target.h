@@ -1,0 +1,77 @@
+// host/targets/target.h - where rows go.
+//
+// A target lives in a process of its own, the target process, and gets the rows of all instances
+// there, in batches. To add one: a class, and a row in kTargets (targets.cpp) with its name, its keys
+// and what it promises. docs/job-file.md and `fenwire list targets` are made from that table.
+
+#ifndef FENWIRE_HOST_TARGETS_TARGET_H
+#define FENWIRE_HOST_TARGETS_TARGET_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/job/job.h"
+#include "host/streams/row_record.h"
+
+namespace fenwire {
+
+// What a target can't do, in words for the job's user: what, where, and what would be right.
+class TargetError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct TargetReport {
+    uint64_t rows = 0;   // taken for good: counted when committed
+    uint64_t bytes = 0;  // of data
+    std::string note;    // one line for the summary, such as a checksum; may be empty
+};
+
+class Target {
+public:
+    virtual ~Target() = default;
+
+    // Looks whether the job could run, and changes nothing: the file opens, the table's columns fit.
+    virtual void Check() = 0;
+
+    // Opens and begins. Called in the target process.
+    virtual void Open() = 0;
+
+    // Rows of one instance, from 1, in their order. They are gone after the call.
+    virtual void Put(int instance, const RowBatch &rows) = 0;
+
+    // Makes everything that was put last. Called once, at the end of a good job.
+    virtual TargetReport Commit() = 0;
+
+    // Undoes what was put since Open, as far as the target can. Never throws.
+    virtual void Abort() noexcept = 0;
+};
+
+struct TargetKey {
+    const char *name;
+    const char *kind;  // "text", "path", "integer", "yes/no", "table"
+    bool required;
+    const char *about;
+};
+
+struct TargetKind {
+    const char *name;
+    const char *about;
+    std::span<const TargetKey> keys;
+    std::unique_ptr<Target> (*make)(
+        const Job &job);  // throws TargetError for settings that don't fit
+    // Complaints about the settings that need no opening; appended.
+    void (*check_settings)(const Job &job, std::vector<Complaint> &found);
+};
+
+std::span<const TargetKind> TargetKinds();
+const TargetKind *FindTargetKind(const std::string &name);  // null: there is none
+std::unique_ptr<Target> MakeTarget(const Job &job);
+
+}  // namespace fenwire
+
+#endif

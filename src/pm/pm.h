@@ -1,0 +1,111 @@
+// pm/pm.h - the access layer: handles on modules and files, records in and out.
+//
+// Calling order: pmInit, pmSetCharSet, pmAttach, then for each file pmOpen, any number of pmRead or
+// pmWrite, pmClose; at the end pmDetach and pmShutDown, both with mode 2. Every call answers a return
+// code, 0 to 56, whose words pmGetErrText knows. Nothing in here ends the job or issues a message but
+// where it says so: what a failure costs is the caller's decision.
+
+#ifndef FENWIRE_PM_PM_H
+#define FENWIRE_PM_PM_H
+
+#include <cstdint>
+
+using pmToken = uint32_t;  // of the memory manager; 0: none
+
+// The codes that callers act on. The others are failures with words.
+enum PmCode : int {
+    pmrcOk = 0,
+    pmrcBadHandle = 1,
+    pmrcBadParameter = 2,
+    pmrcNotFound = 4,
+    pmrcWriteOnly = 5,
+    pmrcReadOnly = 6,
+    pmrcBadFile = 7,
+    pmrcFilesOpen = 8,
+    pmrcEOF = 9,
+    pmrcMemory = 12,
+    pmrcBadFormat = 14,
+    pmrcDataFormat = 16,
+    pmrcOverflow = 17,
+    pmrcVersion = 18,
+    pmrcNameTooLong = 19,
+    pmrcPositionLength = 23,
+    pmrcUnsupported = 24,
+    pmrcNotInitialised = 26,
+    pmrcEmptyFile = 29,  // from pmOpen: a success, the file is open
+    pmrcText = 34,       // the text that pmSetErrTxt stored last
+    pmrcNoEOR = 35,      // the last record has no end-of-record mark
+    pmrcBlockTooLong = 36,
+    pmrcEndianConflict = 45,
+    pmrcCharsetConflict = 46,
+    pmrcSkipped = 48,
+    pmrcTimeOut = 55,
+    pmrcPipe = 56,
+};
+
+struct [[gnu::packed]] pmData {
+    uint32_t length;
+    const void *bytes;  // not zero-terminated
+};
+
+struct pmInitParms {
+    uint32_t TraceLvl;  // 1 to 5
+    const char *UtilityId;
+    uint16_t InterfaceVerNo;  // 3
+};
+
+struct [[gnu::packed]] pmAttachParms {
+    uint32_t NameLen;  // 0: the default module
+    const char *Name;
+    uint32_t InitStrLen;
+    const char *InitStr;
+};
+
+// A record: where it lies in the file's I/O buffer, until the next call on the file.
+struct pmRecord {
+    uint32_t DataLength;
+    uint8_t *Data;
+    uint16_t Reserved;
+    uint32_t RecCount;  // records read so far, this one included
+};
+
+struct HadoopParms;
+struct pmVersion {
+    char tag[32], version[32];
+    pmVersion *next;
+};
+
+int pmInit(const pmInitParms *parms);
+int pmAttach(const pmAttachParms *parms, uint32_t checkpoint_method, pmToken *handle);
+int pmOpen(uint16_t open_mode, bool parallel_master, uint32_t format, const HadoopParms *hadoop,
+           uint32_t buffer_size, uint32_t record_length, const char *name, pmToken handle,
+           const uint32_t *extra, pmToken *file);
+int pmRead(pmToken file, pmRecord *record);
+int pmWrite(pmToken file, const pmRecord *record);
+int pmFlush(pmToken file);
+int pmGetPos(pmToken file, uint32_t user_done, pmData *position);
+int pmRepos(pmToken file, const pmData *position);
+int pmClose(pmToken file);
+int pmDetach(pmToken handle, uint32_t mode);
+int pmShutDown(uint32_t mode);
+int pmGetErrText(int code, pmData *text);
+const char *pmErrorText(int code);  // the same as a zero-terminated text, valid until the next call
+void pmSetErrTxt(const char *text, uint32_t length);
+int pmGetID(pmToken handle, const pmVersion **first);
+int pmDiag(uint32_t request, const pmToken *handle);
+int pmTrace(uint32_t scope, const pmToken *handle, uint32_t level);
+void pmTraceMsg(uint32_t level, const char *text);
+
+// 0; 100: taken as single byte; 101: UCS-2; 102: a number above 255; 48: the name is too long.
+int pmSetCharSet(const char *name);
+
+// Closes and reports: a failure is a warning (19400 + code, then 19309, class 2), never an end.
+void Close_pmFile(pmToken file, const char *label);
+
+// Frees the text and character work buffers of this layer. May be called again.
+void fwfini();
+
+// The current file's name, record and position to the private log. which: -1.
+void DumpFileInfo(int32_t which);
+
+#endif

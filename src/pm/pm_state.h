@@ -1,0 +1,38 @@
+// pm/pm_state.h - what the access layer shares with the layers above it.
+
+#ifndef FENWIRE_PM_PM_STATE_H
+#define FENWIRE_PM_PM_STATE_H
+
+#include <cstdint>
+
+#include "pm/pm.h"
+
+// ---- Handles ----------------------------------------------------------------------------------
+// Writers: operator/access.cpp operator/end_of_file.cpp operator/terminate.cpp
+inline pmToken pmHandle = 0;  // the attached module
+inline pmToken pmfp = 0;      // the current data file
+inline uint32_t bIOviaAccessModule = 0;
+inline uint32_t bTakeAMcheckpoint = 1;
+
+// ---- Current record ---------------------------------------------------------------------------
+// Writers: rows/write_row.cpp rows/put_row.cpp rows/verdicts.cpp delimited/extract.cpp delimited/assemble.cpp delimited/scan_columns.h
+inline pmRecord pmBuffer = {};
+inline pmRecord pmBufferOrig = {};  // the record as it was read, for the record error file
+
+// ---- Character set ----------------------------------------------------------------------------
+// Writers: pm/char_sets.cpp pm/char_lengths.cpp delimited/extract.cpp delimited/scan_columns.h
+// A character-length function stores the bytes of the character and answers 1; it answers 0 when the
+// byte stands alone. It may read three bytes beyond the first.
+using CharLengthRoutine = int32_t (*)(const uint8_t *at, uint32_t *bytes);
+enum : int32_t { kFamilyOrdinary = 0, kFamilyUtf16 = 2, kFamilyUtf8 = 3 };
+int32_t CharLengthSingleByte(const uint8_t *at, uint32_t *bytes);
+inline CharLengthRoutine CharLengthFn = CharLengthSingleByte;
+inline int32_t CharSetFamily = kFamilyOrdinary;
+inline uint32_t UsingSingleByteCharSet = 1;
+inline uint32_t bUnsupportedCharacterSet = 0;
+inline char SG_CharsetName[32] = "";  // as established; the attribute's text is SG_CharSetName
+inline uint8_t badmbcs = 0;           // set by a length function: the character is malformed
+inline uint8_t fourByteUTF = 0;       // set by the UTF-16 function: a surrogate pair
+inline int32_t OptMBCerr = 1;         // 0 would switch the length functions off; nothing clears it
+
+#endif

@@ -1,0 +1,89 @@
+// tests/operator/messages_test.cpp - reports: logs, prefixes, exit code.
+
+#include <gtest/gtest.h>
+
+#include "operator/messages.h"
+#include "tests/support/fake_infrastructure.h"
+
+namespace {
+
+void OpenLogs(Fake &fake)
+{
+    SG_opHandle = fake.op();
+    fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, nullptr, 0, &Public_loghandle);
+    fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, "private", 0, &Private_loghandle);
+}
+
+}  // namespace
+
+TEST(Messages, ExitCodeIsRaisedOnceForEachHigherCode)
+{
+    Fake fake;
+    OpenLogs(fake);
+    EXPECT_EQ(MapStatus(PXSTC_NotFound), PXSTC_NotFound);
+    EXPECT_EQ(MapStatus(PXSTC_FatalError), PXSTC_FatalError);
+    EXPECT_EQ(MapStatus(PXSTC_NotFound), PXSTC_NotFound);
+    EXPECT_EQ(MapStatus(PXSTC_Length), PXSTC_Length);
+    EXPECT_EQ(fake.public_log, "19015(8) 19015(12) ");
+    EXPECT_EQ(fake.exit_code, 12);
+}
+
+TEST(Messages, RoutineNameIsCutAndPaddedToTwentyBytes)
+{
+    Fake fake;
+    OpenLogs(fake);
+    FW_Trace("ARoutineOfTwentyFiveBytes", TraceKind::Plain, "x");
+    EXPECT_EQ(fake.private_prefixes, "ARoutineOfTwentyFive-");
+    FW_Trace("Short", TraceKind::Error, "x");
+    EXPECT_EQ(fake.private_prefixes, "Short               - !ERROR! ");
+    bDisplayFuncName = 0;
+    FW_Trace("Short", TraceKind::Warning, "x");
+    EXPECT_EQ(fake.private_prefixes, "     WARNING! ");
+}
+
+TEST(Messages, FailingPrivateLogGoesToTheConsoleAndFailsNothing)
+{
+    Fake fake;
+    OpenLogs(fake);
+    fake.failing["PX_LogWrite"] = 54;
+    FW_ERROR("row %d", 7);
+    EXPECT_NE(fake.console.find("PX_LogWrite to Private log failed (rc=54).  Message 'row 7'."),
+              std::string::npos);
+    EXPECT_NE(fake.console.find("MACRO TRCELOG from"), std::string::npos);
+    EXPECT_EQ(fake.exit_code, 0);
+}
+
+TEST(Messages, WrongKindWordGivesBadHandleWithoutTheCall)
+{
+    Fake fake;
+    OpenLogs(fake);
+    fake.op()->kind = PX_KIND_LOG;
+    EXPECT_EQ(Service(fake.op(), &PxOperator::PX_DeleteGlobalVar, "DirInfo"), PXSTC_BadHandle);
+    EXPECT_TRUE(fake.calls.empty());
+    EXPECT_STREQ(PxStatusName(PXSTC_BadHandle), "Bad Handle");
+    EXPECT_STREQ(PxStatusName(71), "JumpPhase");
+    EXPECT_STREQ(PxStatusName(72), "Unknown Status");
+    EXPECT_STREQ(PxStatusName(-1), "Unknown Status");
+}
+
+TEST(Messages, AttributeFailuresBeforeThePublicLogGoToTheConsole)
+{
+    Fake fake;
+    SG_opHandle = fake.op();
+    EXPECT_EQ(FW_AttributeFatal<19201>("SYSTEM_OperatorType"), PXSTC_FatalError);
+    EXPECT_EQ(fake.console,
+              "FATAL_ERROR: FW_Initiate can't find required attribute SYSTEM_OperatorType\n");
+    EXPECT_EQ(fake.exit_code, 12);
+    ThisInstance = 2;
+    EXPECT_EQ(FW_AttributeFatal<19201>("SYSTEM_OperatorType"), PXSTC_FatalError);
+    EXPECT_EQ(fake.console.find("FATAL_ERROR", 1), std::string::npos);  // instance 1 alone speaks
+}
+
+TEST(Messages, LongBannerTextIsBrokenOverLinesOf74Columns)
+{
+    Fake fake;
+    OpenLogs(fake);
+    BoxLine("Test", 1, std::string(100, 'x').c_str());
+    EXPECT_EQ(fake.private_log, "=" + std::string(72, 'x') + "=\n=" + std::string(22, ' ') +
+                                    std::string(28, 'x') + std::string(22, ' ') + "=\n");
+}

@@ -1,0 +1,91 @@
+// tests/support/fake_infrastructure.h - the infrastructure as a unit test plays it, in one process.
+//
+//     Fake fake;                                   // an instance: producer 1 of 1
+//     fake.integer["SkipRows"] = 2;
+//     fake.text["FileName"] = "a.csv";
+//     PX_Initiate(fake.op(), 1);
+//     EXPECT_EQ(fake.public_log, "19201(FileName) 19015(12) ");
+//
+// A test is a process of its own, so nothing has to be put back.
+
+#ifndef FENWIRE_TESTS_SUPPORT_FAKE_INFRASTRUCTURE_H
+#define FENWIRE_TESTS_SUPPORT_FAKE_INFRASTRUCTURE_H
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fenwire/infrastructure.h"
+
+struct FakeColumn {
+    std::string name;
+    uint32_t type = 7;
+    uint32_t length = 10;
+    uint32_t metadata = 0;
+    uint16_t precision = 0, scale = 0;
+};
+
+class Fake {
+public:
+    Fake();  // with the attributes that every infrastructure supplies
+    ~Fake();
+    PxOperator *op() { return &handle_.object; }
+
+    // What the operator is given.
+    std::map<std::string, int32_t> integer;
+    std::map<std::string, std::string> text;
+    std::set<std::string> lists;              // attributes that answer 13
+    std::map<std::string, PxStatus> failing;  // service or "PX_GetAttribute:Name" -> its status
+    std::vector<FakeColumn> columns;
+    PxStatus put_row_status = PXSTC_Success;
+
+    // What the operator did.
+    std::string public_log;   // "19222(1,/in/a.csv) ": number and arguments without the leader
+    std::string last_leader;  // of the last public message
+    std::string private_log;  // lines without their prefix
+    std::string private_prefixes;
+    std::string console;
+    std::string private_log_name;
+    int exit_code = 0;
+    std::vector<std::string> rows;        // "a|NULL|c": the columns of each row that was put
+    std::vector<std::string> statistics;  // "125=0"
+    std::vector<PxFileCounts> file_counts;
+    std::map<std::string, std::vector<std::string>> globals;  // elements
+    std::vector<std::string> calls;  // every service but attribute reads, log writes and rows
+
+private:
+    struct Handle {
+        PxOperator object;
+        Fake *fake;
+    } handle_ = {};
+    struct SchemaHandle {
+        PxSchema object;
+        Fake *fake;
+    } schema_ = {};
+    struct LogHandle {
+        PxLog object;
+        Fake *fake;
+        bool is_private;
+    } public_ = {}, private_ = {};
+    struct ColumnHandle {
+        PxColumn object;
+        Fake *fake;
+        size_t index;
+    };
+    std::vector<ColumnHandle> column_handles_;
+    std::vector<PxColumn *> column_list_;
+    PxSchema *schema_list_[1] = {};
+    std::string kept_;  // the value handed out last
+
+    PxStatus Fail(const char *service);
+    static Fake &Of(PxOperator *op) { return *reinterpret_cast<Handle *>(op)->fake; }
+    static Fake &Of(PxSchema *schema) { return *reinterpret_cast<SchemaHandle *>(schema)->fake; }
+    static LogHandle &Of(PxLog *log) { return *reinterpret_cast<LogHandle *>(log); }
+    static ColumnHandle &Of(PxColumn *column) { return *reinterpret_cast<ColumnHandle *>(column); }
+    void FillOperator();
+    void FillSchema();
+};
+
+#endif
