@@ -9,26 +9,52 @@
 #include "fileset/fileset_state.h"
 #include "infrastructure/infrastructure.h"
 
-// Instance 1: finds the files, deals them to the instances and publishes DirInfo and FileNames.
+// ---- The file set, instance 1 -----------------------------------------------------------------
+
+// Finds the files, deals them to the instances and publishes DirInfo and FileNames. 0 or a failure.
 PxStatus BuildGlobalInfo();
+
+// Creates and fills the variables for DirInfo.FileCount files; keeps them when they are large enough.
 PxStatus AllocateGlobalVariables();
+
+// Counts the files of a finished pass. 48 when a file was not processed to its end: each is named in
+// the private log, and *count is 0.
+PxStatus GetScanFileCount(int32_t *count);
+
+// ---- The file set, every instance -------------------------------------------------------------
 
 // Reads DirInfo. required 0: a missing variable is traced and its status returned; else all is fatal.
 PxStatus GetDirectoryName(int32_t required);
+PxStatus PublishDirInfo();
 
-PxStatus GetAllFileNames();                       // this instance's nodes
-PxStatus GetNextFileName(int32_t wanted_status);  // 0 advance, 1 stay; 12: no more files
-PxStatus GetScanFileCount(int32_t *count);        // instance 1 at the end of a pass
+// One element of FileNames, index from 1. What comes from there was written by another process: an
+// element that can't be is fatal.
+PxStatus ReadFileEntry(int32_t index, FileNamesEntry *entry);
 PxStatus UpdateFileEntry(int32_t index, const FileNamesEntry *entry);
-void FreeFileNodes();
+
+// ---- This instance's share --------------------------------------------------------------------
+
+PxStatus GetAllFileNames();                       // its nodes
+PxStatus GetNextFileName(int32_t wanted_status);  // 0 advance, 1 stay; 12: no more files
+void FreeFileNodes();                             // may be called again
+
+// ---- Paths and files --------------------------------------------------------------------------
 
 // Directory and name as one path, into to. A name with a "/" of its own stands alone.
 void ComposeFullPath(char *to, size_t room, const char *name);
 
-// lstat of a path. 0; 2: can't be examined; 3: missing, or of a kind that is no input. path2 is the
-// name for reports.
+// Puts the separator at the end of a path that has none.
+void EndWithSeparator(char *path, size_t room);
+
+enum : int32_t { kRegularFile = 0, kNamedPipe = 1, kLink = 2 };  // the kinds that are input
+enum : int32_t { kFileFound = 0, kFileUnexaminable = 2, kFileMissing = 3 };
+
+// lstat of a path. Answers kFileFound; kFileUnexaminable; kFileMissing, also for a kind that is no
+// input. path2 is the name for reports. /dev/null is always a file to read, of no bytes.
 int32_t GetFileInfo(const char *path, const char *path2, int32_t *mode, int64_t *size,
                     int32_t *time, bool must_exist, bool report);
+int32_t FileKind(uint32_t st_mode);
+inline bool IsInputKind(int32_t kind) { return kind >= kRegularFile && kind <= kLink; }
 const char *FileKindName(int32_t mode);  // "regular", "fifo special" ...
 
 #endif

@@ -50,14 +50,15 @@ struct FileNode {
 };
 
 // ---- The file set -----------------------------------------------------------------------------
-// Writers: fileset/build.cpp fileset/scan.cpp fileset/balance.cpp fileset/instance_files.cpp fileset/global_vars.cpp operator/initiate.cpp operator/init_phase2.cpp operator/end_of_file.cpp operator/terminate.cpp
+// Writers: fileset/build.cpp fileset/instance_files.cpp fileset/global_vars.cpp operator/initiate.cpp operator/end_of_file.cpp
 inline DirInfoImage DirInfo = {};
+inline int32_t AllocatedFileCount = 0;  // elements of FileNames; 0: the variables do not exist
 inline char DirInfoVarName[40] = "", FileNamesVarName[40] = "";
 inline int32_t CountCurrent = 0;  // place in the own list of the current file, from 0
 inline FileNode *FirstFileNode = nullptr, *CurrentFileNode = nullptr;
 inline FileNamesEntry CurrentFile = {};  // image of the current file's element
 inline int32_t CurrentFileIndex = 0;     // its index, from 1
-inline char CurrentFullPath[8192] = "";  // directory and name of the current file
+inline char CurrentFullPath[8200] = "";  // directory and name of the current file
 inline const char *pCurrentFileName = CurrentFullPath;
 inline char SG_PathSeparater[2] = "/";
 

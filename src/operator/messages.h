@@ -100,12 +100,14 @@ enum class TraceKind : uint32_t { Plain = 0, Warning = 1, Error = 2 };
             FW_Trace(__func__, TraceKind::kind, __VA_ARGS__); \
     } while (false)
 
-// As FW_TRACE, with the time of day in the line.
-#define FW_TRACE_TIMED(above, ...)    \
-    do {                              \
-        TimeStampMessages = 1;        \
-        FW_TRACE(above, __VA_ARGS__); \
-        TimeStampMessages = 0;        \
+// The same with the time of day in the line, as FetchCurrentTime took it last.
+#define FW_TRACE_TIMED(above, ...) FW_TIMED_(FW_TRACE(above, __VA_ARGS__))
+#define FW_STATS_TIMED(...)        FW_TIMED_(FW_STATS(__VA_ARGS__))
+#define FW_TIMED_(trace)       \
+    do {                       \
+        TimeStampMessages = 1; \
+        trace;                 \
+        TimeStampMessages = 0; \
     } while (false)
 
 // A banner line of the private log, 74 columns wide: BoxRule "=====", BoxLine "=    text    =", a

@@ -14,6 +14,10 @@ PxStatus PX_Checkpoint(PxOperator *handle, uint32_t phase);
 PxStatus PX_Restart(PxOperator *handle, uint32_t phase);
 PxStatus PX_Event(PxOperator *handle);
 
+// ---- Common to the methods
+void EnterMethod(PxOperator *handle, const char *method, uint32_t phase);
+PxStatus InvalidPhase(uint32_t phase);  // 19148, exit code 12, 48
+
 // ---- Initiate
 PxStatus FW_Initiate();         // instance attributes, logs, banner, general attributes
 PxStatus FW_FenwireInit();      // starts the access layer, settles the character set
@@ -23,12 +27,26 @@ PxStatus InitPhase2();          // takes and opens this instance's first file. 0
 
 // ---- Files
 PxStatus FW_FenwireOpen(const char *path);  // opens the current data file into pmfp. 0, 42, 48
+PxStatus OpenCurrentFile();  // the same for the current element of FileNames, and announces it
+PxStatus EndOfFile();        // closes the current file and opens the next. 0; 12: there is none
+
+// ---- Execute
+PxStatus CheckJobRowSize();     // of phase 1
+PxStatus CheckForDeleteTask();  // of the first call
 
 // ---- Terminate and statistics
 PxStatus FW_Terminate(uint32_t step);
 void PutJobStats();
 void PutFileCounts(uint32_t ended);      // counts of the current file, once for each file
 PxStatus EndMethod(const char *reason);  // sets the latch, sends the statistics, answers 42
+
+// ---- Attributes that a method reads by itself
+// The value of an attribute of a fixed length in bytes, into to. 48, reported, when there is none.
+PxStatus ReadRequiredAttribute(const char *name, void *to, int32_t bytes);
+// Whether the job gives the attribute. 0; 48, reported.
+PxStatus IsAttributeGiven(const char *name, bool *given);
+// What a status of PX_GetAttribute other than 0 and 5 costs: 19205 or 19100, exit code 12, 48.
+PxStatus AttributeServiceFailed(const char *name, PxStatus status);
 
 // An attribute or a feature that this version does not have: message 19990, exit code 12, 48.
 PxStatus NotAvailable(const char *attribute, const char *feature);

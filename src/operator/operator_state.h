@@ -48,7 +48,7 @@ inline int32_t LogStatus = 0;                  // result of the last log write
 inline int64_t CurrentSystemTime = 0;  // seconds, of the last FetchCurrentTime
 
 // ---- Row counters -----------------------------------------------------------------------------
-// Writers: rows/write_row.cpp rows/put_row.cpp rows/verdicts.cpp operator/execute.cpp operator/file_info.cpp
+// Writers: rows/write_row.cpp rows/put_row.cpp rows/verdicts.cpp operator/end_of_file.cpp operator/file_info.cpp
 // Zeroed at the end of FW_FenwireFileInfo. 64 bits inside; layouts and messages that hold 32 take
 // the low half.
 inline uint64_t RowCount = 0;  // rows handed over by this instance
@@ -59,22 +59,32 @@ inline uint64_t FileRowsSkipped = 0;   // the same, of the current file
 inline uint64_t FileRowCount = 0;      // rows handed over from the current file
 inline uint32_t SG_ErrorRowCount = 0;  // bad records that went to the record error file
 
+// ---- Initiate ---------------------------------------------------------------------------------
+// Writers: operator/initiate.cpp operator/terminate.cpp
+inline uint32_t bInitPhase1Done = 0;    // the attributes are read, which is done once
+inline uint32_t bOperatorInUse = 0;     // a process is one instance and never two
+inline char EciOperatorId[320] = "";    // of the command interface; empty: not open
+inline int32_t ExecuteSuccessFlag = 0;  // execute passed, as the infrastructure tells at the end
+
 // ---- Execute ----------------------------------------------------------------------------------
-// Writers: operator/execute.cpp operator/end_of_file.cpp operator/initiate.cpp operator/init_phase2.cpp
-inline uint64_t EvtRecordCount = 0;      // records of finished files
-inline uint32_t EvtFileCount = 0;        // finished files, for the statistics
-inline uint32_t bExecuteEndMethod = 0;   // latch: once set, every further call answers 42
-inline uint32_t bRequestCheckpoint = 0;  // the next call answers 33
+// Writers: operator/execute.cpp operator/end_of_file.cpp operator/first_calls.cpp operator/init_phase2.cpp operator/terminate.cpp
+inline uint64_t EvtRecordCount = 0;     // records of finished files
+inline uint32_t EvtFileCount = 0;       // finished files, for the statistics
+inline uint32_t bExecuteEndMethod = 0;  // latch: once set, every further call answers 42
 inline uint32_t CheckpointCount = 0;
 inline uint32_t FilesThisInstance = 0;    // files finished here
 inline uint32_t TotalFilesProcessed = 0;  // instance 1: all instances' files
 inline double CpuSecondsTotal = 0, FileStartCpu = 0;
 inline uint32_t bNoFileForInstance = 0;  // this instance has no file now
 inline uint32_t JobMaxRowSize = 64;      // KB
+inline uint32_t bJobMaxRowSizeRead = 0;
+inline const uint8_t *SingleRowForZarnDelete = nullptr;  // 1 there: a delete task, one row only
+inline uint32_t FirstTimeReadSingleRowForZarnDelete = 1;
 inline int32_t LastExecutePhase = -1;
 
 // ---- Statistics -------------------------------------------------------------------------------
-// Writers: operator/statistics.cpp
+// Writers: operator/statistics.cpp operator/init_phase2.cpp
 inline uint32_t bJobStatsSent = 0;
+inline uint32_t bFileCountsDue = 0;  // a file was begun, and its counts were not sent yet
 
 #endif

@@ -1,0 +1,84 @@
+// operator/end_of_file.cpp - a file is finished: it is counted, marked, closed, and the next opened.
+
+#include "fileset/fileset.h"
+#include "operator/clock.h"
+#include "operator/messages.h"
+#include "operator/methods.h"
+#include "pm/pm_state.h"
+
+namespace {
+
+void ReportFile(double cpu_seconds)
+{
+    int64_t now = 0;
+    FetchCurrentTime(&now);
+    FW_STATS_TIMED("%s %s (index %d)", "Finished sending rows for", CurrentFile.Name,
+                   CurrentFileIndex);
+    FW_STATS("%s %s: %llu (of %llu), (%s %lld) %s %.2f %s", "Rows", "sent",
+             static_cast<unsigned long long>(FileRowCount),
+             static_cast<unsigned long long>(FileRecordCount),
+             "size:", static_cast<long long>(CurrentFile.Size), "CPU Time:", cpu_seconds,
+             "seconds");
+}
+
+void CountFile()
+{
+    const double cpu_seconds = ProcessCpuSeconds() - FileStartCpu;
+
+    ++FilesThisInstance;
+    CpuSecondsTotal += cpu_seconds;
+    ++EvtFileCount;
+    EvtRecordCount += FileRecordCount;
+    ReportFile(cpu_seconds);
+}
+
+PxStatus MarkFinished()
+{
+    if (CurrentFileNode != nullptr)
+        CurrentFileNode->Status = kFinished;
+    CurrentFile.Status = kFinished;
+    FW_TRACE(2, "Calling PX_UpdateGlobalVar for completed file");
+    return UpdateFileEntry(CurrentFileIndex, &CurrentFile);
+}
+
+PxStatus CloseFile()
+{
+    const int code = pmClose(pmfp);
+    pmfp = 0;  // gone in any case
+    if (code == pmrcOk)
+        return PXSTC_Success;
+    FW_ERROR("%s rc=%d", "pmClose", code);
+    FW_ERROR("'%s'", pmErrorText(code));
+    FW_PmFailure("pmClose", code, pmErrorText(code));
+    return FW_Fatal<19309>();
+}
+
+void ForgetCounts()
+{
+    FileRecordCount = 0;
+    FileRowCount = 0;
+    FileRowsSkipped = 0;
+}
+
+PxStatus OpenNextFile()
+{
+    const PxStatus status = GetNextFileName(kPending);
+    if (status == PXSTC_EndOfData)
+        bNoFileForInstance = 1;
+    return status != PXSTC_Success ? status : OpenCurrentFile();
+}
+
+}  // namespace
+
+PxStatus EndOfFile()
+{
+    PxStatus status = PXSTC_Success;
+
+    CountFile();
+    if ((status = MarkFinished()) != PXSTC_Success || (status = CloseFile()) != PXSTC_Success)
+        return status;
+    PutFileCounts(1);
+    ForgetCounts();
+    // A notify exit hears of the finished file here.
+    return OpenNextFile();
+}

@@ -1,0 +1,140 @@
+// operator/execute.cpp - PX_Execute: one bounded piece of work a call, nearly always one row.
+//
+// A call runs down kExecuteChain from the top and stops at the first step that gives an answer. A
+// flag that one call sets is found by the next, so that a barrier or a checkpoint can lie between.
+// Once the first call of a phase has passed the checks and no flag is up, a call goes straight to the
+// row: IsRowDue is the whole cost that the chain adds to it. A new flag is to be tested there too.
+// The numbers are those of the tests; the missing ones belong to features that have a place here.
+
+#include <optional>
+
+#include "attributes/attributes_state.h"
+#include "operator/messages.h"
+#include "operator/methods.h"
+#include "rows/rows.h"
+
+namespace {
+
+using Answer = std::optional<PxStatus>;  // empty: this step does not apply, go on with the next
+constexpr Answer kNextStep = std::nullopt;
+
+struct ExecuteStep {
+    int number;
+    Answer (*run)(uint32_t phase);
+};
+
+Answer AnswerUnlessGood(PxStatus status)
+{
+    return status == PXSTC_Success ? kNextStep : Answer(status);
+}
+
+Answer RowSizeOfJob(uint32_t phase)
+{
+    return phase == 1 ? AnswerUnlessGood(CheckJobRowSize()) : kNextStep;
+}
+
+Answer DeleteTask(uint32_t) { return AnswerUnlessGood(CheckForDeleteTask()); }
+
+Answer EnterPhase(uint32_t phase)
+{
+    if (static_cast<int32_t>(phase) != LastExecutePhase)
+        FW_TRACE(2, "Entering phase %u", phase);
+    LastExecutePhase = static_cast<int32_t>(phase);
+    return kNextStep;
+}
+
+Answer EndMethodLatch(uint32_t)
+{
+    if (bExecuteEndMethod == 0)
+        return kNextStep;
+    FW_TRACE(1, "%s: %s.  Returning EndMethod", "PX_Execute", "Execute EndMethod flag set");
+    return PXSTC_EndMethod;
+}
+
+Answer InstanceWithoutFiles(uint32_t)
+{
+    if (bNoFileForInstance == 0)
+        return kNextStep;
+    FW_WARN(1, "Null op instance");
+    return EndMethod("Setting Execute EndMethod flag");
+}
+
+PxStatus ReadTimedOut()
+{
+    if (FIFO_TimeOutSeconds == 0)
+        return PXSTC_WaitTimeout;
+    RaiseExitCode(12);
+    return PXSTC_FatalError;
+}
+
+// What anything but a row leads to. 0: there is another file, go on with its rows.
+PxStatus AfterNoRow(PxStatus status)
+{
+    if (status == PXSTC_WaitTimeout)
+        return ReadTimedOut();
+    if (status == PXSTC_EndOfData)
+        status = EndOfFile();
+    if (status == PXSTC_EndMethod || status == PXSTC_EndOfData)
+        return EndMethod("Setting Execute EndMethod flag");
+    return MapStatus(status);
+}
+
+PxStatus ProduceRow()
+{
+    while (true) {
+        PxStatus status = FW_WriteRow(SG_opHandle);
+        if (status == PXSTC_SamePhase) [[likely]]
+            return status;
+        const bool end_of_file = status == PXSTC_EndOfData;
+        status = AfterNoRow(status);
+        if (!end_of_file || status != PXSTC_Success)
+            return status;
+    }
+}
+
+Answer RowOfProducer(uint32_t) { return ProduceRow(); }
+
+// clang-format off
+constexpr ExecuteStep kExecuteChain[] = {
+    {2,  RowSizeOfJob        },
+    {3,  DeleteTask          },
+    // 4 slaves of several readers of one file
+    {5,  EnterPhase          },
+    {6,  EndMethodLatch      },
+    // 7 and 8 next output file of an archiving consumer; 9 archiving of an active scan's pass
+    // 10 requested checkpoint; 11 and 12 the next pass of an active scan
+    {13, InstanceWithoutFiles},
+    // 14 error limit over all instances; 15 row of a consumer
+    {16, RowOfProducer       },
+};
+// clang-format on
+
+// Step 5 has stored the phase, so steps 2 and 3 are behind it, and no other step would apply.
+bool IsRowDue(uint32_t phase)
+{
+    return static_cast<int32_t>(phase) == LastExecutePhase &&
+           (bExecuteEndMethod | bNoFileForInstance) == 0;
+}
+
+}  // namespace
+
+PxStatus EndMethod(const char *reason)
+{
+    bExecuteEndMethod = 1;
+    FW_TRACE(1, "%s: %s.  Returning EndMethod", "PX_Execute", reason);
+    if (bJobStatsSent == 0)
+        PutJobStats();
+    return PXSTC_EndMethod;
+}
+
+PxStatus PX_Execute(PxOperator *handle, uint32_t phase)
+{
+    SG_opHandle = handle;
+    if (IsRowDue(phase)) [[likely]]
+        return ProduceRow();
+    for (const ExecuteStep &step : kExecuteChain) {
+        if (const Answer answer = step.run(phase))
+            return *answer;
+    }
+    return PXSTC_SamePhase;
+}
