@@ -10,9 +10,13 @@
 namespace fenwire {
 
 struct SourcePosition {
-    int line = 0;    // from 1; 0: the file as a whole, or the command line
+    int line = 0;    // from 1; 0: the file as a whole
     int column = 0;  // from 1, in bytes
+    friend constexpr bool operator==(SourcePosition, SourcePosition) = default;
 };
+
+inline constexpr SourcePosition kWholeFile{0, 0};
+inline constexpr SourcePosition kCommandLine{0, 1};
 
 struct Complaint {
     SourcePosition at;
@@ -20,7 +24,7 @@ struct Complaint {
     std::string hint;  // what would be right; may be empty
 };
 
-// Thrown with everything that was found, at most kMaxComplaints. what() is the printable whole: for each
+// Thrown with everything that was found, in the file's order and at most kMaxComplaints. what() is the printable whole: for each
 // "job.toml:7:1: error: unknown key \"taget\"", the line, a caret, "did you mean \"target\"?".
 class JobError : public std::runtime_error {
 public:
@@ -31,6 +35,10 @@ public:
     }
     std::vector<Complaint> complaints;
 };
+
+// The error that shows what was found: file as its user named it, source its bytes.
+JobError MakeJobError(const std::string &file, const std::string &source,
+                      std::vector<Complaint> found);
 
 }  // namespace fenwire
 

@@ -1,0 +1,28 @@
+// host/job/attribute_checks.h - what can be said of a step's attributes before anything is started.
+
+#ifndef FENWIRE_HOST_JOB_ATTRIBUTE_CHECKS_H
+#define FENWIRE_HOST_JOB_ATTRIBUTE_CHECKS_H
+
+#include <optional>
+#include <vector>
+
+#include "host/job/document.h"
+#include "host/job/job.h"
+
+namespace fenwire {
+
+// One key of a step: its name, kind, range. The attribute as the operator gets it, or complaints.
+std::optional<Attribute> ReadAttribute(const Entry &entry, std::vector<Complaint> &found);
+
+// The attributes of a producer together: what is missing, what excludes what. section is what the job
+// file gave, so that an attribute with a faulty value does not count as missing.
+void CheckProducerAttributes(const Step &step, const Value &section, std::vector<Complaint> &found);
+
+// Whether the columns can be read from the step's format.
+void CheckColumnsFitFormat(const Job &job, std::vector<Complaint> &found);
+
+void CheckCharacterSet(const std::string &name, SourcePosition at, std::vector<Complaint> &found);
+
+}  // namespace fenwire
+
+#endif

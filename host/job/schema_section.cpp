@@ -1,0 +1,159 @@
+// host/job/schema_section.cpp - [schema]: the columns, as text or as tables.
+//
+//     columns = ["id VARCHAR(12)", { name = "amount", type = "VARCHAR(16)", sql_type = "REAL" }]
+
+#include <fmt/format.h>
+#include <map>
+
+#include "host/job/column_syntax.h"
+#include "host/job/sections.h"
+#include "host/job/words.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr size_t kMaxColumns = 4096;
+constexpr size_t kMaxSqlTypeBytes = 128;
+
+// Keys of a column's table that later versions take.
+constexpr struct {
+    std::string_view key, feature;
+} kLaterColumnKeys[] = {
+    {"metadata", "a column with the name of the input file"},
+    {"input_format", "reformatting of dates"},
+    {"output_format", "reformatting of dates"},
+};
+
+// It goes into the target's own language as it stands, so it may hold no more than a type does.
+bool IsSqlType(std::string_view text)
+{
+    constexpr std::string_view kMarks = " _(),";
+    if (text.empty() || text.size() > kMaxSqlTypeBytes ||
+        isalpha(static_cast<unsigned char>(text[0])) == 0)
+        return false;
+    for (const char c : text) {
+        if (isalnum(static_cast<unsigned char>(c)) == 0 && kMarks.find(c) == std::string_view::npos)
+            return false;
+    }
+    return true;
+}
+
+bool ReadColumnKey(const Entry &entry, Column &column, std::vector<Complaint> &found)
+{
+    for (const auto &[key, feature] : kLaterColumnKeys) {
+        if (entry.key == key) {
+            found.push_back({entry.at, fmt::format("{} is not available in this version", feature),
+                             "remove the key"});
+            return false;
+        }
+    }
+    if (entry.key != "name" && entry.key != "type" && entry.key != "sql_type") {
+        UnknownKey(entry, "a column", {"name", "type", "sql_type"}, found);
+        return false;
+    }
+    const std::string *text = TextOf(entry, found);
+    if (text == nullptr)
+        return false;
+    if (entry.key == "name") {
+        column.name = *text;
+        return CheckColumnName(*text, entry.value.at, found);
+    }
+    if (entry.key == "type")
+        return ParseColumnType(*text, entry.value.at, column, found);
+    column.sql_type = *text;
+    if (IsSqlType(*text))
+        return true;
+    found.push_back({entry.value.at, fmt::format("sql_type can't be {}", Quoted(*text)),
+                     "the name of a type, such as INTEGER or DECIMAL(10,2)"});
+    return false;
+}
+
+bool ReadColumnTable(const Value &value, Column &column, std::vector<Complaint> &found)
+{
+    bool good = true;
+    column.at = value.at;
+    for (const Entry &entry : value.entries)
+        good = ReadColumnKey(entry, column, found) && good;
+    for (const char *key : {"name", "type"}) {
+        if (value.Find(key) == nullptr) {
+            found.push_back({value.at, fmt::format("a column needs a {}", key),
+                             "write { name = \"id\", type = \"VARCHAR(12)\" }"});
+            good = false;
+        }
+    }
+    return good;
+}
+
+bool ReadColumn(const Value &value, Column &column, std::vector<Complaint> &found)
+{
+    if (value.faulty)
+        return false;
+    if (value.kind == ValueKind::Text)
+        return ParseColumn(value.text, value.at, column, found);
+    if (value.kind == ValueKind::Section)
+        return ReadColumnTable(value, column, found);
+    found.push_back(
+        {value.at, fmt::format("a column must be text or a table, not {}", KindInWords(value.kind)),
+         "write \"id VARCHAR(12)\""});
+    return false;
+}
+
+void CheckNames(const std::vector<Column> &columns, std::vector<Complaint> &found)
+{
+    std::map<std::string, size_t> seen;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        const auto [first, is_new] = seen.emplace(UpperCase(columns[i].name), i);
+        if (!is_new && !columns[i].name.empty())
+            found.push_back(
+                {columns[i].at,
+                 fmt::format(
+                     "column {} has the name of column {}; upper and lower case count as the same",
+                     i + 1, first->second + 1),
+                 {}});
+    }
+}
+
+void ReadColumns(const Entry &entry, Job &job, std::vector<Complaint> &found)
+{
+    const Value &list = entry.value;
+    if (list.kind != ValueKind::List) {
+        found.push_back({list.at,
+                         fmt::format("columns must be a list, not {}", KindInWords(list.kind)),
+                         "write columns = [\"id VARCHAR(12)\", \"name VARCHAR(40)\"]"});
+        return;
+    }
+    if (list.items.empty() || list.items.size() > kMaxColumns) {
+        found.push_back({list.at,
+                         fmt::format("columns has {} entries; a schema has 1 to {}",
+                                     list.items.size(), kMaxColumns),
+                         {}});
+        return;
+    }
+    bool good = true;
+    for (const Value &item : list.items) {
+        Column column;
+        good = ReadColumn(item, column, found) && good;
+        job.columns.push_back(std::move(column));
+    }
+    CheckNames(job.columns, found);
+    if (!good)
+        job.columns.clear();  // nothing more can be said of them
+}
+
+}  // namespace
+
+void ReadSchemaSection(const Value &section, Job &job, std::vector<Complaint> &found)
+{
+    for (const Entry &entry : section.entries) {
+        if (entry.key == "columns")
+            ReadColumns(entry, job, found);
+        else
+            UnknownKey(entry, "[schema]", {"columns"}, found);
+    }
+    if (section.Find("columns") == nullptr)
+        found.push_back({section.at, "columns is missing in [schema]",
+                         "write columns = [\"id VARCHAR(12)\", \"name VARCHAR(40)\"]"});
+}
+
+}  // namespace fenwire

@@ -1,0 +1,35 @@
+// host/job/sections.h - the sections of a job file, one reader each.
+//
+// A reader takes what it knows, complains of the rest, and goes on: the user sees everything at once.
+// To add a section, add a row to kSections in load_job.cpp and its reader here.
+
+#ifndef FENWIRE_HOST_JOB_SECTIONS_H
+#define FENWIRE_HOST_JOB_SECTIONS_H
+
+#include <string_view>
+#include <vector>
+
+#include "host/job/document.h"
+#include "host/job/job.h"
+
+namespace fenwire {
+
+void ReadJobSection(const Value &section, Job &job, std::vector<Complaint> &found);
+void ReadProducerSection(const Value &section, Job &job, std::vector<Complaint> &found);
+void ReadSchemaSection(const Value &section, Job &job, std::vector<Complaint> &found);
+void ReadTargetSection(const Value &section, Job &job, std::vector<Complaint> &found);
+
+// ---- For the readers --------------------------------------------------------------------------
+
+// The text of an entry; null, with a complaint, when it is no text.
+const std::string *TextOf(const Entry &entry, std::vector<Complaint> &found);
+
+void UnknownKey(const Entry &entry, std::string_view section,
+                const std::vector<std::string_view> &keys, std::vector<Complaint> &found);
+
+// Letters, digits, '.', '_' and '-', not a dot or dash first, at most 64 bytes: good for a folder.
+bool IsJobName(std::string_view name);
+
+}  // namespace fenwire
+
+#endif
