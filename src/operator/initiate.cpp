@@ -5,7 +5,6 @@
 // opens each instance's first file. The first step that fails ends the method; nothing is undone,
 // since terminate copes with a partly initiated instance. The numbers are those of the tests.
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -98,22 +97,25 @@ PxStatus CreateErrorFlags()
     return PXSTC_Success;
 }
 
+// The directory goes to all instances with the files, as instance 1 has it.
 PxStatus SettleDirectory()
 {
-    if (DirectoryPath[0] == '\0') {
-        if (getcwd(DirectoryPath, kMaxPath) == nullptr) {
-            const int why = errno;
-            char text[256];
-            snprintf(text, sizeof text, "getcwd:%s", strerror(why));
-            FW_ERROR("can not obtain working directory via function '%s'", "getcwd");
-            return FW_Fatal<19100>(text, why);
-        }
-        FW_TRACE(1, "%s defaulting to: '%s'", "DirectoryPath", DirectoryPath);
-    }
-    EndWithSeparator(DirectoryPath, sizeof DirectoryPath);
     DirInfo = {};
     DirInfo.DirNameSpecified = static_cast<int32_t>(bDirectoryPathGiven);
     snprintf(DirInfo.DirName, sizeof DirInfo.DirName, "%s", DirectoryPath);
+    return PXSTC_Success;
+}
+
+// Files that a scan finds are dealt whole, so several readers of one file have nothing to share.
+PxStatus SettleReaders()
+{
+    if (bAllowMultiInstanceRead == 0)
+        return PXSTC_Success;
+    if (bEnableScan != kYes)
+        return NotAvailable("MultipleReaders", "several readers of one file");
+    bAllowMultiInstanceRead = 0;
+    if (ThisInstance == 1)
+        FW_Message<19232>("MultipleReaders");
     return PXSTC_Success;
 }
 
@@ -136,7 +138,7 @@ PxStatus SettleScan()
     }
     ComposeFullPath(CurrentFullPath, sizeof CurrentFullPath, FW_FileName);
     FW_TRACE(1, "Full File Path: %s", CurrentFullPath);
-    return PXSTC_Success;
+    return SettleReaders();
 }
 
 PxStatus FinishOwnPart()

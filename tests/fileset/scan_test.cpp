@@ -216,12 +216,6 @@ TEST_F(Scan, PathsAreComposedInTheirRoom)
     EXPECT_STREQ(path, "./a");
     ComposeFullPath(path, sizeof path, "longname");
     EXPECT_STREQ(path, "/in/lon");
-    for (const auto &[given, ended] : {std::pair{"/in", "/in/"}, {"/in/", "/in/"}, {"", ""}}) {
-        char text[16];
-        snprintf(text, sizeof text, "%s", given);
-        EndWithSeparator(text, sizeof text);
-        EXPECT_STREQ(text, ended);
-    }
 }
 
 // A quadratic step shows at this count; the bound is far above what linear work needs.
