@@ -8,11 +8,14 @@
 #include "attributes/attributes_state.h"
 #include "infrastructure/infrastructure.h"
 
-// ---- Groups of attributes, each read once in initiate phase 1. 0, 16 or 48; failures are reported.
+// ---- Groups of attributes, each read once in initiate phase 1, in this order. 0, 16, 19 or 48;
+// failures are reported.
 
 PxStatus
 ReadInstanceAttributes();          // instance number, instance count, operator type: before any log
-PxStatus ReadFilesetAttributes();  // DirectoryPath, FileList, EnableScan, archive, vigil ...
+PxStatus ReadLogAttributes();      // operator name, trace level, name of the private log
+PxStatus ReadGeneralAttributes();  // TraceFunction to NamedPipeTimeOut
+PxStatus ReadFilesetAttributes();  // DirectoryPath to VigilSortField
 PxStatus ReadFileAttributes();     // FileName to RecordErrorVerbosity; composes the parsing case
 
 // ---- Single values
@@ -26,7 +29,8 @@ int32_t FW_GetYN(const char *name, int32_t *result, int32_t echo, int32_t absent
 int32_t GetSpecialChars(const char *plain, const char *hexadecimal, SpecialCharValue *value,
                         const SpecialCharValue *absent);
 
-// Decodes hexadecimal digits in place; PX_Len becomes the number of bytes. Non-zero: reported.
+// Decodes the PX_Len hexadecimal digits in value, which has room for one byte more, in place; PX_Len
+// becomes the number of bytes. Non-zero: not hexadecimal, reported.
 int32_t ConvertHEX(char *value, const char *name);
 
 // x'0D0A' for traces, valid until the next call.
@@ -35,7 +39,7 @@ const char *pHEXvalue(const uint8_t *bytes, uint32_t length);
 // Copies a text into a slot that owns it. 0, or 19 when there is no memory (reported).
 PxStatus SetStrAttribute(char **slot, const char *source, uint32_t length);
 
-// Composes UDDI_ParsingCase from the special characters and the character set.
+// Composes UDDI_ParsingCase from the special characters, bUseGeneralUDDIcase and the character set.
 void ComposeParsingCase();
 
 bool is_it_a_number(const char *text);  // every byte a decimal digit; true for an empty text

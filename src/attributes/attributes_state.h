@@ -17,9 +17,14 @@ struct SpecialCharValue {
 };
 
 // ---- Service ----------------------------------------------------------------------------------
-// Writers: attributes/attribute_table.cpp attributes/yes_no.cpp
+// Writers: attributes/attribute_table.cpp attributes/yes_no.cpp attributes/text_values.cpp
 inline int32_t PX_Len = 0;           // length of the value that was read last
 inline uint32_t bAttributeSeen = 0;  // the last FW_GetYN found a value of legal length
+
+// ---- Logs -------------------------------------------------------------------------------------
+// Writers: attributes/operator_attributes.cpp
+inline char OperatorNameText[kMaxPath + 1] = "";  // SYSTEM_OperatorName
+inline char PrivateLogName[kMaxPath + 1] = "";    // as given or made up, without the instance
 
 // ---- General attributes -----------------------------------------------------------------------
 // Writers: attributes/operator_attributes.cpp rows/write_row.cpp
@@ -43,6 +48,7 @@ inline int32_t bFileList = 0;
 inline int32_t bAllowMultiInstanceRead = 0;
 inline int32_t MaxRecordsPerInstance = -1;
 inline int32_t bEnableScan = 0;
+inline int32_t bArchiveFatal = 1;  // a file that can't be archived ends the job
 inline uint32_t Archiving = 0;
 inline uint32_t UsingVigilWindow = 0;
 
@@ -52,6 +58,7 @@ inline char FW_FileName[kMaxPath + 1] = "";
 inline uint16_t FW_OpenMode = 65535;  // 1 read, 2 write, 3 write-append
 inline uint32_t FileFormat = 0;   // 1 TEXT and DELIMITED, 2 BINARY, 3 FORMATTED ... 8 UNFORMATTED
 inline char FormatWord[24] = "";  // as given, upper case
+inline char OpenModeWord[16] = "";
 inline int32_t BufferSize = -1;
 inline int32_t Valid_UTFX = 0;
 inline uint32_t bTruncateUTF8 = 0;
@@ -80,6 +87,7 @@ inline uint32_t bUsingSingleTrimLeadingChar = 0, bUsingSingleTrimTrailingChar = 
 inline uint8_t cDelimiter = 0, cEscapeTextCharacter = 0;
 inline uint8_t cOpenQuoteMark = 0, cCloseQuoteMark = 0, cEscapeQuoteCharacter = 0;
 inline uint8_t cTrimLeadingChar = 0, cTrimTrailingChar = 0;
+inline int32_t bUseGeneralUDDIcase = 0;  // every record runs the general scanner
 inline int32_t UDDI_ParsingCase = 0;
 inline uint32_t bValidateParsingCase = 0;  // the number was composed
 

@@ -141,6 +141,19 @@ PxStatus SettleScan()
     return SettleReaders();
 }
 
+// A scan finds several files, which are dealt whole.
+PxStatus SettleMultipleReaders()
+{
+    if (bAllowMultiInstanceRead == 0)
+        return PXSTC_Success;
+    if (bEnableScan == kYes) {
+        bAllowMultiInstanceRead = 0;
+        FW_AttributeMessage<19232>("MultipleReaders");
+        return PXSTC_Success;
+    }
+    return NotAvailable("MultipleReaders", "several readers of one file");
+}
+
 PxStatus FinishOwnPart()
 {
     bOperatorInUse = 1;
@@ -195,12 +208,13 @@ constexpr InitiateStep kPhase1Steps[] = {
     {7,  Share::InstanceOne, CreateErrorFlags     },
     {8,  Share::All,         ReadFilesetAttributes},
     {9,  Share::All,         SettleDirectory      },
-    // 10 to 12 file lists, several readers of one file, archive, active scan: settled with step 8
+    // 10 to 12 file lists, archive, active scan: settled with step 8
     {13, Share::All,         FW_FenwireInit       },
     {13, Share::All,         FW_FenwireAttach     },
     // 14 several readers of one file against access modules
     {15, Share::All,         FW_FenwireFileInfo   },
     {16, Share::All,         SettleScan           },
+    {16, Share::All,         SettleMultipleReaders},
     // 17 connection of connector jobs; 18 shared memory for several readers of one file
     {18, Share::All,         FinishOwnPart        },
     {19, Share::All,         LeaveToInstanceOne   },

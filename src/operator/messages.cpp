@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr size_t kTextBytes = 2048;
+constexpr size_t kTextBytes = 2048;  // a composed line; longer ones are cut
+constexpr size_t kNameBytes = 4096;  // the longest operator name
 constexpr int kBoxInner = 72;
 
 PxStatus WriteLog(PxLog *log, int number, int32_t msg_class, int32_t severity, const PxLogArg *args)
@@ -22,6 +23,27 @@ PxStatus WriteLog(PxLog *log, int number, int32_t msg_class, int32_t severity, c
 }
 
 const char *Text(const PxLogArg &arg) { return arg.type == PX_ARG_TEXT ? arg.text : ""; }
+
+// Values and names come from outside: control bytes are shown as \x1B, so that none of them forges a
+// line of the log or reaches a terminal. Answers the text itself when there is nothing to show.
+const char *Printable(const char *text, char *room, size_t bytes)
+{
+    const char *from = text;
+    while (static_cast<uint8_t>(*from) >= ' ' && *from != 0x7F)
+        ++from;
+    if (*from == '\0')
+        return text;
+    size_t used = 0;
+    for (from = text; *from != '\0' && used + 5 <= bytes; ++from) {
+        const auto byte = static_cast<uint8_t>(*from);
+        if (byte < ' ' || byte == 0x7F)
+            used += static_cast<size_t>(snprintf(room + used, bytes - used, "\\x%02X", byte));
+        else
+            room[used++] = *from;
+    }
+    room[used] = '\0';
+    return room;
+}
 
 }  // namespace
 
@@ -39,7 +61,8 @@ void ConsoleLine(const char *format, ...)
 
 void PutMessage(const MessageRow &row, PxLogArg *args)
 {
-    static char leader[256];  // used only between here and the write
+    static char leader[kNameBytes + 32], shown[4 * kTextBytes];  // used only until the write
+    size_t used = 0;
 
     if (Public_loghandle == nullptr)
         return;
@@ -48,19 +71,26 @@ void PutMessage(const MessageRow &row, PxLogArg *args)
     else
         snprintf(leader, sizeof leader, "%s[%d]:", JobOpName, ThisInstance);
     args[0] = ToLogArg(leader);
+    for (PxLogArg *arg = args + 1; arg->type != PX_ARG_END && used + 8 < sizeof shown; ++arg) {
+        if (arg->type != PX_ARG_TEXT)
+            continue;
+        arg->text = Printable(arg->text, shown + used, sizeof shown - used);
+        if (arg->text == shown + used)
+            used += strlen(arg->text) + 1;
+    }
     LogStatus = WriteLog(Public_loghandle, row.number, row.msg_class, row.severity, args);
 }
 
 void AttributeFailedEarly(int number, const PxLogArg *args)
 {
     switch (number) {
+    case 19100:
+        ConsoleLine("FATAL_ERROR: %s returned rc = %d - called from %s", Text(args[0]),
+                    static_cast<int>(args[1].number), "FW_Initiate");
+        break;
     case 19201:
         ConsoleLine("FATAL_ERROR: %s can't find required attribute %s", "FW_Initiate",
                     Text(args[0]));
-        break;
-    case 19205:
-        ConsoleLine("FATAL_ERROR:  %s: %s", Text(args[0]),
-                    "Multi-value received for single-value attribute");
         break;
     case 19202:
         ConsoleLine("FATAL_ERROR:  %s attribute length error", Text(args[0]));
@@ -70,9 +100,12 @@ void AttributeFailedEarly(int number, const PxLogArg *args)
                     static_cast<long long>(args[1].number), static_cast<long long>(args[2].number),
                     static_cast<long long>(args[3].number));
         break;
+    case 19205:
+        ConsoleLine("FATAL_ERROR:  %s: %s", Text(args[0]),
+                    "Multi-value received for single-value attribute");
+        break;
     default:
-        ConsoleLine("FATAL_ERROR: %s returned rc = %d - called from %s", Text(args[0]),
-                    static_cast<int>(args[1].number), "FW_Initiate");
+        ConsoleLine("FATAL_ERROR:  %s: message %d", Text(args[0]), number);
     }
 }
 
@@ -82,8 +115,10 @@ void RaiseExitCode(int16_t code)
     if (CurrentExitCode >= code)
         return;
     CurrentExitCode = code;
+    const PxStatus last = LastFwStatus;  // of the failure that is being reported
     (void)Service(SG_opHandle, &PxOperator::PX_SetAttribute, "PX_ExitCode",
                   static_cast<const void *>(&CurrentExitCode), 2);
+    LastFwStatus = last;
     FW_TRACE(1, "QLX Exit code set to %d.", code);
     FW_Message<19015>(code);
 }
@@ -124,7 +159,7 @@ void FW_PmFailure(const char *routine, int code, const char *text, PmFailureKind
 int32_t FW_IssueMsg(const char *routine, TraceKind kind, const char *text)
 {
     static constexpr const char *kMarks[] = {"", " WARNING! ", " !ERROR! "};
-    char name[24] = "", stamp[24] = "", prefix[80];
+    char name[24] = "", stamp[24] = "", prefix[80], shown[kTextBytes];
 
     if (Private_loghandle == nullptr)
         return 0;
@@ -136,6 +171,7 @@ int32_t FW_IssueMsg(const char *routine, TraceKind kind, const char *text)
     else if (!bDisplayFuncName)
         snprintf(stamp, sizeof stamp, "    ");
     snprintf(prefix, sizeof prefix, "%s%s%s", name, stamp, kMarks[static_cast<uint32_t>(kind)]);
+    text = Printable(text, shown, sizeof shown);
     const PxLogArg list[] = {ToLogArg(prefix), ToLogArg(text), {}};
     LogStatus = WriteLog(Private_loghandle, 19003, 2, Information, list);
     if (LogStatus == PXSTC_Success)

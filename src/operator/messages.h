@@ -52,23 +52,50 @@ template <int Number, class... Args>
     return PXSTC_FatalError;
 }
 
-// The same at an attribute: only instance 1 speaks, every instance fails alike. Before there is a
-// public log the fact goes to the console in words of its own (AttributeFailedEarly).
+// A message about an attribute: only instance 1 speaks, since every instance fails alike. Before there
+// is a public log the fact goes to the console in words of its own (AttributeFailedEarly).
 void AttributeFailedEarly(int number, const PxLogArg *args);
 
 template <int Number, class... Args>
+void FW_AttributeMessage(Args... args)
+{
+    if (ThisInstance != 1)
+        return;
+    if (Public_loghandle != nullptr) {
+        FW_Message<Number>(args...);
+    } else {
+        const PxLogArg list[] = {ToLogArg(args)..., {}};
+        AttributeFailedEarly(Number, list);
+    }
+}
+
+// The end of an attribute that can't be used: exit code 12, status 48.
+template <int Number, class... Args>
 [[nodiscard]] PxStatus FW_AttributeFatal(Args... args)
 {
-    if (ThisInstance == 1) {
-        if (Public_loghandle != nullptr) {
-            FW_Message<Number>(args...);
-        } else {
-            const PxLogArg list[] = {ToLogArg(args)..., {}};
-            AttributeFailedEarly(Number, list);
-        }
-    }
+    FW_AttributeMessage<Number>(args...);
     RaiseExitCode(12);
     return PXSTC_FatalError;
+}
+
+// The end of an attribute that was given to the wrong side: exit code 8, status 16.
+template <int Number, class... Args>
+[[nodiscard]] PxStatus FW_AttributeRefused(Args... args)
+{
+    FW_AttributeMessage<Number>(args...);
+    RaiseExitCode(8);
+    return PXSTC_NotSupported;
+}
+
+// An attribute or a feature that this version does not have: message 19990, exit code 12, status 48.
+[[nodiscard]] PxStatus NotAvailable(const char *attribute, const char *feature);
+
+// A numbered message of the start-up: there a log that can't be written ends the method. 0 or 48.
+template <int Number, class... Args>
+[[nodiscard]] PxStatus FW_StartupMessage(Args... args)
+{
+    FW_Message<Number>(args...);
+    return LogStatus == PXSTC_Success ? PXSTC_Success : PXSTC_FatalError;
 }
 
 // A failed call of the access layer: message 19400 + code with (routine, code, text of the code),
@@ -84,7 +111,7 @@ PxStatus MapStatus(PxStatus status);
 
 enum class TraceKind : uint32_t { Plain = 0, Warning = 1, Error = 2 };
 
-// FW_IssueMsg of a formatted line. A failing log is told to the console and fails nothing.
+// FW_IssueMsg of a formatted line, cut at 2 KB. A failing log is told to the console and fails nothing.
 [[gnu::format(printf, 3, 4)]] void FW_Trace(const char *routine, TraceKind kind, const char *format,
                                             ...);
 

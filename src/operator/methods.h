@@ -6,6 +6,7 @@
 #define FENWIRE_OPERATOR_METHODS_H
 
 #include "infrastructure/infrastructure.h"
+#include "operator/messages.h"  // NotAvailable: the steps of features to come end in it
 
 PxStatus PX_Initiate(PxOperator *handle, uint32_t phase);
 PxStatus PX_Execute(PxOperator *handle, uint32_t phase);
@@ -47,8 +48,5 @@ PxStatus ReadRequiredAttribute(const char *name, void *to, int32_t bytes);
 PxStatus IsAttributeGiven(const char *name, bool *given);
 // What a status of PX_GetAttribute other than 0 and 5 costs: 19205 or 19100, exit code 12, 48.
 PxStatus AttributeServiceFailed(const char *name, PxStatus status);
-
-// An attribute or a feature that this version does not have: message 19990, exit code 12, 48.
-PxStatus NotAvailable(const char *attribute, const char *feature);
 
 #endif

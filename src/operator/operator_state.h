@@ -17,7 +17,7 @@ inline constexpr char OpModuleName[] = "fwrop";
 inline constexpr char OpModuleVers[] = "16.10.00.10";
 
 // ---- Instance identity ------------------------------------------------------------------------
-// Writers: operator/methods.cpp operator/initiate.cpp operator/execute.cpp operator/terminate.cpp operator/event.cpp operator/fw_initiate.cpp attributes/operator_attributes.cpp
+// Writers: operator/methods.cpp operator/initiate.cpp operator/execute.cpp operator/terminate.cpp operator/event.cpp operator/fw_initiate.cpp attributes/operator_attributes.cpp attributes/file_attributes.cpp
 // Settled in initiate phase 1, constant from then on.
 inline PxOperator *SG_opHandle = nullptr;  // stored anew at every method entry: it may move
 inline int32_t ThisInstance = 1;  // 1 before the attribute is read, so that early errors show
