@@ -124,6 +124,10 @@ PxStatus TakeAbsent(const AttributeRow &row)
     if (row.required)
         return FW_AttributeFatal<19201>(row.name);
     StoreNumber(row.target, row.absent);
+    for (char *text : {row.target.text, row.keep.text}) {
+        if (text != nullptr)
+            text[0] = '\0';
+    }
     return row.on_absent != nullptr ? row.on_absent() : PXSTC_Success;
 }
 

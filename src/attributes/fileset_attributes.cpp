@@ -12,6 +12,12 @@ PxStatus NoteDirectoryPath()
     return PXSTC_Success;
 }
 
+PxStatus NoDirectoryPath()
+{
+    bDirectoryPathGiven = 0;
+    return PXSTC_Success;
+}
+
 PxStatus CheckFileList()
 {
     if (bFileList == 0)
@@ -53,11 +59,11 @@ PxStatus CheckRecords(const char *name)
     return FW_AttributeFatal<19204>(name, MaxRecordsPerInstance, 1, kMostRecords);
 }
 
-uint32_t records_per_buffer_given;
+bool old_name_counts;
 
 PxStatus CheckRecordsPerBuffer()
 {
-    records_per_buffer_given = 1;
+    old_name_counts = false;
     return CheckRecords("RecordsPerBuffer");
 }
 
@@ -74,7 +80,13 @@ PxStatus NoteDefaultRecords()
     return PXSTC_Success;
 }
 
-bool OldNameCounts() { return records_per_buffer_given == 0; }
+PxStatus AskForOldName()
+{
+    old_name_counts = true;
+    return PXSTC_Success;
+}
+
+bool OldNameCounts() { return old_name_counts; }
 
 PxStatus DefaultEnableScan()
 {
@@ -106,13 +118,14 @@ constexpr char kStrictValid[] = "Y[es], N[o]", kStrictTrace[] = "Y(es) or N(o)";
 constexpr char kVigil[] = "the active directory scan";
 
 constexpr AttributeRow kFilesetAttributes[] = {
-    {.name = "DirectoryPath",      .kind = AttrKind::Text,    .target = &DirectoryPath, .limit = kMaxPath, .on_given = NoteDirectoryPath},
+    {.name = "DirectoryPath",      .kind = AttrKind::Text,    .target = &DirectoryPath, .limit = kMaxPath, .on_given = NoteDirectoryPath, .on_absent = NoDirectoryPath},
     {.name = "HadoopHost",         .kind = AttrKind::Refused, .feature = "Hadoop"},
     {.name = "FileList",           .kind = AttrKind::YesNo,   .target = &bFileList},
     {.name = "FileList",           .kind = AttrKind::Rule,    .rule = CheckFileList},
     {.name = "MultipleReaders",    .kind = AttrKind::YesNo,   .target = &bAllowMultiInstanceRead},
     {.name = "MultipleReaders",    .kind = AttrKind::Rule,    .rule = CheckMultipleReaders},
-    {.name = "RecordsPerBuffer",   .kind = AttrKind::Integer, .target = &MaxRecordsPerInstance, .absent = kBySchema, .on_given = CheckRecordsPerBuffer},
+    {.name = "RecordsPerBuffer",   .kind = AttrKind::Integer, .target = &MaxRecordsPerInstance, .absent = kBySchema, .on_given = CheckRecordsPerBuffer,
+     .on_absent = AskForOldName},
     {.name = "RecordsPerInstance", .kind = AttrKind::Integer, .target = &MaxRecordsPerInstance, .absent = kBySchema, .wanted = OldNameCounts,
      .on_given = CheckRecordsPerInstance, .on_absent = NoteDefaultRecords},
     {.name = "EnableScan",         .kind = AttrKind::Word,    .target = &bEnableScan, .limit = 3, .words = kStrictYesNo, .valid = kStrictValid,
