@@ -14,4 +14,8 @@ int32_t ExtractDelimitedText();
 
 void FreeDelimitedBuffers();  // may be called again
 
+// Trims the columns of the record in pmBuffer in place, by bTrimLeadingBlanks and bTrimTrailingBlanks
+// and their characters. The scanners trim by themselves; this is for callers that scan no columns.
+void TrimBlanks();
+
 #endif

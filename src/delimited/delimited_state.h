@@ -1,14 +1,56 @@
-// delimited/delimited_state.h - what the column scan leaves behind for the row path.
+// delimited/delimited_state.h - what the column scan works with and what it leaves for the row path.
 
 #ifndef FENWIRE_DELIMITED_DELIMITED_STATE_H
 #define FENWIRE_DELIMITED_DELIMITED_STATE_H
 
+#include <cstddef>
 #include <cstdint>
 
+#include "pm/pm.h"
+
+inline constexpr char UDDI_FeatureName[] = "UDDI";
+inline constexpr uint32_t kMaxColumnBytes = 0x10000;  // of any column, whatever the schema says
+
+// A delimiter, quote mark or escape as the scanners compare it. The bytes lie in its setting.
+struct MarkText {
+    const uint8_t *bytes = nullptr;
+    uint32_t length = 0;  // 0: not set
+    uint8_t first = 0;    // bytes[0]; decides nearly every comparison
+};
+
+struct ScannerView {
+    MarkText delimiter, escape, open_quote, close_quote, quote_escape, trim_leading, trim_trailing;
+};
+
+struct ScanState;
+using ScanRoutine = void (*)(ScanState &);
+
+// Which records may take the fast twin of a scanner that walks characters.
+enum class FastRoad : uint8_t { Never, Always, AsciiRecords };
+
 // ---- Outcome of a record ----------------------------------------------------------------------
-// Writers: delimited/extract.cpp delimited/assemble.cpp delimited/verdict.cpp delimited/scan_columns.h delimited/validate_case.cpp operator/file_info.cpp
+// Writers: delimited/extract.cpp delimited/verdict.cpp operator/file_info.cpp
 inline uint32_t bUsingUDDI = 0;  // the parsing case was validated; extraction refuses to run before
 inline int32_t ActualColumnCount = 0;  // columns found in the record
+inline int32_t VerdictColumn = 0;      // the column at fault, from 1; 0: no single one
 inline char ExtractErrMsg[4096] = "";  // the verdict in words
+
+// ---- Settled when the parsing case is validated -----------------------------------------------
+// Writers: delimited/validate_case.cpp
+inline ScannerView Marks;
+inline ScanRoutine ExactScanner = nullptr;  // walks as the parsing case says
+inline ScanRoutine FastScanner = nullptr;   // its twin that looks at marks only; null: none
+inline FastRoad FastScannerFor = FastRoad::Never;
+inline uint8_t *TargetBuffer = nullptr;  // the packed row
+inline size_t TargetBufferSize = 0;      // without the slack behind it
+
+// ---- Character lengths of the open column -----------------------------------------------------
+// Writers: delimited/characters.cpp
+inline uint32_t *CharacterLength = nullptr;  // bytes of each character, in order
+inline uint32_t CharacterLengthSize = 0;     // entries that there is room for
+
+// ---- Version ----------------------------------------------------------------------------------
+// Writers:
+inline pmVersion fwuddiVersion = {"FWUDDI", "16.10.00.09", nullptr};
 
 #endif

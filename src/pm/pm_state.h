@@ -15,12 +15,12 @@ inline uint32_t bIOviaAccessModule = 0;
 inline uint32_t bTakeAMcheckpoint = 1;
 
 // ---- Current record ---------------------------------------------------------------------------
-// Writers: rows/write_row.cpp rows/put_row.cpp rows/verdicts.cpp delimited/extract.cpp delimited/assemble.cpp delimited/scan_columns.h
+// Writers: rows/write_row.cpp delimited/extract.cpp delimited/trim_blanks.cpp
 inline pmRecord pmBuffer = {};
 inline pmRecord pmBufferOrig = {};  // the record as it was read, for the record error file
 
 // ---- Character set ----------------------------------------------------------------------------
-// Writers: pm/char_sets.cpp pm/char_lengths.cpp delimited/extract.cpp delimited/scan_columns.h
+// Writers: pm/char_sets.cpp pm/char_lengths.cpp delimited/characters.cpp
 // A character-length function stores the bytes of the character and answers 1; it answers 0 when the
 // byte stands alone. It may read three bytes beyond the first.
 using CharLengthRoutine = int32_t (*)(const uint8_t *at, uint32_t *bytes);

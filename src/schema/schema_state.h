@@ -10,7 +10,8 @@
 #include "infrastructure/infrastructure.h"
 
 // ---- Columns ----------------------------------------------------------------------------------
-// Writers: schema/establish.cpp delimited/scan_columns.h delimited/column_close.h delimited/extract.cpp delimited/assemble.cpp rows/verdicts.cpp
+// Writers: schema/establish.cpp delimited/extract.cpp
+// Filled through ScanState: delimited/column_close.h, delimited/column_close.cpp, delimited/assemble.cpp
 inline PxSchema *schemaHandle = nullptr;
 inline int32_t SG_ColCount = 0;
 inline uint8_t *SG_IndBytes = nullptr;      // 1: the column is NULL in this row

@@ -1,0 +1,273 @@
+// tests/delimited/differential_test.cpp - every scanner and every fast road against the literal scan.
+
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+
+#include "delimited/parsing_cases.h"
+#include "tests/delimited/extraction.h"
+#include "tests/delimited/literal_scan.h"
+
+namespace {
+
+std::mt19937 random_source(20240601);
+
+size_t Below(size_t limit) { return random_source() % limit; }
+
+template <class List>
+auto OneOf(const List &list)
+{
+    return list[Below(list.size())];
+}
+
+using Texts = std::vector<std::string>;
+
+int32_t SingleLength(const uint8_t *, uint32_t *) { return 0; }
+
+int32_t Utf8Length(const uint8_t *p, uint32_t *bytes)
+{
+    const auto tail = [&](uint32_t i) { return (p[i] & 0xC0) == 0x80; };
+    *bytes = 1;
+    if (*p >= 0xC2 && *p <= 0xDF && tail(1))
+        *bytes = 2;
+    else if (*p >= 0xE0 && *p <= 0xEF && tail(1) && tail(2))
+        *bytes = 3;
+    else if (*p >= 0xF0 && *p <= 0xF7 && tail(1) && tail(2) && tail(3))
+        *bytes = 4;
+    return *bytes > 1;
+}
+
+int32_t ShiftLength(const uint8_t *p, uint32_t *bytes)
+{
+    if (*p < 0x81)
+        return 0;
+    badmbcs = p[1] < 0x40;
+    *bytes = badmbcs != 0 ? 1 : 2;
+    return badmbcs == 0;
+}
+
+int32_t Utf16Length(const uint8_t *p, uint32_t *bytes)
+{
+    fourByteUTF = p[1] >= 0xD8 && p[1] <= 0xDF;
+    *bytes = fourByteUTF != 0 ? 4 : 2;
+    return 1;
+}
+
+struct CharacterSet {
+    const char *name;
+    bool single;
+    int32_t family;
+    CharLengthRoutine length;
+    Texts data, marks, long_marks;
+};
+
+using namespace std::string_literals;
+
+const CharacterSet kSets[] = {
+    {"single",
+     true,
+     kFamilyOrdinary,
+     SingleLength,
+     {"a", "b", " ", "\xE9"},
+     {"|", "\\", "'", "\"", "\xE9"},
+     {"||", "|~", "''", "<\"", "\\\\", "'|"}},
+    {"UTF-8",
+     false,
+     kFamilyUtf8,
+     Utf8Length,
+     {"a", "b", " ", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xE2\x82", "\xA9"},
+     {"|", "\\", "'", "\""},
+     {"||", "|~", "''", "<\"", "\\\\", "'|"}},
+    {"UTF-8, wide marks",
+     false,
+     kFamilyUtf8,
+     Utf8Length,
+     {"a", " ", "\xC2", "\xC3\xA9", "\xE2\x82"},
+     {"|", "\\", "'", "\x82"},
+     {"\xC2\xA6", "\xE2\x82\xAC", "||", "\xC2\xAB"}},
+    {"shifted",
+     false,
+     kFamilyOrdinary,
+     ShiftLength,
+     {"a", "b", " ", "\x83\x5C", "\x83\x7C", "\x83"},
+     {"|", "\\", "'", "\""},
+     {"||", "\x81\x62", "''", "\\\\"}},
+    {"shifted, ASCII data",
+     false,
+     kFamilyOrdinary,
+     ShiftLength,
+     {"a", "b", " "},
+     {"|", "\\", "'", "\""},
+     {"||", "''", "|'", "\\\\"}},
+    {"UTF-16",
+     false,
+     kFamilyUtf16,
+     Utf16Length,
+     {"a\0"s, "b\0"s, " \0"s, "\x7C\x01"s, "\x3D\xD8\0\xDE"s, "|"s},
+     {"|\0"s, "'\0"s, "\\\0"s},
+     {"|\0"s, "'\0"s, "\\\0"s, "\"\0"s, "|\0|\0"s}},
+};
+
+std::string RandomMark(const CharacterSet &set)
+{
+    return OneOf(Below(2) ? set.marks : set.long_marks);
+}
+
+// Settings as a job could have them, and as none would.
+void RandomSettings(const CharacterSet &set)
+{
+    const auto maybe = [&](size_t one_in) { return Below(one_in) == 0 ? ""s : RandomMark(set); };
+    UsingSingleByteCharSet = set.single;
+    CharSetFamily = set.family;
+    CharLengthFn = set.length;
+    SetMark(TextDelimiter, RandomMark(set));
+    SetMark(EscapeTextCharacter, maybe(2));
+    bQuotedData = static_cast<int32_t>(Below(4)) - 1;
+    bQuotedData = bQuotedData < 0 ? 2 : bQuotedData;
+    const std::string open = bQuotedData != 0 ? maybe(8) : "";
+    SetMark(OpenQuoteMark, open);
+    SetMark(CloseQuoteMark, open.empty() || Below(2) ? open : RandomMark(set));
+    SetMark(EscapeQuoteCharacter, bQuotedData == 0 ? "" : maybe(2));
+    if (EscapeTextCharacter.length != 0 && EscapeQuoteCharacter.length != 0 && Below(2))
+        EscapeQuoteCharacter = EscapeTextCharacter;
+    const std::string trim = Below(6) == 0                ? RandomMark(set)
+                             : set.family == kFamilyUtf16 ? " \0"s
+                                                          : " ";
+    SetMark(TrimLeadingChar, Below(2) ? trim : "");
+    SetMark(TrimTrailingChar, Below(2) ? trim : "");
+    TruncateColumnsOpt = Below(2) ? kYes : kNo;
+    bNullColumns = static_cast<int32_t>(Below(2));
+    std::vector<uint32_t> maximums(1 + Below(4));
+    for (uint32_t &maximum : maximums)
+        maximum = static_cast<uint32_t>(Below(2) ? 0 : 1 + Below(8));
+    SetColumns(maximums);
+}
+
+std::string RandomRecord(const CharacterSet &set)
+{
+    std::string record;
+    const size_t dull =
+        Below(4);  // long stretches of data reach into the next windows of the search
+    for (size_t i = Below(dull == 0 ? 60 : 14); i > 0; --i) {
+        const SpecialCharValue *marks[] = {&TextDelimiter, &EscapeTextCharacter, &OpenQuoteMark,
+                                           &CloseQuoteMark, &EscapeQuoteCharacter};
+        const SpecialCharValue &mark = *marks[Below(5)];
+        if (dull != 0 && Below(5) < 3)
+            record.append(reinterpret_cast<const char *>(mark.value), mark.length);
+        else if (dull == 0 && Below(12) == 0)
+            record += RandomMark(set);
+        else
+            record += OneOf(set.data);
+    }
+    if (OpenQuoteMark.length != 0 && Below(2))
+        record.insert(0, reinterpret_cast<const char *>(OpenQuoteMark.value), OpenQuoteMark.length);
+    return record;
+}
+
+std::string Shown(const std::string &bytes)
+{
+    std::string text;
+    for (const char c : bytes) {
+        char hex[8];
+        snprintf(hex, sizeof hex, c >= 0x20 && c < 0x7F ? "%c" : "\\x%02X", c & 0xFF);
+        text += hex;
+    }
+    return "\"" + text + "\"";
+}
+
+std::string Shown(const SpecialCharValue &mark)
+{
+    return Shown(std::string(reinterpret_cast<const char *>(mark.value), mark.length));
+}
+
+std::string Situation(const CharacterSet &set, const std::string &record)
+{
+    std::string text = std::string(set.name) + ", case " + std::to_string(UDDI_ParsingCase) +
+                       ", record " + Shown(record) + ", delimiter " + Shown(TextDelimiter) +
+                       ", escape " + Shown(EscapeTextCharacter) + ", quotes " +
+                       Shown(OpenQuoteMark) + Shown(CloseQuoteMark) + " escape " +
+                       Shown(EscapeQuoteCharacter) + ", mode " + std::to_string(bQuotedData) +
+                       ", trim " + Shown(TrimLeadingChar) + Shown(TrimTrailingChar) +
+                       ", truncate " + std::to_string(TruncateColumnsOpt) + ", maximums";
+    for (int32_t i = 0; i < SG_ColCount; ++i)
+        text += " " + std::to_string(SG_ColLensBase[i]);
+    return text;
+}
+
+std::string Outcome(int verdict, int count, const std::string &row)
+{
+    return "verdict " + std::to_string(verdict) + ", " + std::to_string(count) + " columns" + row;
+}
+
+std::string OfLiteral(const LiteralScan &scan)
+{
+    std::string row;
+    for (size_t i = 0; i < static_cast<size_t>(SG_ColCount); ++i) {
+        if (i >= scan.columns.size()) {
+            row += " NULL";
+            continue;
+        }
+        const LiteralScan::Column &c = scan.columns[i];
+        // The offset of an empty column may lie behind the record.
+        row += c.null        ? " NULL"
+               : c.length > 0 ? " " + Shown(scan.record.substr(c.offset, c.length))
+                              : " \"\"";
+        row += "(" + std::to_string(c.received) + ")";
+    }
+    if (scan.stopped)
+        row += " in " + Shown(scan.record);
+    return Outcome(scan.verdict, scan.count, row);
+}
+
+std::string OfScanner(const std::string &record, bool stopped)
+{
+    SetRecord(record);
+    const int32_t verdict = ExtractDelimitedText();
+    std::string row;
+    for (int32_t i = 0; i < SG_ColCount; ++i) {
+        row += SG_IndBytes[i] ? " NULL" : " " + Shown(Value(i));
+        const int32_t stored = ActualColumnCount - (verdict == 5);
+        if (i < stored)
+            row += "(" + std::to_string(SG_ColLensOrig[i]) + ")";
+    }
+    if (stopped)
+        row += " in " +
+               Shown(std::string(reinterpret_cast<char *>(pmBuffer.Data), pmBuffer.DataLength));
+    return Outcome(verdict, ActualColumnCount, row);
+}
+
+}  // namespace
+
+TEST(Delimited, EveryScannerFindsWhatTheLiteralScanFinds)
+{
+    std::set<int> scanners;
+    std::set<FastRoad> roads;
+    bUsingUDDI = 1;
+    for (int round = 0; round < 6000; ++round) {
+        const CharacterSet &set = kSets[Below(std::size(kSets))];
+        RandomSettings(set);
+        UDDI_ParsingCase = Below(8) == 0 ? kGeneralCase : CaseOfSettings();
+        ASSERT_EQ(ValidateUDDIcase(), 0);
+        const int number = ScannerFor(UDDI_ParsingCase);
+        const ScanPolicy policy = kScanners[number];
+        if (policy.quotes == Mark::None && bQuotedData == kYes)
+            continue;  // unquoted scanners do not know the word; they meet it only without quote marks
+        scanners.insert(number);
+        roads.insert(FastScannerFor);
+        for (int i = 0; i < 60; ++i) {
+            const std::string record = RandomRecord(set);
+            const bool characters = policy.walk == Walk::Characters;
+            const LiteralScan literal(record, characters, policy.walk == Walk::Columns);
+            ASSERT_EQ(OfScanner(record, literal.stopped), OfLiteral(literal))
+                << Situation(set, record);
+            if (!characters || FastScannerFor == FastRoad::Never)
+                continue;
+            const FastRoad road = std::exchange(FastScannerFor, FastRoad::Never);
+            ASSERT_EQ(OfScanner(record, literal.stopped), OfLiteral(literal))
+                << "exact road, " << Situation(set, record);
+            FastScannerFor = road;
+        }
+    }
+    EXPECT_EQ(scanners.size(), std::size(kScanners)) << "settings that reach every scanner";
+    EXPECT_EQ(roads.size(), 3U);
+}
