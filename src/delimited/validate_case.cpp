@@ -134,8 +134,10 @@ static size_t LongestRow()
 {
     constexpr size_t kReserve = 1000, kBytesPerColumn = 8;
     size_t bytes = NumIndBytes + kReserve;
-    for (int32_t i = 0; i < SG_ColCount; ++i)
-        bytes += kBytesPerColumn + (SG_ColLensBase[i] != 0 ? SG_ColLensBase[i] : kMaxColumnBytes);
+    for (int32_t i = 0; i < SG_ColCount; ++i) {
+        const uint32_t maximum = SG_ColLensBase[i] != 0 ? SG_ColLensBase[i] : kMaxColumnBytes;
+        bytes += kBytesPerColumn + std::min(maximum, kMaxColumnBytes);
+    }
     return bytes;
 }
 

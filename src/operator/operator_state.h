@@ -48,13 +48,14 @@ inline int32_t LogStatus = 0;                  // result of the last log write
 inline int64_t CurrentSystemTime = 0;  // seconds, of the last FetchCurrentTime
 
 // ---- Row counters -----------------------------------------------------------------------------
-// Writers: rows/write_row.cpp rows/put_row.cpp rows/verdicts.cpp operator/end_of_file.cpp operator/file_info.cpp
+// Writers: rows/write_row.cpp operator/end_of_file.cpp operator/file_info.cpp operator/access.cpp
 // Zeroed at the end of FW_FenwireFileInfo. 64 bits inside; layouts and messages that hold 32 take
 // the low half.
 inline uint64_t RowCount = 0;  // rows handed over by this instance
 inline uint64_t FileRecordCount =
     0;                            // records of the current file: delivered or refused, not skipped
 inline uint64_t RowsSkipped = 0;  // records dropped through SkipRows
+inline uint32_t bSkipRowsDone = 0;  // SkipRows is used up; cleared at file open if each file skips
 inline uint64_t FileRowsSkipped = 0;   // the same, of the current file
 inline uint64_t FileRowCount = 0;      // rows handed over from the current file
 inline uint32_t SG_ErrorRowCount = 0;  // bad records that went to the record error file

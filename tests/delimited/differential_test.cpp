@@ -209,7 +209,7 @@ std::string OfLiteral(const LiteralScan &scan)
         }
         const LiteralScan::Column &c = scan.columns[i];
         // The offset of an empty column may lie behind the record.
-        row += c.null        ? " NULL"
+        row += c.null         ? " NULL"
                : c.length > 0 ? " " + Shown(scan.record.substr(c.offset, c.length))
                               : " \"\"";
         row += "(" + std::to_string(c.received) + ")";

@@ -1,0 +1,69 @@
+// rows/verdicts.cpp - which verdicts a job tolerates, and how the others end it.
+//
+// kTolerances says which attribute lets a row go on, and what the log says then. Everything else is
+// fatal. A record error file adds two outcomes between these: verdicts 1 to 3 leave the record out and
+// read on until the error limit, and a four-byte character goes on.
+
+#include "rows/verdicts.h"
+
+#include <cstdio>
+
+#include "attributes/attributes_state.h"
+#include "delimited/delimited_state.h"
+#include "delimited/verdict.h"
+#include "fileset/fileset_state.h"
+#include "operator/messages.h"
+#include "schema/schema_state.h"
+
+namespace {
+
+bool ExcessAccepted() { return SG_AcceptExcessColumns != 0; }
+bool MissingAccepted() { return SG_AcceptMissingColumns != 0; }
+bool Truncates() { return TruncateColumnsOpt != 0 || bTruncateUTF8 != 0; }
+
+struct Tolerance {
+    Verdict verdict;
+    bool (*accepted)();
+    const char *trace;
+};
+
+constexpr Tolerance kTolerances[] = {
+    {TooManyColumns, ExcessAccepted, "Continuing with truncated row."},
+    {TooFewColumns, MissingAccepted, "Continuing with padded row."},
+    {FieldOverflow, Truncates, "Continuing with truncated column(s)."},
+};
+
+PxStatus FatalRow(int32_t verdict)
+{
+    const int64_t record = static_cast<int64_t>(FileRecordCount + 1);
+    const int32_t column = VerdictColumn;
+    const char *name = ColumnName(column);
+    char record_text[24];
+
+    snprintf(record_text, sizeof record_text, "%lld", static_cast<long long>(record));
+    FW_ERROR("%s '%s'. %s.", "Fatal data error processing file", CurrentFullPath, ExtractErrMsg);
+    switch (verdict) {
+    case FieldOverflow:
+        return FW_Fatal<19472>(CurrentFullPath, record, column, name, SG_ColLensBase[column - 1],
+                               SG_ColLensOrig[column - 1]);
+    case BadCharacter:
+        return FW_Fatal<19439>(CurrentFullPath, record_text, column, name);
+    case NotAnOpenQuote:
+        return FW_Fatal<19474>(CurrentFullPath, record_text, column, name);
+    default:
+        return FW_Fatal<19134>(CurrentFullPath, ExtractErrMsg);
+    }
+}
+
+}  // namespace
+
+PxStatus SettleVerdict(int32_t verdict)
+{
+    for (const Tolerance &tolerance : kTolerances) {
+        if (verdict != tolerance.verdict || !tolerance.accepted())
+            continue;
+        FW_TRACE(1, "%s", tolerance.trace);
+        return PXSTC_Success;
+    }
+    return FatalRow(verdict);
+}

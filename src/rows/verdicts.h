@@ -1,0 +1,14 @@
+// rows/verdicts.h - what a record that is no complete row costs.
+
+#ifndef FENWIRE_ROWS_VERDICTS_H
+#define FENWIRE_ROWS_VERDICTS_H
+
+#include <cstdint>
+
+#include "infrastructure/infrastructure.h"
+
+// Settles a verdict of ExtractDelimitedText other than RowComplete. 0: the row goes on as it lies in
+// pmBuffer and the column arrays; 48: the job fails, reported.
+PxStatus SettleVerdict(int32_t verdict);
+
+#endif

@@ -1,0 +1,145 @@
+// rows/write_row.cpp - FW_WriteRow: the next record of the current file becomes a row of the stream.
+//
+//   limit     RowsPerInstance reached: end of data
+//   read      pmRead, until SkipRows is used up
+//   cut       record -> columns and a packed row; a bad record is refused
+//   deliver   FW_CheckPutRow
+//
+// One call is one row. Buffer mode will loop here until its buffer is full; in multi-instance reading
+// the master will file the record away after the read, and a slave take its record from there.
+
+#include "attributes/attributes_state.h"
+#include "delimited/delimited.h"
+#include "delimited/verdict.h"
+#include "operator/messages.h"
+#include "pm/pm_state.h"
+#include "rows/rows.h"
+#include "rows/verdicts.h"
+#include "schema/schema_state.h"
+
+static constexpr uint32_t kNoLimit = 0xFFFFFFFF;
+
+// ---- Limit -------------------------------------------------------------------------------------
+
+static void LimitDeleteTask()
+{
+    if (SingleRowForZarnDelete == nullptr || *SingleRowForZarnDelete != 1 ||
+        RowsPerInstanceLimit == 1)
+        return;
+    FW_TRACE(1, "Delete Task is active, RowsPerInstance is being set to 1.");
+    RowsPerInstanceLimit = 1;
+}
+
+static bool LimitReached()
+{
+    if (RowsPerInstanceLimit == kNoLimit || RowCount < RowsPerInstanceLimit)
+        return false;
+    FW_TRACE(1, "Reached '%s' threshold (%u), %s", "RowsPerInstance", RowsPerInstanceLimit,
+             "generating EndOfData");
+    return true;
+}
+
+// ---- Read --------------------------------------------------------------------------------------
+
+static PxStatus ReadFailed(int code)
+{
+    FW_ERROR("%s rc=%d", "pmRead", code);
+    FW_ERROR("'%s'", pmErrorText(code));
+    FW_PmFailure("pmRead", code, pmErrorText(code));
+    return FW_Fatal<19305>();
+}
+
+// Unformatted records without variable columns are read by their length; that format comes in here.
+static PxStatus ReadRecord()
+{
+    const int code = pmRead(pmfp, &pmBuffer);
+    if (code == pmrcOk) [[likely]]
+        return PXSTC_Success;
+    switch (code) {
+    case pmrcNoEOR:
+        return bAcceptEOFasEOR != 0 ? PxStatus{PXSTC_Success} : ReadFailed(code);
+    case pmrcTimeOut:
+        FW_TRACE(1, "Read timed out");
+        return PXSTC_WaitTimeout;
+    case pmrcEOF:
+        FW_TRACE(2, "EOF from pmRead => PXSTC_EndOfData");
+        return PXSTC_EndOfData;
+    case pmrcSkipped:
+        return PXSTC_FatalError;  // reported where it happened
+    default:
+        return ReadFailed(code);
+    }
+}
+
+static void NothingLeftToSkip(PxStatus status)
+{
+    if (status == PXSTC_EndOfData)
+        FW_TRACE(1, "No rows were processed from this file.");
+    else if (status == PXSTC_WaitTimeout)
+        FW_TRACE(1, "No row skipped because of time-out.");
+}
+
+// The next record that SkipRows leaves over. A file that ends earlier leaves the rest of the count to
+// the next one, unless every file has its own.
+static PxStatus ReadBehindSkipped()
+{
+    const uint64_t &skipped = bSkipRowsEveryFile != 0 ? FileRowsSkipped : RowsSkipped;
+    for (;;) {
+        const PxStatus status = ReadRecord();
+        if (status != PXSTC_Success) {
+            NothingLeftToSkip(status);
+            return status;
+        }
+        if (skipped >= SkipRows) {
+            bSkipRowsDone = 1;
+            FW_TRACE(1, "The first %u rows have been skipped.", SkipRows);
+            return PXSTC_Success;
+        }
+        ++RowsSkipped;
+        ++FileRowsSkipped;
+    }
+}
+
+static PxStatus NextRecord()
+{
+    return SkipRows != 0 && bSkipRowsDone == 0 ? ReadBehindSkipped() : ReadRecord();
+}
+
+// ---- Cut ---------------------------------------------------------------------------------------
+
+// expected_length: what the schema makes of the record.
+static PxStatus CutRecord(uint32_t *expected_length)
+{
+    if (SG_VARtypesFlag == 0) {
+        *expected_length = TotalFixedLength;
+        return PXSTC_Success;
+    }
+    // Formats with variable fields other than delimited text are cut by their length prefixes here.
+    if (const int32_t verdict = ExtractDelimitedText(); verdict != RowComplete) [[unlikely]] {
+        if (const PxStatus status = SettleVerdict(verdict); status != PXSTC_Success)
+            return status;
+    }
+    // Date columns are reformatted here, in every row that goes on.
+    *expected_length = pmBuffer.DataLength;
+    return PXSTC_Success;
+}
+
+PxStatus FW_WriteRow(PxOperator *)
+{
+    uint32_t expected_length = 0;
+
+    LimitDeleteTask();
+    if (LimitReached()) [[unlikely]]
+        return PXSTC_EndOfData;
+    if (const PxStatus status = NextRecord(); status != PXSTC_Success)
+        return status;
+    if (const PxStatus status = CutRecord(&expected_length); status != PXSTC_Success)
+        return status;
+    // A column for the input file's name is put in here, and taken out again behind the delivery.
+    ++RowCount;
+    ++FileRecordCount;
+    const PxStatus status = FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length);
+    if (status == PXSTC_SamePhase)
+        ++FileRowCount;
+    return status;
+}
