@@ -10,9 +10,9 @@
 
 #include <unistd.h>
 
+#include "attributes/attribute_table.h"
 #include "attributes/attributes.h"
 #include "fileset/fileset.h"
-#include "operator/messages.h"
 #include "operator/methods.h"
 #include "pm/pm.h"
 
@@ -37,24 +37,20 @@ PxStatus RefuseSecondUse()
     return FW_Fatal<19116>();
 }
 
-PxStatus RefuseNotifyExits()
-{
-    for (const char *name : {"NotifyMethod", "NotifyLevel", "NotifyExit", "NotifyString"}) {
-        bool given = false;
-        if (const PxStatus status = IsAttributeGiven(name, &given))
-            return status;
-        if (given)
-            return NotAvailable(name, "notify exits");
-    }
-    return PXSTC_Success;
-}
+// clang-format off
+constexpr AttributeRow kNotifyAttributes[] = {
+    {.name = "NotifyMethod", .kind = AttrKind::Refused, .feature = "notify exits"},
+    {.name = "NotifyLevel",  .kind = AttrKind::Refused, .feature = "notify exits"},
+    {.name = "NotifyExit",   .kind = AttrKind::Refused, .feature = "notify exits"},
+    {.name = "NotifyString", .kind = AttrKind::Refused, .feature = "notify exits"},
+};
+// clang-format on
 
-// Consumers write files, producers may report to notify exits: neither is there yet.
+// Producers may report to notify exits, consumers write.
 PxStatus SettleSide()
 {
-    if (OperatorType == 2)
-        return NotAvailable("SYSTEM_OperatorType", "writing files (consumer instances)");
-    return RefuseNotifyExits();
+    bWriting = OperatorType == 2;
+    return bWriting != 0 ? PXSTC_Success : ReadAttributes(kNotifyAttributes);
 }
 
 PxStatus NameGlobalVariables()
@@ -70,11 +66,10 @@ PxStatus NameGlobalVariables()
     return PXSTC_Success;
 }
 
-PxStatus AnnounceProducer()
+PxStatus AnnounceOperator()
 {
-    FW_Message<19008>(OpNameStr, TotalInstances);
-    return LogStatus != PXSTC_Success ? ServiceFailed(__func__, "PX_LogWrite", LogStatus)
-                                      : PXSTC_Success;
+    return bWriting != 0 ? FW_StartupMessage<19007>(OpNameStr, TotalInstances)
+                         : FW_StartupMessage<19008>(OpNameStr, TotalInstances);
 }
 
 PxStatus CreateErrorFlags()
@@ -204,7 +199,7 @@ constexpr InitiateStep kPhase1Steps[] = {
     {3,  Share::All,         FW_Initiate          },
     {4,  Share::All,         SettleSide           },
     {6,  Share::All,         NameGlobalVariables  },
-    {7,  Share::InstanceOne, AnnounceProducer     },
+    {7,  Share::InstanceOne, AnnounceOperator     },
     {7,  Share::InstanceOne, CreateErrorFlags     },
     {8,  Share::All,         ReadFilesetAttributes},
     {9,  Share::All,         SettleDirectory      },

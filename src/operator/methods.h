@@ -44,9 +44,5 @@ PxStatus EndMethod(const char *reason);  // sets the latch, sends the statistics
 // ---- Attributes that a method reads by itself
 // The value of an attribute of a fixed length in bytes, into to. 48, reported, when there is none.
 PxStatus ReadRequiredAttribute(const char *name, void *to, int32_t bytes);
-// Whether the job gives the attribute. 0; 48, reported.
-PxStatus IsAttributeGiven(const char *name, bool *given);
-// What a status of PX_GetAttribute other than 0 and 5 costs: 19205 or 19100, exit code 12, 48.
-PxStatus AttributeServiceFailed(const char *name, PxStatus status);
 
 #endif

@@ -2,41 +2,21 @@
 
 #include <cstring>
 
+#include "attributes/attribute_table.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
-
-PxStatus AttributeServiceFailed(const char *name, PxStatus status)
-{
-    if (status == PXSTC_MultiValued)
-        return FW_AttributeFatal<19205>(name, "Multi-value", "Single-value");
-    return FW_AttributeFatal<19100>("PX_GetAttribute", status);
-}
 
 PxStatus ReadRequiredAttribute(const char *name, void *to, int32_t bytes)
 {
     const void *value = nullptr;
-    int32_t length = 0;
 
-    const PxStatus status =
-        Service(SG_opHandle, &PxOperator::PX_GetAttribute, name, &value, &length);
+    const PxStatus status = FetchAttribute(name, &value);
     if (status == PXSTC_NotFound)
         return FW_AttributeFatal<19201>(name);
     if (status != PXSTC_Success)
-        return AttributeServiceFailed(name, status);
-    if (length != bytes || value == nullptr)
-        return FW_AttributeFatal<19202>(name, length, bytes);
+        return status;
+    if (PX_Len != bytes)
+        return FW_AttributeFatal<19202>(name, PX_Len, bytes);
     memcpy(to, value, static_cast<size_t>(bytes));
     return PXSTC_Success;
-}
-
-PxStatus IsAttributeGiven(const char *name, bool *given)
-{
-    const void *value = nullptr;
-    int32_t length = 0;
-
-    const PxStatus status =
-        Service(SG_opHandle, &PxOperator::PX_GetAttribute, name, &value, &length);
-    *given = status == PXSTC_Success;
-    return *given || status == PXSTC_NotFound ? PXSTC_Success
-                                              : AttributeServiceFailed(name, status);
 }

@@ -5,9 +5,9 @@
 // Initiate may have stopped anywhere, so every step asks whether its subject is there, and a failed
 // cleaning stops nothing: only SYSTEM_ExecutePassed can end the method. Archiving adds a phase.
 
-#include <cctype>
 #include <cstring>
 
+#include "attributes/attribute_table.h"
 #include "delimited/delimited.h"
 #include "fileset/fileset.h"
 #include "operator/clock.h"
@@ -30,12 +30,10 @@ struct PassedWord {
 };
 constexpr PassedWord kPassedWords[] = {{"Y", 1}, {"YES", 1}, {"N", 0}, {"NO", 0}};
 
-const char *DecodeExecutePassed(const char *value, int32_t length)
+const char *DecodeExecutePassed(const void *value)
 {
     static char word[kMaxExecutePassed + 1];
-    for (int32_t i = 0; i < length; ++i)
-        word[i] = static_cast<char>(toupper(static_cast<unsigned char>(value[i])));
-    word[length] = '\0';
+    CopyUpper(word, sizeof word, value, PX_Len);
     for (const PassedWord &row : kPassedWords) {
         if (strcmp(word, row.word) == 0) {
             ExecuteSuccessFlag = row.passed;
@@ -51,19 +49,15 @@ const char *DecodeExecutePassed(const char *value, int32_t length)
 PxStatus ReadExecutePassed()
 {
     const void *value = nullptr;
-    int32_t length = 0;
     const char *echo = "Yes (defaulted)";
 
-    const PxStatus status =
-        Service(SG_opHandle, &PxOperator::PX_GetAttribute, kExecutePassed, &value, &length);
+    const PxStatus status = FetchAttribute(kExecutePassed, &value);
     if (status == PXSTC_NotFound)
         ExecuteSuccessFlag = 1;
-    else if (status != PXSTC_Success)
-        return AttributeServiceFailed(kExecutePassed, status);
-    else if (length < 0 || length > kMaxExecutePassed || value == nullptr)
-        return FW_AttributeFatal<19202>(kExecutePassed, length, kMaxExecutePassed);
+    else if (status != PXSTC_Success || CheckLength(kExecutePassed, kMaxExecutePassed))
+        return PXSTC_FatalError;
     else
-        echo = DecodeExecutePassed(static_cast<const char *>(value), length);
+        echo = DecodeExecutePassed(value);
     FW_TRACE(1, "Attribute '%s' value is '%s'", kExecutePassed, echo);
     return PXSTC_Success;
 }
