@@ -136,10 +136,11 @@ PxStatus FW_WriteRow(PxOperator *)
     if (const PxStatus status = CutRecord(&expected_length); status != PXSTC_Success)
         return status;
     // A column for the input file's name is put in here, and taken out again behind the delivery.
+    const PxStatus status = FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length);
+    if (status != PXSTC_SamePhase) [[unlikely]]
+        return status;  // a record that was not taken is in no count: neither a row nor refused
     ++RowCount;
     ++FileRecordCount;
-    const PxStatus status = FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length);
-    if (status == PXSTC_SamePhase)
-        ++FileRowCount;
+    ++FileRowCount;
     return status;
 }
