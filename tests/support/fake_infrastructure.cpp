@@ -252,10 +252,13 @@ void Fake::FillSchema()
                     *metadata = c.metadata;
                     return self.fake->Fail("PX_GetMetadataColumnSchema");
                 };
-            column.object.PX_GetColumnDateFormats = [](PxColumn *, const char **input,
+            column.object.PX_GetColumnDateFormats = [](PxColumn *object, const char **input,
                                                        const char **output, int32_t) {
-                *input = *output = nullptr;
-                return PxStatus{PXSTC_Success};
+                const ColumnHandle &self = Of(object);
+                const FakeColumn &c = self.fake->columns[self.index];
+                *input = c.input_format;
+                *output = c.output_format;
+                return self.fake->Fail("PX_GetColumnDateFormats");
             };
             *declared += f.columns[i].length;
         }

@@ -25,6 +25,7 @@ struct FakeColumn {
     uint32_t length = 10;
     uint32_t metadata = 0;
     uint16_t precision = 0, scale = 0;
+    const char *input_format = nullptr, *output_format = nullptr;  // of dates
 };
 
 class Fake {

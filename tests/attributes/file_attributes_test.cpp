@@ -1,0 +1,199 @@
+// tests/attributes/file_attributes_test.cpp - file name, mode, format and the rules between them.
+
+#include "pm/pm_state.h"
+#include "tests/attributes/attributes_fixture.h"
+
+class FileAttributes : public Attributes {
+protected:
+    FileAttributes()
+    {
+        fake.text.insert({{"FileName", "a.csv"}, {"Format", "TEXT"}, {"OpenMode", "Read"}});
+        snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", "UTF8");
+    }
+    std::string ReadFile(const Given &given) { return Read(ReadFileAttributes, given); }
+};
+
+TEST_F(FileAttributes, AreHeldToTheirRules)
+{
+    const std::string long_name(4097, 'n');
+    const struct {
+        const char *about;
+        Given given;
+        const char *result;
+    } cases[] = {
+        {"least", {}, "0 "},
+        {"empty name", {{"FileName", ""}}, "48 19239(FileName) 19015(12) "},
+        {"long name", {{"FileName", long_name}}, "48 19202(FileName,4097,4096) 19015(12) "},
+        {"a consumer's mode", {{"OpenMode", "Write"}}, "48 19205(OpenMode,Write,Read) 19015(12) "},
+        {"long mode", {{"OpenMode", "WriteAppendix"}}, "48 19202(OpenMode,13,12) 19015(12) "},
+        {"format in any case", {{"Format", "text"}}, "0 "},
+        {"no such format",
+         {{"Format", "CSV"}},
+         "48 19205(Format,CSV,TEXT, FORMATTED, BINARY, FORMATTED4, BINARY4, UNFORMATTED or "
+         "DELIMITED) 19015(12) "},
+        {"format not offered", {{"Format", "Formatted2"}}, "0 "},
+        {"delimited attributes are no business of TEXT",
+         {{"TextDelimiterHEX", "X"}, {"TrimColumns", "*"}},
+         "0 "},
+        {"validation",
+         {{"ValidUTF8", "UTF8"}},
+         "48 19990(ValidUTF8,validation of UTF-8 data) 19015(12) "},
+        {"its character alone is not read", {{"ReplacementUTF8Char", "long"}}, "0 "},
+        {"connector", {{"HadoopJobType", "hive"}}, "48 19990(HadoopJobType,Hadoop) 19015(12) "},
+        {"byte order mark on reading", {{"WriteBOM", "Y"}}, "0 19246(WriteBOM) "},
+        {"old buffer size", {{"IOBufferSize", "#1000"}}, "0 "},
+        {"error file",
+         {{"RecordErrorFileName", "bad"}},
+         "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
+        {"error file, old name",
+         {{"RowErrFileName", "bad"}},
+         "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
+        {"no error file",
+         {{"RecordErrorFileName", ""}, {"ErrorLimit", "#5"}, {"RecordErrorFilePrefixHEX", "X"}},
+         "0 "},
+        {"bad verbosity",
+         {{"RecordErrorVerbosity", "loud"}},
+         "48 19205(RecordErrorVerbosity,loud,Off, Low, Med, High) 19015(12) "},
+        {"excess columns",
+         {{"AcceptExcessColumns", "optional"}},
+         "48 19205(AcceptExcessColumns,optional,Y[es], N[o] or YesW[ithoutLog]) 19015(12) "},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(ReadFile(c.given), c.result) << c.about;
+    fake.text.erase("FileName");
+    EXPECT_EQ(ReadFile({}), "48 19201(FileName) 19015(12) ");
+    bIOviaAccessModule = 1;
+    EXPECT_EQ(ReadFile({}), "0 ");
+}
+
+TEST_F(FileAttributes, ConsumerHasItsOwnModesAndMarks)
+{
+    const struct {
+        const char *about;
+        int32_t instance, restart;
+        Given given;
+        const char *result;
+        uint16_t mode;
+        int32_t mark;
+    } cases[] = {
+        {"write", 1, 0, {{"OpenMode", "write"}}, "0 ", 2, 0},
+        {"a producer's mode",
+         1,
+         0,
+         {{"OpenMode", "Read"}},
+         "48 19205(OpenMode,Read,Write or WriteAppend) 19015(12) ",
+         2,
+         0},
+        {"zip", 1, 0, {{"OpenMode", "write"}, {"FileName", "a.zip"}}, "0 ", 2, 0},
+        {"append to zip",
+         1,
+         0,
+         {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}},
+         "48 19251(OpenMode,WRITEAPPEND) 19015(12) ",
+         3,
+         0},
+        {"another instance does not look",
+         2,
+         0,
+         {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}},
+         "0 ",
+         3,
+         0},
+        {"zip inside the name",
+         1,
+         0,
+         {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip.x"}},
+         "0 ",
+         3,
+         0},
+        {"restart appends", 1, 1, {{"OpenMode", "write"}}, "0 19206(OpenMode,WRITEAPPEND) ", 3, 0},
+        {"mark", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}}, "0 ", 2, 1},
+        {"mark in a wrong set",
+         1,
+         0,
+         {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"SYSTEM_CharSetId", "ASCII"}},
+         "0 19249(WriteBOM,ASCII) ",
+         2,
+         0},
+        {"mark in a wrong format",
+         1,
+         0,
+         {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "UNFORMATTED"}},
+         "0 19208(WriteBOM,) ",
+         2,
+         0},
+        {"its word is another's",
+         1,
+         0,
+         {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "BINARY"}},
+         "0 19208(WriteBOM,FORMATTED2) ",
+         2,
+         0},
+    };
+    OperatorType = 2;
+    TotalInstances = 2;
+    for (const auto &c : cases) {
+        ThisInstance = c.instance;
+        FW_RestartMode = c.restart;
+        snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", "UTF8");
+        for (const auto &[name, value] : c.given) {
+            if (std::string(name) == "SYSTEM_CharSetId")
+                snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", value.c_str());
+        }
+        bWriteBOM = 0;
+        EXPECT_EQ(ReadFile(c.given), c.result) << c.about;
+        EXPECT_EQ(FW_OpenMode, c.mode) << c.about;
+        EXPECT_EQ(bWriteBOM, c.mark) << c.about;
+    }
+    EXPECT_EQ(Reading, 0U);
+    EXPECT_TRUE(Traced("FileName: 'a.csv'"));
+    FW_RestartMode = 0;
+    fake.text.erase("OpenMode");
+    EXPECT_EQ(ReadFile({}), "0 19203(OpenMode,Write) ");
+    EXPECT_EQ(FW_OpenMode, 2);
+    OperatorType = 1;
+    EXPECT_EQ(ReadFile({}), "0 19203(OpenMode,Read) ");
+    EXPECT_EQ(FW_OpenMode, 1);
+    EXPECT_EQ(Reading, 1U);
+}
+
+TEST_F(FileAttributes, IndicatorsAndUnsupportedSetsDoNotGoWithText)
+{
+    SG_IndicatorData = kYes;
+    EXPECT_EQ(ReadFile({}), "48 19208(IndicatorMode,TEXT) 19015(12) ");
+    EXPECT_EQ(ReadFile({{"Format", "Delimited"}}), "48 19208(IndicatorMode,DELIMITED) 19015(12) ");
+    EXPECT_EQ(ReadFile({{"Format", "Binary"}}), "0 ");
+    bUnsupportedCharacterSet = 1;
+    EXPECT_EQ(ReadFile({{"Format", "Delimited"}}), "48 19465() 19015(12) ");
+    EXPECT_EQ(ReadFile({{"Format", "Binary"}}), "0 ");
+}
+
+TEST_F(FileAttributes, FirstNameOfTruncationThatIsGivenCounts)
+{
+    const struct {
+        Given given;
+        int32_t option;
+    } cases[] = {
+        {{}, kNo},
+        {{{"TruncateColumns", "Yes"}}, kYes},
+        {{{"TruncateLongCols", "YesW"}}, kYesWithoutLog},
+        {{{"TruncateColumnData", "No"}, {"TruncateColumns", "Yes"}}, kNo},
+        {{{"TruncateColumns", "No"}, {"TruncateLongCols", "Yes"}}, kNo},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(ReadFile(c.given), "0 ");
+        EXPECT_EQ(TruncateColumnsOpt, c.option);
+    }
+}
+
+TEST_F(FileAttributes, WhatGoesWithAnErrorFileIsIgnoredWithoutOne)
+{
+    EXPECT_EQ(
+        ReadFile(
+            {{"ErrorLimit", "#5"}, {"RecordErrorFilePrefix", "*"}, {"RecordErrorVerbosity", "h"}}),
+        "0 ");
+    EXPECT_EQ(SG_ErrorRowLimit, -1);
+    EXPECT_EQ(RowErrorVerbosity, 0);
+    EXPECT_TRUE(Traced("Definition of attribute ErrorLimit ignored"));
+    EXPECT_TRUE(Traced("RecordErrorVerbosity: 'OFF' (IGNORED)"));
+}
