@@ -1,5 +1,11 @@
 // attributes/fileset_attributes.cpp - where the files are and how instances share them.
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <unistd.h>
+
 #include "attributes/attribute_table.h"
 #include "attributes/attributes.h"
 #include "operator/messages.h"
@@ -15,6 +21,30 @@ PxStatus NoteDirectoryPath()
 PxStatus NoDirectoryPath()
 {
     bDirectoryPathGiven = 0;
+    return PXSTC_Success;
+}
+
+PxStatus DefaultDirectoryPath()
+{
+    if (bDirectoryPathGiven != 0)
+        return PXSTC_Success;
+    if (getcwd(DirectoryPath, kMaxPath) == nullptr) {
+        char reason[160];
+        const int error = errno;
+        snprintf(reason, sizeof reason, "getcwd:%s", strerror(error));
+        FW_ERROR("can not obtain working directory via function '%s'", "getcwd");
+        return FW_AttributeFatal<19100>(static_cast<const char *>(reason), error);
+    }
+    FW_TRACE(1, "%s defaulting to: '%s'", "DirectoryPath", DirectoryPath);
+    return PXSTC_Success;
+}
+
+// Names are appended to it. An empty one stays: it is the working directory too.
+PxStatus CloseDirectoryPath()
+{
+    const size_t length = strlen(DirectoryPath);
+    if (length != 0 && DirectoryPath[length - 1] != '/')
+        memcpy(DirectoryPath + length, "/", 2);
     return PXSTC_Success;
 }
 
@@ -120,6 +150,8 @@ constexpr char kVigil[] = "the active directory scan";
 constexpr AttributeRow kFilesetAttributes[] = {
     {.name = "DirectoryPath",      .kind = AttrKind::Text,    .target = &DirectoryPath, .limit = kMaxPath, .on_given = NoteDirectoryPath, .on_absent = NoDirectoryPath},
     {.name = "HadoopHost",         .kind = AttrKind::Refused, .feature = "Hadoop"},
+    {.name = "working directory",  .kind = AttrKind::Rule,    .rule = DefaultDirectoryPath},
+    {.name = "path separator",     .kind = AttrKind::Rule,    .rule = CloseDirectoryPath},
     {.name = "FileList",           .kind = AttrKind::YesNo,   .target = &bFileList},
     {.name = "FileList",           .kind = AttrKind::Rule,    .rule = CheckFileList},
     {.name = "MultipleReaders",    .kind = AttrKind::YesNo,   .target = &bAllowMultiInstanceRead},

@@ -136,19 +136,6 @@ PxStatus SettleScan()
     return SettleReaders();
 }
 
-// A scan finds several files, which are dealt whole.
-PxStatus SettleMultipleReaders()
-{
-    if (bAllowMultiInstanceRead == 0)
-        return PXSTC_Success;
-    if (bEnableScan == kYes) {
-        bAllowMultiInstanceRead = 0;
-        FW_AttributeMessage<19232>("MultipleReaders");
-        return PXSTC_Success;
-    }
-    return NotAvailable("MultipleReaders", "several readers of one file");
-}
-
 PxStatus FinishOwnPart()
 {
     bOperatorInUse = 1;
@@ -209,7 +196,6 @@ constexpr InitiateStep kPhase1Steps[] = {
     // 14 several readers of one file against access modules
     {15, Share::All,         FW_FenwireFileInfo   },
     {16, Share::All,         SettleScan           },
-    {16, Share::All,         SettleMultipleReaders},
     // 17 connection of connector jobs; 18 shared memory for several readers of one file
     {18, Share::All,         FinishOwnPart        },
     {19, Share::All,         LeaveToInstanceOne   },

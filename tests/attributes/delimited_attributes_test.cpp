@@ -7,9 +7,9 @@
 #include "pm/pm_state.h"
 #include "tests/attributes/attributes_fixture.h"
 
-class Delimited : public Attributes {
+class DelimitedAttributes : public Attributes {
 protected:
-    Delimited()
+    DelimitedAttributes()
     {
         fake.text.insert({{"FileName", "a.csv"}, {"Format", "Delimited"}, {"OpenMode", "Read"}});
     }
@@ -20,7 +20,7 @@ protected:
     }
 };
 
-TEST_F(Delimited, SpecialCharactersInEverySpelling)
+TEST_F(DelimitedAttributes, SpecialCharactersInEverySpelling)
 {
     const struct {
         const char *about, *set;
@@ -51,7 +51,7 @@ TEST_F(Delimited, SpecialCharactersInEverySpelling)
     }
 }
 
-TEST_F(Delimited, SpecialCharactersAreRefused)
+TEST_F(DelimitedAttributes, SpecialCharactersAreRefused)
 {
     const std::string bar = "19203(TextDelimiter,|) ";
     const struct {
@@ -114,7 +114,7 @@ TEST_F(Delimited, SpecialCharactersAreRefused)
     EXPECT_EQ(ReadFile({{"AppendDelimiter", "Y"}, {"AcceptEOFasEOR", "*"}}), "0 " + bar);
 }
 
-TEST_F(Delimited, ValueThatOutgrowsItsRoomIsNotConverted)
+TEST_F(DelimitedAttributes, ValueThatOutgrowsItsRoomIsNotConverted)
 {
     snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", "UTF16");
     EXPECT_EQ(ReadFile({{"TextDelimiter", std::string(51, 'd')}}), "48 19154() 19015(12) ");
@@ -126,7 +126,7 @@ TEST_F(Delimited, ValueThatOutgrowsItsRoomIsNotConverted)
     EXPECT_STRNE(px_nvicuversion(), kNoUnicodeLibrary);
 }
 
-TEST_F(Delimited, QuoteMarksDefaultToEachOther)
+TEST_F(DelimitedAttributes, QuoteMarksDefaultToEachOther)
 {
     const struct {
         const char *about, *set;
@@ -156,7 +156,7 @@ TEST_F(Delimited, QuoteMarksDefaultToEachOther)
     }
 }
 
-TEST_F(Delimited, TrimModeSettlesBothSides)
+TEST_F(DelimitedAttributes, TrimModeSettlesBothSides)
 {
     const struct {
         Given given;
@@ -178,7 +178,7 @@ TEST_F(Delimited, TrimModeSettlesBothSides)
     }
 }
 
-TEST_F(Delimited, SettingsComposeTheParsingCase)
+TEST_F(DelimitedAttributes, SettingsComposeTheParsingCase)
 {
     const struct {
         const char *about;
@@ -224,7 +224,7 @@ TEST_F(Delimited, SettingsComposeTheParsingCase)
     EXPECT_EQ(cDelimiter, '|');
 }
 
-TEST_F(Delimited, TrimOfBothKindsAddsUp)
+TEST_F(DelimitedAttributes, TrimOfBothKindsAddsUp)
 {
     TextDelimiter = {.length = 1, .value = {'|'}};
     UsingSingleByteCharSet = 0;
@@ -237,14 +237,14 @@ TEST_F(Delimited, TrimOfBothKindsAddsUp)
     EXPECT_EQ(UDDI_ParsingCase, 2100005);
 }
 
-TEST_F(Delimited, TextHasNoParsingCaseToValidate)
+TEST_F(DelimitedAttributes, TextHasNoParsingCaseToValidate)
 {
     EXPECT_EQ(ReadFile({{"Format", "Text"}}), "0 ");
     EXPECT_EQ(bValidateParsingCase, 0U);
     EXPECT_EQ(TextDelimiter.length, 0);
 }
 
-TEST_F(Delimited, TextHelpers)
+TEST_F(DelimitedAttributes, TextHelpers)
 {
     EXPECT_TRUE(is_it_a_number("0063"));
     EXPECT_TRUE(is_it_a_number(""));

@@ -1,5 +1,7 @@
 // tests/attributes/operator_attributes_test.cpp - general attributes, file set, yes/no words, hostile answers.
 
+#include <filesystem>
+
 #include "attributes/attribute_table.h"
 #include "tests/attributes/attributes_fixture.h"
 
@@ -215,7 +217,14 @@ TEST_F(Attributes, FilesetValuesArrive)
     EXPECT_EQ(MaxRecordsPerInstance, -1);
     EXPECT_EQ(bEnableScan, kNo);
     EXPECT_EQ(bDirectoryPathGiven, 1U);
-    EXPECT_STREQ(DirectoryPath, "/in");
+    EXPECT_STREQ(DirectoryPath, "/in/");
+    const std::string longest = "/" + std::string(4095, 'p');
+    EXPECT_EQ(Read(ReadFilesetAttributes, {{"DirectoryPath", longest}}), "0 ");
+    EXPECT_EQ(DirectoryPath, longest + "/");
+    EXPECT_EQ(Read(ReadFilesetAttributes, {{"DirectoryPath", "in/"}}), "0 ");
+    EXPECT_STREQ(DirectoryPath, "in/");
+    EXPECT_EQ(Read(ReadFilesetAttributes, {}), "0 ");
+    EXPECT_EQ(DirectoryPath, std::filesystem::current_path().string() + "/");
 }
 
 TEST_F(Attributes, OnlyInstanceOneTellsButAllFail)
