@@ -136,7 +136,7 @@ PxStatus UpdateFileEntry(int32_t index, const FileNamesEntry *entry)
 
 PxStatus GetScanFileCount(int32_t *count)
 {
-    FileNamesEntry entry;
+    FileNamesEntry entry = {};
     int32_t processed = 0, failed = 0;
 
     *count = 0;

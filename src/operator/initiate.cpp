@@ -122,7 +122,7 @@ PxStatus SettleScan()
     if (has_path && bDirectoryPathGiven != 0) {
         FW_ERROR("Attribute '%s' ('%s') has a path of its own and can not be used with '%s'",
                  "FileName", FW_FileName, "DirectoryPath");
-        return FW_AttributeFatal<19209>("FileName", "DirectoryPath");
+        return FW_AttributeFatal<19209>("DirectoryPath", "FileName");
     }
     if (bEnableScan == kYes && strchr(FW_FileName, '*') == nullptr) {
         FW_TRACE(4, "No File Pattern, Directory Scan Disabled");
