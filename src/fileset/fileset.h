@@ -43,6 +43,9 @@ void FreeFileNodes();                             // may be called again
 // Directory and name as one path, into to. A name with a "/" of its own stands alone.
 void ComposeFullPath(char *to, size_t room, const char *name);
 
+// Puts the separator at the end of a path that has none.
+void EndWithSeparator(char *path, size_t room);
+
 enum : int32_t { kRegularFile = 0, kNamedPipe = 1, kLink = 2 };  // the kinds that are input
 enum : int32_t { kFileFound = 0, kFileUnexaminable = 2, kFileMissing = 3 };
 

@@ -126,8 +126,7 @@ PxStatus ProcessAcceptedFile(FileScan &scan, const AcceptedFile &file)
 PxStatus TallyFiles(FileScan &scan, const WildcardPattern &pattern)
 {
     FW_TRACE_TIMED(1, "Files from directory '%s'", DirInfo.DirName);
-    const bool here = DirInfo.DirName[0] == '\0';
-    DIR *directory = directory_calls.opendir(here ? "." : DirInfo.DirName);
+    DIR *directory = directory_calls.opendir(DirInfo.DirName);
     if (directory == nullptr)
         return DirectoryFailed("");
     const PxStatus status = ExamineEntries(scan, pattern, directory);

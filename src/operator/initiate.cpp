@@ -5,6 +5,7 @@
 // opens each instance's first file. The first step that fails ends the method; nothing is undone,
 // since terminate copes with a partly initiated instance. The numbers are those of the tests.
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -92,9 +93,27 @@ PxStatus CreateErrorFlags()
     return PXSTC_Success;
 }
 
+PxStatus DefaultDirectory()
+{
+    if (getcwd(DirectoryPath, kMaxPath) == nullptr) {
+        const int why = errno;
+        char text[256];
+        snprintf(text, sizeof text, "getcwd:%s", strerror(why));
+        FW_ERROR("can not obtain working directory via function '%s'", "getcwd");
+        return FW_AttributeFatal<19100>(text, why);
+    }
+    FW_TRACE(1, "%s defaulting to: '%s'", "DirectoryPath", DirectoryPath);
+    return PXSTC_Success;
+}
+
 // The directory goes to all instances with the files, as instance 1 has it.
 PxStatus SettleDirectory()
 {
+    if (DirectoryPath[0] == '\0') {
+        if (const PxStatus status = DefaultDirectory())
+            return status;
+    }
+    EndWithSeparator(DirectoryPath, sizeof DirectoryPath);
     DirInfo = {};
     DirInfo.DirNameSpecified = static_cast<int32_t>(bDirectoryPathGiven);
     snprintf(DirInfo.DirName, sizeof DirInfo.DirName, "%s", DirectoryPath);
