@@ -1,11 +1,172 @@
-// cli/main.cpp - the program `fenwire`.
+// cli/main.cpp - the program `fenwire`: command line to verb, failures to words and exit status.
 
+#include <CLI/CLI.hpp>
+#include <array>
 #include <cstdio>
+#include <fmt/format.h>
+#include <functional>
 
+#include "cli/verbs.h"
+#include "host/job/words.h"
 #include "host/version.h"
 
-int main()
+namespace fenwire {
+
+void PrintError(const std::string &what, const std::string &hint)
 {
-    printf("fenwire %s\n", fenwire::kVersion);
-    return 0;
+    fmt::print(stderr, "fenwire: error: {}\n", what);
+    if (!hint.empty())
+        fmt::print(stderr, "{:>9}hint: {}\n", "", hint);
+}
+
+namespace {
+
+constexpr char kHelp[] = R"help(fenwire {} - loads delimited and text files into a database, with several readers at once
+
+  fenwire check JOB.toml      could the job run? looks at everything and changes nothing
+  fenwire run JOB.toml        runs it
+  fenwire explain WORD        what a message (19112) or an attribute (TextDelimiter) means
+  fenwire list SUBJECT        attributes, types, messages or targets
+  fenwire version
+
+A whole job file:
+
+  [producer]
+  FileName = "orders.csv"
+  Format = "Delimited"
+  TextDelimiter = ","
+
+  [schema]
+  columns = ["id VARCHAR(12)", "customer VARCHAR(40)"]
+
+  [target]
+  type = "sqlite"
+  file = "orders.db"
+  table = "orders"
+
+fenwire VERB --help shows the options of a verb; docs/job-file.md explains job files.
+)help";
+
+constexpr char kExitStatus[] =
+    "Exit status: 0 all rows moved; 4 done, with warnings or refused rows; 8 serious, the job went on; 12 failed; "
+    "2 command line or job file wrong, nothing was started; 130 or 143 stopped by a signal.";
+
+void AddJobOptions(CLI::App &verb, JobOptions &options)
+{
+    verb.add_option("job", options.file, "the job file")->required()->type_name("JOB.toml");
+    verb.add_option("--instances", options.instances,
+                    "how many instances read, instead of the job file's number")
+        ->type_name("N");
+    verb.add_option(
+            "--set", options.settings,
+            "a value instead of the job file's, such as producer.SkipRows=1; may be repeated")
+        ->type_name("STEP.NAME=VALUE")
+        ->allow_extra_args(false);
+}
+
+struct CommandLine {
+    CLI::App app;
+    RunOptions run;
+    JobOptions check;
+    std::string explain, list, docs;
+    std::function<int()> chosen;
+
+    CommandLine()
+    {
+        CLI::App *verb = Verb("run", "runs a job", [this] { return RunVerb(run); });
+        AddJobOptions(*verb, run.job);
+        verb->add_option("--progress", run.progress, "auto, line (for logs) or off")
+            ->check(CLI::IsMember({"auto", "line", "off"}))
+            ->type_name("KIND");
+        verb->add_flag("--json", run.json, "one JSON object with the result on standard output");
+        verb->footer(kExitStatus);
+
+        verb = Verb("check", "says whether a job could run, and changes nothing",
+                    [this] { return CheckVerb(check); });
+        AddJobOptions(*verb, check);
+
+        verb = Verb("explain", "says what a message or an attribute means",
+                    [this] { return ExplainVerb(explain); });
+        verb->add_option("word", explain, "a number such as 19112 or QLX19112, or an attribute")
+            ->required();
+
+        verb = Verb("list", "lists attributes, types, messages or targets",
+                    [this] { return ListVerb(list); });
+        verb->add_option("subject", list, "attributes, types, messages or targets")->required();
+
+        Verb("version", "prints the version", VersionVerb);
+
+        verb = Verb("docs", "prints a generated page", [this] { return DocsVerb(docs); });
+        verb->add_option("page", docs)->required();
+        verb->group("");  // for those who build the program
+    }
+
+private:
+    CLI::App *Verb(const char *name, const char *about, std::function<int()> action)
+    {
+        CLI::App *verb = app.add_subcommand(name, about);
+        verb->callback([this, action = std::move(action)] { chosen = action; });
+        return verb;
+    }
+};
+
+// What stands first must be a verb: the parser's own words for that help nobody.
+void CheckVerbName(const CommandLine &line, const std::string &word)
+{
+    std::vector<std::string> names;
+    for (const CLI::App *verb : line.app.get_subcommands([](const CLI::App *) { return true; })) {
+        if (verb->get_name() == word)
+            return;
+        if (!verb->get_group().empty())
+            names.push_back(verb->get_name());
+    }
+    const std::vector<std::string_view> words(names.begin(), names.end());
+    const std::string nearest = DidYouMean(word, words);
+    throw UsageError(fmt::format("there is no verb {}", Quoted(word)),
+                     !nearest.empty()          ? nearest
+                     : word.ends_with(".toml") ? fmt::format("fenwire run {}", Escaped(word))
+                                               : "fenwire --help shows them");
+}
+
+int Main(int argc, char **argv)
+{
+    const std::string first = argc > 1 ? argv[1] : "";
+    if (first.empty() || first == "--help" || first == "-h" || first == "help") {
+        fmt::print(first.empty() ? stderr : stdout, kHelp, kVersion);
+        return first.empty() ? kExitRefused : kExitGood;
+    }
+    if (first == "--version")
+        return VersionVerb();
+    CommandLine line;
+    CheckVerbName(line, first);
+    line.app.name("fenwire");
+    try {
+        line.app.parse(argc, argv);
+    } catch (const CLI::CallForHelp &) {
+        fmt::print("{}", line.app.get_subcommands().at(0)->help());
+        return kExitGood;
+    } catch (const CLI::ParseError &error) {
+        throw UsageError(error.what(), fmt::format("fenwire {} --help shows the options", first));
+    }
+    return line.chosen();
+}
+
+}  // namespace
+}  // namespace fenwire
+
+int main(int argc, char **argv)
+{
+    using namespace fenwire;
+    try {
+        return Main(argc, argv);
+    } catch (const JobError &error) {
+        fmt::print(stderr, "{}\n", error.what());
+        return kExitRefused;
+    } catch (const UsageError &error) {
+        PrintError(error.what(), error.hint);
+        return kExitRefused;
+    } catch (const std::exception &error) {
+        PrintError(error.what());
+        return kExitFailed;
+    }
 }

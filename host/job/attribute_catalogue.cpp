@@ -171,14 +171,14 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "Text that the access module gets at its start."},
 
     // ---- Notification ------------------------------------------------------------------------------
-    {.name = "NotifyMethod",               .kind = Word,             .group = AttributeGroup::Notify,      .absent = "None", .words = "None", .coming = "Msg Exit",
+    {.name = "NotifyMethod",               .kind = Word,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits", .absent = "None", .words = "None Msg Exit",
      .about = "How milestones of the job are told to the outside."},
-    {.name = "NotifyLevel",                .kind = Word,             .group = AttributeGroup::Notify,      .support = Support::Ignored, .absent = "Low", .words = "Off Low Medium High Ultra",
-     .about = "Which milestones are told. Has a meaning with NotifyMethod only."},
-    {.name = "NotifyExit",                 .kind = Text,             .group = AttributeGroup::Notify,      .support = Support::Ignored,
-     .about = "Library that is told of the milestones. Has a meaning with NotifyMethod only."},
-    {.name = "NotifyString",               .kind = Text,             .group = AttributeGroup::Notify,      .support = Support::Ignored,
-     .about = "Text that goes with each milestone. Has a meaning with NotifyMethod only."},
+    {.name = "NotifyLevel",                .kind = Word,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits", .absent = "Low", .words = "Off Low Medium High Ultra",
+     .about = "Which milestones are told."},
+    {.name = "NotifyExit",                 .kind = Text,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits",
+     .about = "Library that is told of the milestones."},
+    {.name = "NotifyString",               .kind = Text,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits",
+     .about = "Text that goes with each milestone."},
 
     // ---- Hadoop ------------------------------------------------------------------------------------
     {.name = "HadoopHost",                 .kind = Text,             .group = AttributeGroup::Hadoop,      .support = Support::Later, .feature = "Hadoop",

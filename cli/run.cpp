@@ -1,0 +1,61 @@
+// cli/run.cpp - `fenwire run`: load, check, move the rows, report.
+
+#include "host/coordinator/run.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "cli/verbs.h"
+#include "host/console/report.h"
+
+namespace fenwire {
+
+namespace {
+
+ProgressMode Progress(const std::string &word)
+{
+    return word == "off"    ? ProgressMode::Off
+           : word == "line" ? ProgressMode::Line
+                            : ProgressMode::Auto;
+}
+
+// Whoever reads the object gets one for a job that was never started, too.
+void PrintRefusal(const char *status, int exit_code, const std::string &what,
+                  const std::vector<Complaint> &complaints = {})
+{
+    nlohmann::ordered_json object = {
+        {"status", status}, {"exit_code", exit_code}, {"failure", what}};
+    for (const Complaint &complaint : complaints)
+        object["complaints"].push_back({{"line", complaint.at.line},
+                                        {"column", complaint.at.line > 0 ? complaint.at.column : 0},
+                                        {"what", complaint.what},
+                                        {"hint", complaint.hint}});
+    fmt::print("{}\n", object.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+}  // namespace
+
+int RunVerb(const RunOptions &options)
+{
+    try {
+        const Job job = LoadJob(options.job.file, Overrides(options.job));
+        const std::unique_ptr<Console> console =
+            MakeConsole(Progress(options.progress), options.json);
+        return RunJob(job, *console).exit_code;
+    } catch (const JobError &error) {
+        if (options.json)
+            PrintRefusal("refused", kExitRefused, error.what(), error.complaints);
+        throw;
+    } catch (const UsageError &error) {
+        if (options.json)
+            PrintRefusal("refused", kExitRefused, error.what());
+        throw;
+    } catch (const std::exception &error) {
+        if (options.json)
+            PrintRefusal("failed", kExitFailed, error.what());
+        throw;
+    }
+}
+
+}  // namespace fenwire

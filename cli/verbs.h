@@ -1,0 +1,57 @@
+// cli/verbs.h - what the program can be asked to do: one function and one file a verb.
+//
+// A verb returns the exit status of the program: 0 all is well, 2 the command line or the job file is
+// wrong and nothing was started; run has more (docs/job-file.md). It throws what it can't help;
+// main prints that. To add a verb: its options and its function here, a file, and a row in main.cpp.
+
+#ifndef FENWIRE_CLI_VERBS_H
+#define FENWIRE_CLI_VERBS_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/job/job.h"
+
+namespace fenwire {
+
+inline constexpr int kExitGood = 0, kExitRefused = 2, kExitFailed = 12;
+
+struct JobOptions {
+    std::string file;
+    std::string instances;              // as given; empty: not
+    std::vector<std::string> settings;  // step.Name=value
+};
+
+struct RunOptions {
+    JobOptions job;
+    std::string progress = "auto";
+    bool json = false;
+};
+
+int RunVerb(const RunOptions &options);
+int CheckVerb(const JobOptions &options);
+int ExplainVerb(const std::string &subject);
+int ListVerb(const std::string &subject);
+int DocsVerb(const std::string &page);
+int VersionVerb();
+
+// ---- For the verbs ----------------------------------------------------------------------------
+
+// The command line asks for what can't be had.
+struct UsageError : std::runtime_error {
+    UsageError(const std::string &what, std::string likely)
+        : std::runtime_error(what), hint(std::move(likely))
+    {
+    }
+    std::string hint;
+};
+
+// "fenwire: error: ..", with the hint below it when there is one.
+void PrintError(const std::string &what, const std::string &hint = {});
+
+std::vector<Override> Overrides(const JobOptions &options);  // UsageError for a bad --set
+
+}  // namespace fenwire
+
+#endif

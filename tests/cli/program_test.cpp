@@ -1,0 +1,76 @@
+// tests/cli/program_test.cpp - the program as its user meets it: exit status, standard output and error.
+
+#include <array>
+#include <cstdio>
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include "tests/host/job/job_files.h"
+
+namespace {
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+std::string ReadAll(const std::filesystem::path &file)
+{
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+Outcome Program(const JobFolder &folder, const std::string &arguments)
+{
+    const std::string command = "cd '" + folder.path().string() + "' && '" FENWIRE_PROGRAM "' " +
+                                arguments + " >out 2>err </dev/null";
+    const int status = system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadAll(folder.path() / "out"),
+            ReadAll(folder.path() / "err")};
+}
+
+}  // namespace
+
+TEST(Program, AnswersWithWordsAndStatus)
+{
+    // clang-format off
+    static constexpr struct {
+        const char *about, *arguments;
+        int status;
+        const char *out, *err;  // what must stand there; empty: nothing at all
+    } kCases[] = {
+        {"nothing asked",            "",                              2, "",                      "fenwire check JOB.toml"},
+        {"help",                     "--help",                        0, "A whole job file:",     ""},
+        {"help of a verb",           "run --help",                    0, "--instances",           ""},
+        {"verb misspelt",            "chekc a.toml",                  2, "",                      "did you mean \"check\"?"},
+        {"verb forgotten",           "a.toml",                        2, "",                      "hint: fenwire run a.toml"},
+        {"no job file named",        "run",                           2, "",                      "fenwire: error: "},
+        {"option nobody knows",      "run --fast a.toml",             2, "",                      "--fast"},
+        {"setting without a value",  "check --set producer a.toml",   2, "",                      "--set producer.SkipRows=1"},
+        {"no such job file",         "run none.toml",                 2, "",                      "none.toml: error: there is no such file"},
+        {"the same for a program",   "run --json none.toml",          2, "\"status\": \"refused\"", "there is no such file"},
+        {"message by number",        "explain 19112",                 0, "QLX19112, error",       ""},
+        {"message as in a log",      "explain qlx19112",              0, "what to do: make the column longer", ""},
+        {"attribute in any case",    "explain quoteddata",            0, "Yes, No or Optional",   ""},
+        {"attribute misspelt",       "explain QuotedDat",             2, "",                      "did you mean \"QuotedData\"?"},
+        {"message nobody sends",     "explain 19999",                 2, "",                      "there is no message 19999"},
+        {"list of attributes",       "list attributes",               0, "TextDelimiter",         ""},
+        {"list of types",            "list types",                    0, " 63  NUMBER",           ""},
+        {"list misspelt",            "list type",                     2, "",                      "did you mean \"types\"?"},
+        {"version",                  "version",                       0, "fenwire 0.",            ""},
+    };
+    // clang-format on
+    const JobFolder folder;
+    for (const auto &c : kCases) {
+        const Outcome outcome = Program(folder, c.arguments);
+        EXPECT_EQ(outcome.status, c.status) << c.about;
+        for (const auto &[wanted, given] :
+             {std::pair(c.out, &outcome.out), {c.err, &outcome.err}}) {
+            if (*wanted == '\0')
+                EXPECT_EQ(*given, "") << c.about;
+            else
+                EXPECT_NE(given->find(wanted), std::string::npos) << c.about << ":\n" << *given;
+        }
+    }
+}
