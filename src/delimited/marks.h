@@ -57,10 +57,12 @@ inline uint64_t WindowMask(const uint8_t *window, const uint8_t (&bytes)[N])
 {
     uint64_t mask = 0;
 #if defined(__SSE2__)
+#pragma GCC unroll 4
     for (uint32_t part = 0; part < kWindowBytes; part += 16) {
         const __m128i data = _mm_loadu_si128(reinterpret_cast<const __m128i *>(window + part));
-        __m128i hits = _mm_cmpeq_epi8(data, _mm_set1_epi8(static_cast<char>(bytes[0])));
-        for (int i = 1; i < N; ++i)
+        __m128i hits = _mm_setzero_si128();
+#pragma GCC unroll 4
+        for (int i = 0; i < N; ++i)
             hits = _mm_or_si128(hits,
                                 _mm_cmpeq_epi8(data, _mm_set1_epi8(static_cast<char>(bytes[i]))));
         mask |= static_cast<uint64_t>(static_cast<uint32_t>(_mm_movemask_epi8(hits))) << part;

@@ -276,8 +276,9 @@ void ScanByColumns(ScanState &s)
 }
 
 // The scanner of a number, or its fast twin: the same verdicts and columns as long as no byte of a
-// multi-byte character can be taken for a mark. Null where there is nothing to gain.
+// multi-byte character can be taken for a mark. single_bytes: no mark is longer than a byte. Null where
+// there is nothing to gain.
 ScanRoutine ScannerNumber(int number);
-ScanRoutine FastTwin(int number);
+ScanRoutine FastTwin(int number, bool single_bytes);
 
 #endif

@@ -95,16 +95,21 @@ static void TakeScannerView()
         memcmp(OpenQuoteMark.value, CloseQuoteMark.value, Marks.open_quote.length) == 0;
 }
 
-static bool MarksAreAscii()
+template <class Test>
+static bool EveryMark(Test test)
 {
-    for (const MarkText *mark :
-         {&Marks.delimiter, &Marks.escape, &Marks.open_quote, &Marks.close_quote,
-          &Marks.quote_escape, &Marks.trim_leading, &Marks.trim_trailing}) {
-        if (!IsAscii(mark->bytes, mark->bytes + mark->length))
-            return false;
-    }
-    return true;
+    const MarkText *marks[] = {&Marks.delimiter,    &Marks.escape,       &Marks.open_quote,
+                               &Marks.close_quote,  &Marks.quote_escape, &Marks.trim_leading,
+                               &Marks.trim_trailing};
+    return std::all_of(std::begin(marks), std::end(marks), [&](auto mark) { return test(*mark); });
 }
+
+static bool IsAsciiMark(const MarkText &mark)
+{
+    return IsAscii(mark.bytes, mark.bytes + mark.length);
+}
+
+static bool IsAtMostOneByte(const MarkText &mark) { return mark.length <= 1; }
 
 // Where single bytes tell the same marks as characters do. The general case asks for the scanner
 // that walks characters, so that a job can be run without any fast road.
@@ -114,7 +119,7 @@ static FastRoad ChooseFastRoad()
         return FastRoad::Never;
     if (UsingSingleByteCharSet)
         return FastRoad::Always;
-    if (CharSetFamily == kFamilyUtf16 || !MarksAreAscii())
+    if (CharSetFamily == kFamilyUtf16 || !EveryMark(IsAsciiMark))
         return FastRoad::Never;
     return CharSetFamily == kFamilyUtf8 ? FastRoad::Always : FastRoad::AsciiRecords;
 }
@@ -123,7 +128,7 @@ static void ChooseScanner()
 {
     const int number = ScannerFor(UDDI_ParsingCase);
     ExactScanner = ScannerNumber(number);
-    FastScanner = FastTwin(number);
+    FastScanner = FastTwin(number, EveryMark(IsAtMostOneByte));
     FastScannerFor = ChooseFastRoad();
 }
 

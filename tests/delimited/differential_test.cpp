@@ -243,7 +243,7 @@ TEST(Delimited, EveryScannerFindsWhatTheLiteralScanFinds)
     std::set<int> scanners;
     std::set<FastRoad> roads;
     bUsingUDDI = 1;
-    for (int round = 0; round < 6000; ++round) {
+    for (int round = 0; round < 2500; ++round) {
         const CharacterSet &set = kSets[Below(std::size(kSets))];
         RandomSettings(set);
         UDDI_ParsingCase = Below(8) == 0 ? kGeneralCase : CaseOfSettings();
@@ -254,7 +254,7 @@ TEST(Delimited, EveryScannerFindsWhatTheLiteralScanFinds)
             continue;  // unquoted scanners do not know the word; they meet it only without quote marks
         scanners.insert(number);
         roads.insert(FastScannerFor);
-        for (int i = 0; i < 60; ++i) {
+        for (int i = 0; i < 40; ++i) {
             const std::string record = RandomRecord(set);
             const bool characters = policy.walk == Walk::Characters;
             const LiteralScan literal(record, characters, policy.walk == Walk::Columns);
