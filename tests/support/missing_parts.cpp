@@ -7,3 +7,4 @@
 [[gnu::weak]] void DumpFileInfo(int32_t) {}
 [[gnu::weak]] int32_t CharLengthSingleByte(const uint8_t *, uint32_t *) { return 0; }
 [[gnu::weak]] const char *pHEXvalue(const uint8_t *, uint32_t) { return "x''"; }
+[[gnu::weak]] const char *pmErrorText(int) { return "words of the code"; }
