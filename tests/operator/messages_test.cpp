@@ -74,6 +74,17 @@ TEST(Messages, AttributeFailuresBeforeThePublicLogGoToTheConsole)
     EXPECT_EQ(fake.console,
               "FATAL_ERROR: FW_Initiate can't find required attribute SYSTEM_OperatorType\n");
     EXPECT_EQ(fake.exit_code, 12);
+    fake.console.clear();
+    EXPECT_EQ(FW_AttributeFatal<19202>("A", 5, 4), PXSTC_FatalError);
+    EXPECT_EQ(FW_AttributeFatal<19205>("A", "Multi-value", "Single-value"), PXSTC_FatalError);
+    EXPECT_EQ(FW_AttributeFatal<19100>("PX_GetAttribute", 8), PXSTC_FatalError);
+    EXPECT_EQ(NotAvailable("A", "feature"), PXSTC_FatalError);
+    EXPECT_EQ(fake.console,
+              "FATAL_ERROR:  A attribute length error\n"
+              "FATAL_ERROR:  A: Multi-value received for single-value attribute\n"
+              "FATAL_ERROR: PX_GetAttribute returned rc = 8 - called from FW_Initiate\n"
+              "FATAL_ERROR:  A: message 19990\n");
+    fake.console = "FATAL_ERROR";
     ThisInstance = 2;
     EXPECT_EQ(FW_AttributeFatal<19201>("SYSTEM_OperatorType"), PXSTC_FatalError);
     EXPECT_EQ(fake.console.find("FATAL_ERROR", 1), std::string::npos);  // instance 1 alone speaks
