@@ -11,7 +11,7 @@ namespace {
 
 constexpr int32_t kAbsurdLength = 1 << 20;  // no attribute comes near: the answer is not to be used
 
-// The format is a row's, which EchoesFitKinds has checked against what is printed.
+// The format is a row's, which EchoFitsKind has checked against what is printed.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 template <class Value>
@@ -91,10 +91,10 @@ PxStatus UnknownWord(const AttributeRow &row, const char *given)
 
 PxStatus TakeWord(const AttributeRow &row, const void *value)
 {
-    char given[256], upper[256];
+    char given[kLongestWord + 1], upper[kLongestWord + 1];
     if (const PxStatus status = CheckLength(row.name, row.limit))
         return status;
-    memcpy(given, value, static_cast<size_t>(PX_Len));  // no limit of a word comes near 256
+    memcpy(given, value, static_cast<size_t>(PX_Len));
     given[PX_Len] = '\0';
     CopyUpper(upper, sizeof upper, value, PX_Len);
     for (const AttrWord &word : row.words) {

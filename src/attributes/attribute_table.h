@@ -78,22 +78,41 @@ struct AttributeRow {
     PxStatus (*rule)() = nullptr;
 };
 
+inline constexpr int32_t kLongestWord = 255;
+
 // An echo must print what its kind stores: "%s" for the name, then %d, %u or %s for the value.
-constexpr bool EchoesFitKinds(std::span<const AttributeRow> rows)
+constexpr bool EchoFitsKind(const AttributeRow &row)
+{
+    char conversions[4] = {};
+    size_t count = 0;
+    for (const char *p = row.echo; p != nullptr && *p != '\0'; ++p) {
+        if (*p == '%' && count < 3)
+            conversions[count++] = p[1];
+    }
+    if (row.echo == nullptr)
+        return true;
+    if (count != 2 || conversions[0] != 's')
+        return false;
+    return row.kind == AttrKind::Integer ? conversions[1] == 'd' || conversions[1] == 'u'
+                                         : row.kind == AttrKind::Text && conversions[1] == 's';
+}
+
+// A row has what its kind needs. Every table is held to this where it is defined.
+constexpr bool RowsAreSound(std::span<const AttributeRow> rows)
 {
     for (const AttributeRow &row : rows) {
-        char conversions[4] = {};
-        size_t count = 0;
-        for (const char *p = row.echo; p != nullptr && *p != '\0'; ++p) {
-            if (*p == '%' && count < 3)
-                conversions[count++] = p[1];
-        }
-        if (row.echo == nullptr)
-            continue;
-        if (count != 2 || conversions[0] != 's')
-            return false;
-        if (row.kind == AttrKind::Integer ? conversions[1] != 'd' && conversions[1] != 'u'
-                                          : row.kind != AttrKind::Text || conversions[1] != 's')
+        const AttrTarget &to = row.target;
+        const bool number = to.integer != nullptr || to.counter != nullptr || to.small != nullptr;
+        const bool sound[] = {
+            /* Integer */ number,
+            /* Text    */ to.text != nullptr && row.limit < static_cast<int32_t>(to.capacity),
+            /* Word    */ number && row.limit > 0 && row.limit <= kLongestWord &&
+                !row.words.empty() && row.valid != nullptr,
+            /* YesNo   */ to.integer != nullptr,
+            /* Refused */ row.feature != nullptr,
+            /* Rule    */ row.rule != nullptr,
+        };
+        if (!sound[static_cast<size_t>(row.kind)] || !EchoFitsKind(row))
             return false;
     }
     return true;

@@ -204,6 +204,7 @@ constexpr AttributeRow kDelimitedAttributes[] = {
      .valid = "None, Both, Leading, or Trailing", .keep = &trim_word, .on_given = EchoTrimColumns, .on_absent = NoteUnusedTrimChar},
     {.name = "TrimChar",             .kind = AttrKind::Rule,  .wanted = TrimColumnsGiven, .rule = ReadTrimChar},
 };
+static_assert(RowsAreSound(kDelimitedAttributes));
 // clang-format on
 
 }  // namespace

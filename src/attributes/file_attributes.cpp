@@ -183,8 +183,10 @@ PxStatus NoteIgnored(const char *name)
 
 PxStatus CheckErrorLimit()
 {
-    if (ErrorFileInUse())
+    if (ErrorFileInUse()) {
+        FW_TRACE(1, "%s: '%d'", "ErrorLimit", SG_ErrorRowLimit);
         return PXSTC_Success;
+    }
     SG_ErrorRowLimit = -1;
     return NoteIgnored("ErrorLimit");
 }
@@ -254,6 +256,7 @@ constexpr AttributeRow kHadoopAttributes[] = {
     {.name = "HadoopTargetFieldNames",      .kind = AttrKind::Refused, .feature = kHadoop},
     {.name = "HadoopTargetDatabase",        .kind = AttrKind::Refused, .feature = kHadoop},
 };
+static_assert(RowsAreSound(kHadoopAttributes));
 
 constexpr AttributeRow kFileAttributes[] = {
     {.name = "FileName",   .kind = AttrKind::Text, .target = &FW_FileName, .on_given = CheckFileName, .on_absent = NoFileName},
@@ -282,14 +285,14 @@ constexpr AttributeRow kFileAttributes[] = {
     {.name = "RecordErrorFileName",   .kind = AttrKind::Text,    .target = &SG_RowErrFileName},
     {.name = "RowErrFileName",        .kind = AttrKind::Text,    .target = &SG_RowErrFileName, .wanted = NoErrorFileYet},
     {.name = "record error file",     .kind = AttrKind::Rule,    .rule = CheckErrorFile},
-    {.name = "ErrorLimit",            .kind = AttrKind::Integer, .target = &SG_ErrorRowLimit, .absent = -1, .echo = "%s: '%d'", .on_given = CheckErrorLimit},
+    {.name = "ErrorLimit",            .kind = AttrKind::Integer, .target = &SG_ErrorRowLimit, .absent = -1, .on_given = CheckErrorLimit},
     {.name = "RecordErrorFilePrefix", .kind = AttrKind::Rule,    .rule = ReadErrorPrefix},
     {.name = "RecordErrorVerbosity",  .kind = AttrKind::Word,    .target = &RowErrorVerbosity, .limit = 10, .words = kVerbosities,
      .valid = "Off, Low, Med, High", .on_given = CheckErrorVerbosity},
     {.name = "FileName, OpenMode, Format", .kind = AttrKind::Rule, .rule = EchoFile},
 };
+static_assert(RowsAreSound(kFileAttributes));
 // clang-format on
-static_assert(EchoesFitKinds(kFileAttributes));
 
 }  // namespace
 

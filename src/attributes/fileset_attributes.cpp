@@ -173,6 +173,7 @@ constexpr AttributeRow kFilesetAttributes[] = {
     {.name = "VigilMaxFiles",       .kind = AttrKind::Refused, .feature = kVigil},
     {.name = "VigilSortField",      .kind = AttrKind::Refused, .feature = kVigil},
 };
+static_assert(RowsAreSound(kFilesetAttributes));
 // clang-format on
 
 }  // namespace

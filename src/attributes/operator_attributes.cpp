@@ -18,6 +18,7 @@ constexpr AttributeRow kInstanceAttributes[] = {
     {.name = "SYSTEM_MaxInstances",   .kind = AttrKind::Integer, .target = &TotalInstances, .required = true, .minimum = 1},
     {.name = "SYSTEM_OperatorType",   .kind = AttrKind::Integer, .target = &OperatorType,   .required = true, .minimum = 1, .maximum = 2},
 };
+static_assert(RowsAreSound(kInstanceAttributes));
 // clang-format on
 
 // ---- Logs ----
@@ -58,6 +59,7 @@ constexpr AttributeRow kLogAttributes[] = {
      .valid = "ALL, IO_BUFFERS, IO_COUNTS, MILESTONES or NONE", .unknown = kLevelNone},
     {.name = "PrivateLogName",      .kind = AttrKind::Text, .target = &PrivateLogName, .on_absent = MakeUpLogName},
 };
+static_assert(RowsAreSound(kLogAttributes));
 // clang-format on
 
 // ---- General ----
@@ -111,8 +113,8 @@ constexpr AttributeRow kGeneralAttributes[] = {
     {.name = "TimeOut",            .kind = AttrKind::Integer, .target = &FW_TimeOutSeconds,    .echo = "%s: %d seconds", .on_given = CheckTimeOut},
     {.name = "NamedPipeTimeOut",   .kind = AttrKind::Integer, .target = &FIFO_TimeOutSeconds,  .echo = "%s: %d seconds", .on_given = CheckNamedPipeTimeOut},
 };
+static_assert(RowsAreSound(kGeneralAttributes));
 // clang-format on
-static_assert(EchoesFitKinds(kGeneralAttributes));
 
 }  // namespace
 

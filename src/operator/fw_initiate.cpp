@@ -90,13 +90,15 @@ void WriteBanner()
 }
 
 // A missing library costs nothing here: only a job that needs a conversion fails, where it needs it.
+// A log of statistics drops this line, so the library is not even looked for.
 void TracePlatform()
 {
     constexpr uint16_t kOne = 1;
     uint8_t first = 0;
     memcpy(&first, &kOne, 1);
     FW_TRACE(1, "%s endian platform", first == 1 ? "Little" : "Big");
-    FW_TRACE(1, "Unicode library version: '%s'", px_nvicuversion());
+    if (FW_StatsOnly == 0)
+        FW_TRACE(1, "Unicode library version: '%s'", px_nvicuversion());
 }
 
 }  // namespace

@@ -45,6 +45,7 @@ constexpr AttributeRow kNotifyAttributes[] = {
     {.name = "NotifyExit",   .kind = AttrKind::Refused, .feature = "notify exits"},
     {.name = "NotifyString", .kind = AttrKind::Refused, .feature = "notify exits"},
 };
+static_assert(RowsAreSound(kNotifyAttributes));
 // clang-format on
 
 // Producers may report to notify exits, consumers write.

@@ -241,7 +241,7 @@ void FW_Dump(const char *routine, const char *label, const void *data, uint32_t 
         char hex[kPerLine * 3 + 1] = "", chars[kPerLine + 1] = "";
         for (uint32_t i = 0; i < kPerLine && at + i < bytes; ++i) {
             const uint8_t byte = from[at + i];
-            snprintf(hex + i * 3, 4, "%02X ", byte);
+            snprintf(hex + static_cast<size_t>(i) * 3, 4, "%02X ", byte);
             chars[i] = byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
         }
         FW_Trace(routine, TraceKind::Plain, "%s %04X %-48s *%s*", label, at, hex, chars);

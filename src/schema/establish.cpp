@@ -92,16 +92,16 @@ PxStatus FetchColumns(PxColumn ***list)
     int32_t count = 0;
     PxStatus status =
         Service(schemaHandle, &PxSchema::PX_GetColumnSchemaList, list, &count, &declared);
-    if (status == PXSTC_Success && count >= 1 && *list == nullptr)
-        status = PXSTC_NullPointer;
-    if (status == PXSTC_Success && count > kMostColumns)
-        status = kCountError;
-    if (status != PXSTC_Success)
-        return ServiceFailed(__func__, "PX_GetColumnSchemaList", status);
-    if (count < 1) {
+    if (status == PXSTC_Success && count < 1) {
         FW_ERROR("ZERO columns defined in schema");
         return FW_Fatal<19106>(count);
     }
+    if (status == PXSTC_Success && count > kMostColumns)
+        status = kCountError;
+    if (status == PXSTC_Success && *list == nullptr)
+        status = PXSTC_NullPointer;
+    if (status != PXSTC_Success)
+        return ServiceFailed(__func__, "PX_GetColumnSchemaList", status);
     SG_ColCount = count;
     FW_TRACE(1, "Schema column count=%d", SG_ColCount);
     return PXSTC_Success;

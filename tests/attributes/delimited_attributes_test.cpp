@@ -22,6 +22,7 @@ protected:
 
 TEST_F(DelimitedAttributes, SpecialCharactersInEverySpelling)
 {
+    // clang-format off
     const struct {
         const char *about, *set;
         Given given;
@@ -44,6 +45,7 @@ TEST_F(DelimitedAttributes, SpecialCharactersInEverySpelling)
         {"tab, high byte first", "UTF16", {{"TextDelimiterHEX", "005400410042"}}, "x'0009'"},
         {"no tab by the set's number", "62", {{"TextDelimiter", "TAB"}}, "x'540041004200'"},
     };
+    // clang-format on
     for (const auto &c : cases) {
         snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", c.set);
         EXPECT_EQ(ReadFile(c.given).substr(0, 2), "0 ") << c.about;
@@ -54,58 +56,30 @@ TEST_F(DelimitedAttributes, SpecialCharactersInEverySpelling)
 TEST_F(DelimitedAttributes, SpecialCharactersAreRefused)
 {
     const std::string bar = "19203(TextDelimiter,|) ";
+    // clang-format off
     const struct {
         const char *about;
         Given given;
         std::string result;
     } cases[] = {
-        {"both spellings",
-         {{"TextDelimiter", "|"}, {"TextDelimiterHEX", "7C"}},
-         "48 19128(TextDelimiter,TextDelimiterHEX) 19015(12) "},
-        {"odd digits",
-         {{"TextDelimiterHEX", "7C0"}},
-         "48 19205(TextDelimiterHEX,7C0,hexadecimal digits) 19015(12) "},
-        {"no digit",
-         {{"TextDelimiterHEX", "7G"}},
-         "48 19205(TextDelimiterHEX,7G,hexadecimal digits) 19015(12) "},
-        {"101 bytes",
-         {{"TextDelimiter", std::string(101, 'd')}},
-         "48 19202(TextDelimiter,101,100) 19015(12) "},
-        {"a list",
-         {{"TextDelimiterHEX", "*"}},
-         "48 19205(TextDelimiterHEX,Multi-value,Single-value) 19015(12) "},
-        {"nothing",
-         {{"TextDelimiter", ""}},
-         "48 19205(TextDelimiter,,one byte or more) 19015(12) "},
-        {"escape of zeros",
-         {{"EscapeTextDelimiterHEX", "0000"}},
-         "48 " + bar +
-             "19205(EscapeTextDelimiter,x'0000',those with at least one non-null (non-zero) byte) "
-             "19015(12) "},
-        {"escape of nothing",
-         {{"EscapeTextDelimiter", ""}},
-         "48 " + bar +
-             "19205(EscapeTextDelimiter,x'',those with at least one non-null (non-zero) byte) "
-             "19015(12) "},
-        {"close without open",
-         {{"CloseQuoteMark", "'"}},
-         "48 " + bar + "19247(CloseQuoteMark,OpenQuoteMark) 19015(12) "},
-        {"quote escape without marks",
-         {{"EscapeQuoteDelimiter", "\\"}},
-         "48 " + bar + "19247(EscapeQuoteDelimiter,OpenQuoteMark) 19015(12) "},
-        {"a consumer's attribute",
-         {{"AppendDelimiter", "Y"}},
-         "16 19246(AppendDelimiter) 19015(8) "},
+        {"both spellings", {{"TextDelimiter", "|"}, {"TextDelimiterHEX", "7C"}}, "48 19128(TextDelimiter,TextDelimiterHEX) 19015(12) "},
+        {"odd digits", {{"TextDelimiterHEX", "7C0"}}, "48 19205(TextDelimiterHEX,7C0,hexadecimal digits) 19015(12) "},
+        {"no digit", {{"TextDelimiterHEX", "7G"}}, "48 19205(TextDelimiterHEX,7G,hexadecimal digits) 19015(12) "},
+        {"101 bytes", {{"TextDelimiter", std::string(101, 'd')}}, "48 19202(TextDelimiter,101,100) 19015(12) "},
+        {"a list", {{"TextDelimiterHEX", "*"}}, "48 19205(TextDelimiterHEX,Multi-value,Single-value) 19015(12) "},
+        {"nothing", {{"TextDelimiter", ""}}, "48 19205(TextDelimiter,,one byte or more) 19015(12) "},
+        {"escape of zeros", {{"EscapeTextDelimiterHEX", "0000"}}, "48 " + bar + "19205(EscapeTextDelimiter,x'0000',those with at least one non-null (non-zero) byte) 19015(12) "},
+        {"escape of nothing", {{"EscapeTextDelimiter", ""}}, "48 " + bar + "19205(EscapeTextDelimiter,x'',those with at least one non-null (non-zero) byte) 19015(12) "},
+        {"close without open", {{"CloseQuoteMark", "'"}}, "48 " + bar + "19247(CloseQuoteMark,OpenQuoteMark) 19015(12) "},
+        {"quote escape without marks", {{"EscapeQuoteDelimiter", "\\"}}, "48 " + bar + "19247(EscapeQuoteDelimiter,OpenQuoteMark) 19015(12) "},
+        {"a consumer's attribute", {{"AppendDelimiter", "Y"}}, "16 19246(AppendDelimiter) 19015(8) "},
         {"the same, refused", {{"AppendDelimiter", "N"}}, "0 " + bar},
-        {"trim word",
-         {{"TrimColumns", "left"}},
-         "48 " + bar + "19205(TrimColumns,left,None, Both, Leading, or Trailing) 19015(12) "},
-        {"trim of two bytes",
-         {{"TrimColumns", "Both"}, {"TrimChar", "xy"}},
-         "48 " + bar + "19248(TrimChar,1) 19015(12) "},
+        {"trim word", {{"TrimColumns", "left"}}, "48 " + bar + "19205(TrimColumns,left,None, Both, Leading, or Trailing) 19015(12) "},
+        {"trim of two bytes", {{"TrimColumns", "Both"}, {"TrimChar", "xy"}}, "48 " + bar + "19248(TrimChar,1) 19015(12) "},
         {"trim character alone", {{"TrimChar", "xy"}}, "0 " + bar},
         {"trim none", {{"TrimColumns", "None"}, {"TrimChar", "xy"}}, "0 " + bar},
     };
+    // clang-format on
     for (const auto &c : cases)
         EXPECT_EQ(ReadFile(c.given), c.result) << c.about;
     OperatorType = 2;
@@ -128,6 +102,7 @@ TEST_F(DelimitedAttributes, ValueThatOutgrowsItsRoomIsNotConverted)
 
 TEST_F(DelimitedAttributes, QuoteMarksDefaultToEachOther)
 {
+    // clang-format off
     const struct {
         const char *about, *set;
         Given given;
@@ -136,18 +111,11 @@ TEST_F(DelimitedAttributes, QuoteMarksDefaultToEachOther)
         {"no quotes", "UTF8", {}, "x''", "x''"},
         {"optional quotes", "UTF8", {{"QuotedData", "Optional"}}, "x'22'", "x'22'"},
         {"own mark", "UTF8", {{"QuotedData", "Y"}, {"OpenQuoteMark", "<<"}}, "x'3C3C'", "x'3C3C'"},
-        {"own marks",
-         "UTF8",
-         {{"QuotedData", "Y"}, {"OpenQuoteMark", "<"}, {"CloseQuoteMarkHEX", "3E"}},
-         "x'3C'",
-         "x'3E'"},
-        {"converted once",
-         "UTF16",
-         {{"QuotedData", "Y"}, {"OpenQuoteMark", "'"}},
-         "x'2700'",
-         "x'2700'"},
+        {"own marks", "UTF8", {{"QuotedData", "Y"}, {"OpenQuoteMark", "<"}, {"CloseQuoteMarkHEX", "3E"}}, "x'3C'", "x'3E'"},
+        {"converted once", "UTF16", {{"QuotedData", "Y"}, {"OpenQuoteMark", "'"}}, "x'2700'", "x'2700'"},
         {"marks without quoted data", "UTF8", {{"OpenQuoteMark", "'"}}, "x'27'", "x''"},
     };
+    // clang-format on
     for (const auto &c : cases) {
         snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", c.set);
         EXPECT_EQ(ReadFile(c.given).substr(0, 2), "0 ") << c.about;
@@ -158,6 +126,7 @@ TEST_F(DelimitedAttributes, QuoteMarksDefaultToEachOther)
 
 TEST_F(DelimitedAttributes, TrimModeSettlesBothSides)
 {
+    // clang-format off
     const struct {
         Given given;
         const char *leading, *trailing;
@@ -168,6 +137,7 @@ TEST_F(DelimitedAttributes, TrimModeSettlesBothSides)
         {{{"TrimColumns", "Trailing"}, {"TrimCharHEX", "2E"}}, "x''", "x'2E'"},
         {{{"TrimColumns", "None"}, {"TrimChar", "0"}}, "x''", "x''"},
     };
+    // clang-format on
     for (const auto &c : cases) {
         TrimLeadingChar = TrimTrailingChar = {};
         EXPECT_EQ(ReadFile(c.given).substr(0, 2), "0 ");
@@ -180,6 +150,7 @@ TEST_F(DelimitedAttributes, TrimModeSettlesBothSides)
 
 TEST_F(DelimitedAttributes, SettingsComposeTheParsingCase)
 {
+    // clang-format off
     const struct {
         const char *about;
         uint32_t single_byte;
@@ -193,25 +164,14 @@ TEST_F(DelimitedAttributes, SettingsComposeTheParsingCase)
         {"long escape", 1, {{"EscapeTextDelimiter", "\\\\"}}, 1120000},
         {"quoted", 1, {{"QuotedData", "Y"}}, 1101100},
         {"quote escape", 1, {{"QuotedData", "O"}, {"EscapeQuoteDelimiter", "\\"}}, 1101110},
-        {"long marks",
-         1,
-         {{"QuotedData", "Y"}, {"OpenQuoteMark", "<<"}, {"CloseQuoteMark", ">"}},
-         1102100},
+        {"long marks", 1, {{"QuotedData", "Y"}, {"OpenQuoteMark", "<<"}, {"CloseQuoteMark", ">"}}, 1102100},
         {"long mark alone", 1, {{"QuotedData", "Y"}, {"OpenQuoteMark", "<<"}}, 1102200},
-        {"marks without quoted data",
-         1,
-         {{"OpenQuoteMark", "'"}, {"EscapeQuoteDelimiter", "\\"}},
-         1100000},
+        {"marks without quoted data", 1, {{"OpenQuoteMark", "'"}, {"EscapeQuoteDelimiter", "\\"}}, 1100000},
         {"trim", 1, {{"TrimColumns", "Leading"}}, 1100001},
-        {"all",
-         0,
-         {{"QuotedData", "Y"},
-          {"EscapeTextDelimiter", "\\"},
-          {"EscapeQuoteDelimiter", "\\"},
-          {"TrimColumns", "Both"}},
-         2111111},
+        {"all", 0, {{"QuotedData", "Y"}, {"EscapeTextDelimiter", "\\"}, {"EscapeQuoteDelimiter", "\\"}, {"TrimColumns", "Both"}}, 2111111},
         {"general", 1, {{"UseGeneralUDDIcase", "Y"}}, 2222222},
     };
+    // clang-format on
     for (const auto &c : cases) {
         UsingSingleByteCharSet = c.single_byte;
         TrimLeadingChar = TrimTrailingChar = {};

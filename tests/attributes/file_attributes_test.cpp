@@ -16,6 +16,7 @@ protected:
 TEST_F(FileAttributes, AreHeldToTheirRules)
 {
     const std::string long_name(4097, 'n');
+    // clang-format off
     const struct {
         const char *about;
         Given given;
@@ -27,37 +28,21 @@ TEST_F(FileAttributes, AreHeldToTheirRules)
         {"a consumer's mode", {{"OpenMode", "Write"}}, "48 19205(OpenMode,Write,Read) 19015(12) "},
         {"long mode", {{"OpenMode", "WriteAppendix"}}, "48 19202(OpenMode,13,12) 19015(12) "},
         {"format in any case", {{"Format", "text"}}, "0 "},
-        {"no such format",
-         {{"Format", "CSV"}},
-         "48 19205(Format,CSV,TEXT, FORMATTED, BINARY, FORMATTED4, BINARY4, UNFORMATTED or "
-         "DELIMITED) 19015(12) "},
+        {"no such format", {{"Format", "CSV"}}, "48 19205(Format,CSV,TEXT, FORMATTED, BINARY, FORMATTED4, BINARY4, UNFORMATTED or DELIMITED) 19015(12) "},
         {"format not offered", {{"Format", "Formatted2"}}, "0 "},
-        {"delimited attributes are no business of TEXT",
-         {{"TextDelimiterHEX", "X"}, {"TrimColumns", "*"}},
-         "0 "},
-        {"validation",
-         {{"ValidUTF8", "UTF8"}},
-         "48 19990(ValidUTF8,validation of UTF-8 data) 19015(12) "},
+        {"delimited attributes are no business of TEXT", {{"TextDelimiterHEX", "X"}, {"TrimColumns", "*"}}, "0 "},
+        {"validation", {{"ValidUTF8", "UTF8"}}, "48 19990(ValidUTF8,validation of UTF-8 data) 19015(12) "},
         {"its character alone is not read", {{"ReplacementUTF8Char", "long"}}, "0 "},
         {"connector", {{"HadoopJobType", "hive"}}, "48 19990(HadoopJobType,Hadoop) 19015(12) "},
         {"byte order mark on reading", {{"WriteBOM", "Y"}}, "0 19246(WriteBOM) "},
         {"old buffer size", {{"IOBufferSize", "#1000"}}, "0 "},
-        {"error file",
-         {{"RecordErrorFileName", "bad"}},
-         "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
-        {"error file, old name",
-         {{"RowErrFileName", "bad"}},
-         "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
-        {"no error file",
-         {{"RecordErrorFileName", ""}, {"ErrorLimit", "#5"}, {"RecordErrorFilePrefixHEX", "X"}},
-         "0 "},
-        {"bad verbosity",
-         {{"RecordErrorVerbosity", "loud"}},
-         "48 19205(RecordErrorVerbosity,loud,Off, Low, Med, High) 19015(12) "},
-        {"excess columns",
-         {{"AcceptExcessColumns", "optional"}},
-         "48 19205(AcceptExcessColumns,optional,Y[es], N[o] or YesW[ithoutLog]) 19015(12) "},
+        {"error file", {{"RecordErrorFileName", "bad"}}, "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
+        {"error file, old name", {{"RowErrFileName", "bad"}}, "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
+        {"no error file", {{"RecordErrorFileName", ""}, {"ErrorLimit", "#5"}, {"RecordErrorFilePrefixHEX", "X"}}, "0 "},
+        {"bad verbosity", {{"RecordErrorVerbosity", "loud"}}, "48 19205(RecordErrorVerbosity,loud,Off, Low, Med, High) 19015(12) "},
+        {"excess columns", {{"AcceptExcessColumns", "optional"}}, "48 19205(AcceptExcessColumns,optional,Y[es], N[o] or YesW[ithoutLog]) 19015(12) "},
     };
+    // clang-format on
     for (const auto &c : cases)
         EXPECT_EQ(ReadFile(c.given), c.result) << c.about;
     fake.text.erase("FileName");
@@ -68,6 +53,7 @@ TEST_F(FileAttributes, AreHeldToTheirRules)
 
 TEST_F(FileAttributes, ConsumerHasItsOwnModesAndMarks)
 {
+    // clang-format off
     const struct {
         const char *about;
         int32_t instance, restart;
@@ -77,59 +63,18 @@ TEST_F(FileAttributes, ConsumerHasItsOwnModesAndMarks)
         int32_t mark;
     } cases[] = {
         {"write", 1, 0, {{"OpenMode", "write"}}, "0 ", 2, 0},
-        {"a producer's mode",
-         1,
-         0,
-         {{"OpenMode", "Read"}},
-         "48 19205(OpenMode,Read,Write or WriteAppend) 19015(12) ",
-         2,
-         0},
+        {"a producer's mode", 1, 0, {{"OpenMode", "Read"}}, "48 19205(OpenMode,Read,Write or WriteAppend) 19015(12) ", 2, 0},
         {"zip", 1, 0, {{"OpenMode", "write"}, {"FileName", "a.zip"}}, "0 ", 2, 0},
-        {"append to zip",
-         1,
-         0,
-         {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}},
-         "48 19251(OpenMode,WRITEAPPEND) 19015(12) ",
-         3,
-         0},
-        {"another instance does not look",
-         2,
-         0,
-         {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}},
-         "0 ",
-         3,
-         0},
-        {"zip inside the name",
-         1,
-         0,
-         {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip.x"}},
-         "0 ",
-         3,
-         0},
+        {"append to zip", 1, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}}, "48 19251(OpenMode,WRITEAPPEND) 19015(12) ", 3, 0},
+        {"another instance does not look", 2, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}}, "0 ", 3, 0},
+        {"zip inside the name", 1, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip.x"}}, "0 ", 3, 0},
         {"restart appends", 1, 1, {{"OpenMode", "write"}}, "0 19206(OpenMode,WRITEAPPEND) ", 3, 0},
         {"mark", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}}, "0 ", 2, 1},
-        {"mark in a wrong set",
-         1,
-         0,
-         {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"SYSTEM_CharSetId", "ASCII"}},
-         "0 19249(WriteBOM,ASCII) ",
-         2,
-         0},
-        {"mark in a wrong format",
-         1,
-         0,
-         {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "UNFORMATTED"}},
-         "0 19208(WriteBOM,) ",
-         2,
-         0},
-        {"its word is another's",
-         1,
-         0,
-         {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "BINARY"}},
-         "0 19208(WriteBOM,FORMATTED2) ",
-         2,
-         0},
+        {"mark in a wrong set", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"SYSTEM_CharSetId", "ASCII"}}, "0 19249(WriteBOM,ASCII) ", 2, 0},
+        {"mark in a wrong format", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "UNFORMATTED"}}, "0 19208(WriteBOM,) ", 2, 0},
+        {"its word is another's", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "BINARY"}}, "0 19208(WriteBOM,FORMATTED2) ", 2, 0},
     };
+    // clang-format on
     OperatorType = 2;
     TotalInstances = 2;
     for (const auto &c : cases) {
@@ -170,6 +115,7 @@ TEST_F(FileAttributes, IndicatorsAndUnsupportedSetsDoNotGoWithText)
 
 TEST_F(FileAttributes, FirstNameOfTruncationThatIsGivenCounts)
 {
+    // clang-format off
     const struct {
         Given given;
         int32_t option;
@@ -180,6 +126,7 @@ TEST_F(FileAttributes, FirstNameOfTruncationThatIsGivenCounts)
         {{{"TruncateColumnData", "No"}, {"TruncateColumns", "Yes"}}, kNo},
         {{{"TruncateColumns", "No"}, {"TruncateLongCols", "Yes"}}, kNo},
     };
+    // clang-format on
     for (const auto &c : cases) {
         EXPECT_EQ(ReadFile(c.given), "0 ");
         EXPECT_EQ(TruncateColumnsOpt, c.option);

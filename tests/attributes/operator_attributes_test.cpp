@@ -7,6 +7,7 @@
 
 TEST_F(Attributes, YesNoWordsCountOnlyInTheirModes)
 {
+    // clang-format off
     const struct {
         const char *word;
         int32_t by_mode[3];  // -1: refused
@@ -25,6 +26,7 @@ TEST_F(Attributes, YesNoWordsCountOnlyInTheirModes)
         {"YesWithoutLog", {-1, -1, 3}},
         {"YESWITHOUT", {-1, -1, -1}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         fake.text["X"] = c.word;
         for (int32_t mode = 0; mode < 3; ++mode) {
@@ -55,6 +57,7 @@ TEST_F(Attributes, YesNoDefaultsAndFailures)
 
 TEST_F(Attributes, GeneralAttributesAreHeldToTheirRules)
 {
+    // clang-format off
     const struct {
         const char *about;
         int32_t side;
@@ -66,34 +69,20 @@ TEST_F(Attributes, GeneralAttributesAreHeldToTheirRules)
         {"presence alone, consumer", 2, {{"SkipRows", "#0"}}, "48 19230(SkipRows) 19015(12) "},
         {"no time-out, consumer", 2, {{"TimeOut", "#0"}, {"NamedPipeTimeOut", "#0"}}, "0 "},
         {"time-out, consumer", 2, {{"TimeOut", "#1"}}, "48 19230(TimeOut) 19015(12) "},
-        {"pipe, consumer",
-         2,
-         {{"NamedPipeTimeOut", "#1"}},
-         "48 19230(NamedPipeTimeOut) 19015(12) "},
+        {"pipe, consumer", 2, {{"NamedPipeTimeOut", "#1"}}, "48 19230(NamedPipeTimeOut) 19015(12) "},
         {"longest time-out", 1, {{"TimeOut", "#99999"}}, "0 "},
         {"time-out too long", 1, {{"TimeOut", "#100000"}}, "48 19224(TimeOut,99999) 19015(12) "},
         {"negative time-out", 1, {{"TimeOut", "#-1"}}, "48 19224(TimeOut,99999) 19015(12) "},
         {"text for a number", 1, {{"MaxDumpBytes", "12"}}, "48 19202(MaxDumpBytes,2,4) 19015(12) "},
         {"a list", 1, {{"TimeOut", "*"}}, "48 19205(TimeOut,Multi-value,Single-value) 19015(12) "},
         {"31 bytes of set name", 1, {{"SYSTEM_CharSetId", std::string(31, 'x')}}, "0 "},
-        {"32 bytes of set name",
-         1,
-         {{"SYSTEM_CharSetId", std::string(32, 'x')}},
-         "48 19202(SYSTEM_CharSetId,32,31) 19015(12) "},
-        {"bad word",
-         1,
-         {{"NullColumns", "perhaps"}},
-         "48 19205(NullColumns,perhaps,Y[es] or N[o]) 19015(12) "},
+        {"32 bytes of set name", 1, {{"SYSTEM_CharSetId", std::string(32, 'x')}}, "48 19202(SYSTEM_CharSetId,32,31) 19015(12) "},
+        {"bad word", 1, {{"NullColumns", "perhaps"}}, "48 19205(NullColumns,perhaps,Y[es] or N[o]) 19015(12) "},
         {"not asked for without SkipRows", 1, {{"SkipRowsEveryFile", "perhaps"}}, "0 "},
-        {"asked for with SkipRows",
-         1,
-         {{"SkipRows", "#1"}, {"SkipRowsEveryFile", "perhaps"}},
-         "48 19205(SkipRowsEveryFile,perhaps,Y[es] or N[o]) 19015(12) "},
-        {"restart",
-         1,
-         {{"SYSTEM_RestartMode", "#1"}},
-         "48 19011(1) 19990(SYSTEM_RestartMode,restart from a checkpoint) 19015(12) "},
+        {"asked for with SkipRows", 1, {{"SkipRows", "#1"}, {"SkipRowsEveryFile", "perhaps"}}, "48 19205(SkipRowsEveryFile,perhaps,Y[es] or N[o]) 19015(12) "},
+        {"restart", 1, {{"SYSTEM_RestartMode", "#1"}}, "48 19011(1) 19990(SYSTEM_RestartMode,restart from a checkpoint) 19015(12) "},
     };
+    // clang-format on
     for (const auto &c : cases) {
         OperatorType = c.side;
         EXPECT_EQ(Read(ReadGeneralAttributes, c.given), c.result) << c.about;
@@ -130,6 +119,7 @@ TEST_F(Attributes, GeneralValuesAndDefaultsArrive)
 TEST_F(Attributes, FilesetAttributesAreHeldToTheirRules)
 {
     const std::string long_path(4097, 'p');
+    // clang-format off
     const struct {
         const char *about;
         int32_t side, instances;
@@ -138,62 +128,27 @@ TEST_F(Attributes, FilesetAttributesAreHeldToTheirRules)
     } cases[] = {
         {"nothing given", 1, 1, {}, "0 "},
         {"nothing given, consumer", 2, 1, {}, "0 "},
-        {"path too long",
-         1,
-         1,
-         {{"DirectoryPath", long_path}},
-         "48 19202(DirectoryPath,4097,4096) 19015(12) "},
-        {"list and path",
-         1,
-         1,
-         {{"DirectoryPath", "/in"}, {"FileList", "Y"}},
-         "48 19128(FileList,DirectoryPath) 19015(12) "},
+        {"path too long", 1, 1, {{"DirectoryPath", long_path}}, "48 19202(DirectoryPath,4097,4096) 19015(12) "},
+        {"list and path", 1, 1, {{"DirectoryPath", "/in"}, {"FileList", "Y"}}, "48 19128(FileList,DirectoryPath) 19015(12) "},
         {"list", 1, 1, {{"FileList", "Y"}}, "48 19990(FileList,a list of files) 19015(12) "},
         {"readers, one instance", 1, 1, {{"MultipleReaders", "Y"}}, "0 19241(MultipleReaders,2) "},
         {"readers, consumer", 2, 4, {{"MultipleReaders", "Y"}}, "0 19237(MultipleReaders) "},
         {"readers", 1, 4, {{"MultipleReaders", "Y"}}, "0 "},
         {"most records", 1, 1, {{"RecordsPerBuffer", "#999999"}}, "0 "},
-        {"too many records",
-         1,
-         1,
-         {{"RecordsPerBuffer", "#1000000"}},
-         "48 19204(RecordsPerBuffer,1000000,1,999999) 19015(12) "},
-        {"the default is no value",
-         1,
-         1,
-         {{"RecordsPerInstance", "#-1"}},
-         "48 19204(RecordsPerInstance,-1,1,999999) 19015(12) "},
-        {"old name behind the new",
-         1,
-         1,
-         {{"RecordsPerBuffer", "#5"}, {"RecordsPerInstance", "#0"}},
-         "0 "},
+        {"too many records", 1, 1, {{"RecordsPerBuffer", "#1000000"}}, "48 19204(RecordsPerBuffer,1000000,1,999999) 19015(12) "},
+        {"the default is no value", 1, 1, {{"RecordsPerInstance", "#-1"}}, "48 19204(RecordsPerInstance,-1,1,999999) 19015(12) "},
+        {"old name behind the new", 1, 1, {{"RecordsPerBuffer", "#5"}, {"RecordsPerInstance", "#0"}}, "0 "},
         {"scan, strict words", 1, 1, {{"EnableScan", "yes"}}, "0 "},
-        {"scan, bad word",
-         1,
-         1,
-         {{"EnableScan", "O"}},
-         "48 19205(EnableScan,O,Y[es], N[o]) 19015(12) "},
+        {"scan, bad word", 1, 1, {{"EnableScan", "O"}}, "48 19205(EnableScan,O,Y[es], N[o]) 19015(12) "},
         {"scan, long word", 1, 1, {{"EnableScan", "nope"}}, "48 19202(EnableScan,4,3) 19015(12) "},
         {"scan, consumer", 2, 1, {{"EnableScan", "No"}}, "48 19230(EnableScan) 19015(12) "},
-        {"archive fatal, consumer",
-         2,
-         1,
-         {{"ArchiveFatal", "No"}},
-         "48 19230(ArchiveFatal) 19015(12) "},
-        {"archive",
-         1,
-         1,
-         {{"ArchiveDirectoryPath", "/done"}},
-         "48 19990(ArchiveDirectoryPath,archiving) 19015(12) "},
+        {"archive fatal, consumer", 2, 1, {{"ArchiveFatal", "No"}}, "48 19230(ArchiveFatal) 19015(12) "},
+        {"archive", 1, 1, {{"ArchiveDirectoryPath", "/done"}}, "48 19990(ArchiveDirectoryPath,archiving) 19015(12) "},
         {"no archive", 1, 1, {{"ArchiveDirectoryPath", ""}}, "0 "},
-        {"active scan",
-         1,
-         1,
-         {{"VigilElapsedTime", "#1"}},
-         "48 19990(VigilElapsedTime,the active directory scan) 19015(12) "},
+        {"active scan", 1, 1, {{"VigilElapsedTime", "#1"}}, "48 19990(VigilElapsedTime,the active directory scan) 19015(12) "},
         {"another storage", 1, 1, {{"HadoopHost", "h"}}, "48 19990(HadoopHost,Hadoop) 19015(12) "},
     };
+    // clang-format on
     for (const auto &c : cases) {
         OperatorType = c.side;
         TotalInstances = c.instances;
@@ -246,6 +201,7 @@ TEST_F(Attributes, WildAnswersOfTheInfrastructureAreRefused)
         *length = answer.length;
         return answer.status;
     };
+    // clang-format off
     const struct {
         const void *value;
         int32_t length;
@@ -257,6 +213,7 @@ TEST_F(Attributes, WildAnswersOfTheInfrastructureAreRefused)
         {nullptr, 3, 0, "48 19100(PX_GetAttribute,21) 19015(12) "},
         {nullptr, 0, 7, "48 19100(PX_GetAttribute,7) 19015(12) "},
     };
+    // clang-format on
     for (const auto &c : cases) {
         answer = {c.value, c.length, c.status};
         EXPECT_EQ(Read(ReadFilesetAttributes, {}), c.result);

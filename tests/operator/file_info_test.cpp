@@ -14,6 +14,7 @@
 TEST(FileInfo, JobIsReadyOrToldWhatIsMissing)
 {
     constexpr uint32_t kChar = 5, kVarchar = 7;
+    // clang-format off
     const struct {
         const char *about;
         int32_t side, readers;
@@ -24,20 +25,15 @@ TEST(FileInfo, JobIsReadyOrToldWhatIsMissing)
         uint32_t engine;
     } cases[] = {
         {"delimited", 1, 0, "Delimited", kVarchar, 9, "0 19203(TextDelimiter,|) ", 1048586, 1},
-        {"delimited, several readers", 1, 1, "Delimited", kVarchar, 9, "0 19203(TextDelimiter,|) ",
-         1048575, 1},
+        {"delimited, several readers", 1, 1, "Delimited", kVarchar, 9, "0 19203(TextDelimiter,|) ", 1048575, 1},
         {"text", 1, 0, "Text", kChar, 9, "0 ", 1048586, 0},
-        {"a format to come", 1, 0, "Formatted", kChar, 9,
-         "48 19990(Format,a format other than TEXT and DELIMITED) 19015(12) ", 1048586, 0},
-        {"its schema is judged first", 1, 0, "Unformatted", kChar, 1048587,
-         "48 19107(1048587,1048586) 19015(12) ", 1048586, 0},
-        {"writing, to come", 2, 0, "Text", kChar, 9, "48 19990(OpenMode,writing files) 19015(12) ",
-         1048586, 0},
-        {"buffer of a long row", 2, 0, "Text", kChar, 2000000,
-         "48 19990(OpenMode,writing files) 19015(12) ", 2000000, 0},
-        {"the schema of a text file", 2, 0, "Text", 1, 4, "48 19108(TEXT,CHAR/ANSIDATE) 19015(12) ",
-         1048586, 0},
+        {"a format to come", 1, 0, "Formatted", kChar, 9, "48 19990(Format,a format other than TEXT and DELIMITED) 19015(12) ", 1048586, 0},
+        {"its schema is judged first", 1, 0, "Unformatted", kChar, 1048587, "48 19107(1048587,1048586) 19015(12) ", 1048586, 0},
+        {"writing, to come", 2, 0, "Text", kChar, 9, "48 19990(OpenMode,writing files) 19015(12) ", 1048586, 0},
+        {"buffer of a long row", 2, 0, "Text", kChar, 2000000, "48 19990(OpenMode,writing files) 19015(12) ", 2000000, 0},
+        {"the schema of a text file", 2, 0, "Text", 1, 4, "48 19108(TEXT,CHAR/ANSIDATE) 19015(12) ", 1048586, 0},
     };
+    // clang-format on
     Fake fake;
     SG_opHandle = fake.op();
     fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, nullptr, 0, &Public_loghandle);

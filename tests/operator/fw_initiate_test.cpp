@@ -35,6 +35,7 @@ TEST_F(FwInitiate, WithoutAttributesTheLogHoldsStatisticsUnderAMadeUpName)
 
 TEST_F(FwInitiate, TraceLevelAndLogNameDecideOnThePrivateLog)
 {
+    // clang-format off
     const struct {
         const char *level, *name, *messages;
         int32_t trace_level;
@@ -44,8 +45,9 @@ TEST_F(FwInitiate, TraceLevelAndLogNameDecideOnThePrivateLog)
         {"NONE", "mine", "19009(2) ", 1},
         {"NONE", nullptr, "19009(2) ", 1},
         {"ALL", "", "19009(2) ", 1},
-        {"loud", "mine", "19009(2) ", 1},  // unknown: told by instance 1, and no trace
+        {"loud", "mine", "19009(2) ", 1},
     };
+    // clang-format on
     fake.integer["SYSTEM_InstanceNumber"] = 2;
     fake.integer["SYSTEM_MaxInstances"] = 2;
     fake.failing["PX_GetUserId"] = 5;

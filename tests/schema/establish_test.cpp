@@ -78,6 +78,7 @@ TEST_F(Schema, FormatsRefuseWhatTheyDoNotCarry)
 {
     const std::string types =
         "VARCHAR/JSON/JSON BY NAME/CLOB BY NAME/BLOB BY NAME/XML BY NAME/XML/CLOB";
+    // clang-format off
     const struct {
         const char *about;
         int32_t side;
@@ -85,46 +86,19 @@ TEST_F(Schema, FormatsRefuseWhatTheyDoNotCarry)
         std::vector<FakeColumn> columns;
         std::string result;
     } cases[] = {
-        {"delimited",
-         1,
-         kDelimited,
-         {Column(kVarchar, 5), Column(kClob, 9), Column(kJson, 9)},
-         "0 "},
-        {"delimited, CHAR",
-         1,
-         kDelimited,
-         {Column(kVarchar, 5), Column(kChar, 5)},
-         "48 19108(DELIMITED," + types + ") 19015(12) "},
-        {"delimited, beyond the table",
-         1,
-         kDelimited,
-         {Column(69, 5)},
-         "48 19108(DELIMITED," + types + ") 19015(12) "},
+        {"delimited", 1, kDelimited, {Column(kVarchar, 5), Column(kClob, 9), Column(kJson, 9)}, "0 "},
+        {"delimited, CHAR", 1, kDelimited, {Column(kVarchar, 5), Column(kChar, 5)}, "48 19108(DELIMITED," + types + ") 19015(12) "},
+        {"delimited, beyond the table", 1, kDelimited, {Column(69, 5)}, "48 19108(DELIMITED," + types + ") 19015(12) "},
         {"text", 1, kText, {Column(kChar, 5), Column(kAnsiDate, 10)}, "0 "},
-        {"text, VARCHAR",
-         1,
-         kText,
-         {Column(kChar, 5), Column(kVarchar, 5)},
-         "48 19108(TEXT,CHAR/ANSIDATE) 19015(12) "},
+        {"text, VARCHAR", 1, kText, {Column(kChar, 5), Column(kVarchar, 5)}, "48 19108(TEXT,CHAR/ANSIDATE) 19015(12) "},
         {"export of numbers", 2, kDelimited, {Column(kInteger, 4), Column(kChar, 5)}, "0 "},
-        {"export of bytes",
-         2,
-         kDelimited,
-         {Column(kInteger, 4), Column(kByte, 5)},
-         "48 19133() 19015(12) "},
+        {"export of bytes", 2, kDelimited, {Column(kInteger, 4), Column(kByte, 5)}, "48 19133() 19015(12) "},
         {"binary", 1, kBinary, {Column(kByte, 5), Column(kBlob, 5)}, "0 "},
-        {"unformatted",
-         1,
-         kUnformatted,
-         {Column(kChar, 1048587)},
-         "48 19107(1048587,1048586) 19015(12) "},
+        {"unformatted", 1, kUnformatted, {Column(kChar, 1048587)}, "48 19107(1048587,1048586) 19015(12) "},
         {"no column", 1, kDelimited, {}, "48 19106(0) 19015(12) "},
-        {"more than 32 bits",
-         1,
-         kDelimited,
-         {Column(kVarchar, 1), Column(kClob, 0xFFFFFFFF)},
-         "48 19107(4294967296,1048586) 19015(12) "},
+        {"more than 32 bits", 1, kDelimited, {Column(kVarchar, 1), Column(kClob, 0xFFFFFFFF)}, "48 19107(4294967296,1048586) 19015(12) "},
     };
+    // clang-format on
     for (const auto &c : cases) {
         Play(c.side, c.format);
         EXPECT_EQ(Establish(c.columns), c.result) << c.about;
@@ -135,6 +109,7 @@ TEST_F(Schema, FormatsRefuseWhatTheyDoNotCarry)
 
 TEST_F(Schema, RowLengthsCountIndicatorsAndPrefixes)
 {
+    // clang-format off
     const struct {
         const char *about;
         int32_t side, indicators;
@@ -142,28 +117,13 @@ TEST_F(Schema, RowLengthsCountIndicatorsAndPrefixes)
         std::vector<FakeColumn> columns;
         uint32_t indicator_bytes, total, buffer;
     } cases[] = {
-        {"delimited has neither",
-         1,
-         0,
-         kDelimited,
-         {Column(kVarchar, 5), Column(kVarchar, 6)},
-         0,
-         11,
-         11},
-        {"binary prefixes",
-         1,
-         0,
-         kBinary,
-         {Column(kVarchar, 5), Column(kNumber, 18), Column(kBlob, 7), Column(kPeriodTime, 12),
-          Column(kPeriodStamp, 20)},
-         0,
-         62 + 2 + 1 + 8 + 2,
-         62},
+        {"delimited has neither", 1, 0, kDelimited, {Column(kVarchar, 5), Column(kVarchar, 6)}, 0, 11, 11},
+        {"binary prefixes", 1, 0, kBinary, {Column(kVarchar, 5), Column(kNumber, 18), Column(kBlob, 7), Column(kPeriodTime, 12), Column(kPeriodStamp, 20)}, 0, 62 + 2 + 1 + 8 + 2, 62},
         {"eight indicators", 1, 1, kBinary, std::vector<FakeColumn>(8, Column(kChar, 1)), 1, 9, 9},
         {"nine indicators", 1, 1, kBinary, std::vector<FakeColumn>(9, Column(kChar, 1)), 2, 11, 11},
-        {"a consumer always has them", 2, 0, kDelimited,
-         std::vector<FakeColumn>(9, Column(kChar, 1)), 2, 9, 11},
+        {"a consumer always has them", 2, 0, kDelimited, std::vector<FakeColumn>(9, Column(kChar, 1)), 2, 9, 11},
     };
+    // clang-format on
     for (const auto &c : cases) {
         Play(c.side, c.format);
         SG_IndicatorData = c.indicators;
@@ -196,6 +156,7 @@ TEST_F(Schema, ColumnsAreTakenOverAndClassified)
 
 TEST_F(Schema, ConsumerKnowsTheWidthOfItsText)
 {
+    // clang-format off
     const struct {
         FakeColumn column;
         int32_t extra;
@@ -208,6 +169,7 @@ TEST_F(Schema, ConsumerKnowsTheWidthOfItsText)
         {Column(kPeriodStamp, 20, 3), 34},
         {Column(kNumber, 18), 27},
     };
+    // clang-format on
     Play(2, kDelimited);
     for (const auto &c : cases) {
         EXPECT_EQ(Establish({c.column}), "0 ");
@@ -281,6 +243,7 @@ TEST_F(Schema, FailingServicesAndWildAnswersAreFatal)
     column.PX_GetColumnDateFormats = [](PxColumn *, const char **, const char **, int32_t) {
         return PxStatus{PXSTC_Success};
     };
+    // clang-format off
     const struct {
         const char *about;
         PxColumn **list;
@@ -294,6 +257,7 @@ TEST_F(Schema, FailingServicesAndWildAnswersAreFatal)
         {"null in the list", columns, 2, 0, "48 19015(12) "},
         {"negative offset", columns, 1, -1, "48 19015(12) "},
     };
+    // clang-format on
     for (const auto &c : cases) {
         answer = {c.list, c.count};
         offset = c.offset;
