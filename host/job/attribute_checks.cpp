@@ -220,10 +220,17 @@ private:
         return plain != nullptr ? plain : Find(info.partner);
     }
 
+    // A name in the wrong case was complained of already.
+    bool GivenInAnyCase(std::string_view name) const
+    {
+        return std::ranges::any_of(section_.entries,
+                                   [&](const Entry &entry) { return SameWord(entry.key, name); });
+    }
+
     void CheckRequired()
     {
         for (const AttributeInfo &info : AttributeCatalogue()) {
-            if (info.required && section_.Find(info.name) == nullptr)
+            if (info.required && !GivenInAnyCase(info.name))
                 Complain(info.name, fmt::format("{} is missing", info.name),
                          info.kind == AttributeKind::Word
                              ? fmt::format("add {} = \"...\": {}", info.name, ValidValues(info))

@@ -185,7 +185,9 @@ std::string TypeHint(std::string_view name)
 {
     for (const auto &[word, ours] : kOtherNames) {
         if (name == word)
-            return fmt::format("here it is called {}", ours);
+            return fmt::format(
+                "here it is called {}{}", ours,
+                ours.starts_with("VARCHAR") ? "" : "; in delimited data give it as VARCHAR(n)");
     }
     const ColumnType *longest = nullptr;
     for (const ColumnType &type : ColumnTypes()) {

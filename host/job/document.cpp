@@ -189,6 +189,8 @@ Complaint SyntaxComplaint(const toml::parse_error &error, const Lines &lines)
     } kHints[] = {
         {"could not determine value type", "text stands in quotes: key = \"text\""},
         {"escape sequence", "in \"..\" a backslash begins an escape; write '..' for a plain text"},
+        {"unescaped control characters", "a text ends with its quote on the same line"},
+        {"expected '='", "a line looks like key = value"},
         {"redefine", "each key and each section may stand once"},
         {"array", "a list looks like [\"a\", \"b\"]"},
     };
