@@ -1,4 +1,4 @@
-// attributes/text_values.cpp - small helpers around the text of attributes.
+// attributes/text_values.cpp - texts of attributes: digits, hexadecimal forms, owned copies.
 
 #include <cctype>
 #include <cstdio>
