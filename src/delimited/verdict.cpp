@@ -76,8 +76,7 @@ static void ComposeText(Verdict verdict, int32_t column)
     }
 }
 
-// Whether the job's settings let the row go on all the same.
-static bool IsTolerated(Verdict verdict)
+bool IsTolerated(Verdict verdict)
 {
     switch (verdict) {
     case TooManyColumns:
@@ -95,11 +94,14 @@ Verdict RefuseRecord(Verdict verdict, int32_t columns, int32_t column)
 {
     ActualColumnCount = columns;
     VerdictColumn = column;
+    const bool tolerated = IsTolerated(verdict);
+    if (tolerated && FW_TraceLvl <= 1)
+        return verdict;
     ComposeText(verdict, column);
     if (FW_TraceLvl > 1)
         FW_Trace("ExtractDelimitedText", TraceKind::Warning, "%s", ExtractErrMsg);
     // The record error file takes the record here, but for settings that ask to keep it out of it.
-    if (!IsTolerated(verdict))
+    if (!tolerated)
         DumpFileInfo(-1);
     return verdict;
 }

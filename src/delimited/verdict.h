@@ -19,9 +19,12 @@ enum Verdict : int32_t {
     EscapeAtEnd = 11,
 };
 
+// Whether the job's settings let the row of such a record go on all the same.
+bool IsTolerated(Verdict verdict);
+
 // The end of a record that is no complete row: puts the verdict into words (ExtractErrMsg), traces it
-// and, where it costs the row, the file. columns: found so far; column: the one at fault, from 1.
-// Answers the verdict.
+// and, where it costs the row, the file. A tolerated row that nobody is told of gets no words.
+// columns: found so far; column: the one at fault, from 1. Answers the verdict.
 Verdict RefuseRecord(Verdict verdict, int32_t columns, int32_t column);
 
 // A column's name, "(null)" for a number that the schema doesn't have.

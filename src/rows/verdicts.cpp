@@ -1,6 +1,6 @@
 // rows/verdicts.cpp - which verdicts a job tolerates, and how the others end it.
 //
-// kTolerances says which attribute lets a row go on, and what the log says then. Everything else is
+// kTolerances says what the log tells of a row that goes on by the job's settings. Everything else is
 // fatal. A record error file adds two outcomes between these: verdicts 1 to 3 leave the record out and
 // read on until the error limit, and a four-byte character goes on.
 
@@ -17,20 +17,15 @@
 
 namespace {
 
-bool ExcessAccepted() { return SG_AcceptExcessColumns != 0; }
-bool MissingAccepted() { return SG_AcceptMissingColumns != 0; }
-bool Truncates() { return TruncateColumnsOpt != 0 || bTruncateUTF8 != 0; }
-
 struct Tolerance {
     Verdict verdict;
-    bool (*accepted)();
     const char *trace;
 };
 
 constexpr Tolerance kTolerances[] = {
-    {TooManyColumns, ExcessAccepted, "Continuing with truncated row."},
-    {TooFewColumns, MissingAccepted, "Continuing with padded row."},
-    {FieldOverflow, Truncates, "Continuing with truncated column(s)."},
+    {TooManyColumns, "Continuing with truncated row."},
+    {TooFewColumns, "Continuing with padded row."},
+    {FieldOverflow, "Continuing with truncated column(s)."},
 };
 
 PxStatus FatalRow(int32_t verdict)
@@ -60,7 +55,7 @@ PxStatus FatalRow(int32_t verdict)
 PxStatus SettleVerdict(int32_t verdict)
 {
     for (const Tolerance &tolerance : kTolerances) {
-        if (verdict != tolerance.verdict || !tolerance.accepted())
+        if (verdict != tolerance.verdict || !IsTolerated(tolerance.verdict))
             continue;
         FW_TRACE(1, "%s", tolerance.trace);
         return PXSTC_Success;

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "delimited/parsing_cases.h"
+#include "operator/operator_state.h"
 #include "tests/delimited/extraction.h"
 #include "tests/delimited/literal_scan.h"
 
@@ -135,6 +136,8 @@ void RandomSettings(const CharacterSet &set)
                                                           : " ";
     SetMark(TrimLeadingChar, Below(2) ? trim : "");
     SetMark(TrimTrailingChar, Below(2) ? trim : "");
+    TrimLeadingNchars = Below(8) == 0 ? 2 : 0;
+    TrimTrailingNchars = Below(8) == 0 ? 1 : 0;
     TruncateColumnsOpt = Below(2) ? kYes : kNo;
     bNullColumns = static_cast<int32_t>(Below(2));
     std::vector<uint32_t> maximums(1 + Below(4));
@@ -187,7 +190,8 @@ std::string Situation(const CharacterSet &set, const std::string &record)
                        ", escape " + Shown(EscapeTextCharacter) + ", quotes " +
                        Shown(OpenQuoteMark) + Shown(CloseQuoteMark) + " escape " +
                        Shown(EscapeQuoteCharacter) + ", mode " + std::to_string(bQuotedData) +
-                       ", trim " + Shown(TrimLeadingChar) + Shown(TrimTrailingChar) +
+                       ", trim " + Shown(TrimLeadingChar) + Shown(TrimTrailingChar) + " " +
+                       std::to_string(TrimLeadingNchars) + std::to_string(TrimTrailingNchars) +
                        ", truncate " + std::to_string(TruncateColumnsOpt) + ", maximums";
     for (int32_t i = 0; i < SG_ColCount; ++i)
         text += " " + std::to_string(SG_ColLensBase[i]);
@@ -243,7 +247,8 @@ TEST(Delimited, EveryScannerFindsWhatTheLiteralScanFinds)
     std::set<int> scanners;
     std::set<FastRoad> roads;
     bUsingUDDI = 1;
-    for (int round = 0; round < 2500; ++round) {
+    FW_TraceLvl = 1;
+    for (int round = 0; round < 4000; ++round) {
         const CharacterSet &set = kSets[Below(std::size(kSets))];
         RandomSettings(set);
         UDDI_ParsingCase = Below(8) == 0 ? kGeneralCase : CaseOfSettings();

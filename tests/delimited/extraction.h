@@ -54,11 +54,12 @@ inline void SetColumns(const std::vector<uint32_t> &maximums)
     SG_VARtypesFlag = 1;
 }
 
-// The number that the settings lead to, without any trim count.
+// The number that the settings lead to.
 inline int32_t CaseOfSettings()
 {
     const auto scale = [](const SpecialCharValue &mark) { return std::min(mark.length, 2); };
     const bool quotes = bQuotedData != 0;
+    const bool counts = TrimLeadingNchars != 0 || TrimTrailingNchars != 0;
     const auto trims = [](int32_t low, int32_t high) {
         const auto in = [&](int32_t length) { return length >= low && length <= high; };
         return in(TrimLeadingChar.length) || in(TrimTrailingChar.length);
@@ -68,7 +69,7 @@ inline int32_t CaseOfSettings()
            (quotes ? scale(OpenQuoteMark) * 1000 + scale(CloseQuoteMark) * 100 +
                          scale(EscapeQuoteCharacter) * 10
                    : 0) +
-           trims(1, 1) + 2 * trims(2, 100);
+           trims(1, 1) + 2 * trims(2, 100) + (counts ? UsingSingleByteCharSet ? 1 : 2 : 0);
 }
 
 // Puts a record where the reader would, with its zero and slack behind it.

@@ -98,6 +98,7 @@ private:
         if (!characters_)
             entries_.assign(length, 1);
         size_t last = entries_.size();
+        const auto all = static_cast<int32_t>(last);
         length_ = 0;
         if (++count > SG_ColCount)
             return true;
@@ -106,8 +107,10 @@ private:
                 start += entries_[first];
                 length -= entries_[first++];
             }
+        } else if (TrimLeadingNchars != 0 && TrimLeadingNchars >= all) {
+            length = 0;
         } else {
-            for (int32_t n = TrimLeadingNchars; n > 0 && first < last; --n) {
+            for (int32_t n = TrimLeadingNchars; n > 0 && length > 0; --n) {
                 start += entries_[first];
                 length -= entries_[first++];
             }
@@ -116,8 +119,10 @@ private:
             while (length > 0 && first < last &&
                    Holds(start + length - entries_[last - 1], TrimTrailingChar))
                 length -= entries_[--last];
+        } else if (TrimTrailingNchars != 0 && TrimTrailingNchars >= all) {
+            length = 0;
         } else {
-            for (int32_t n = TrimTrailingNchars; n > 0 && first < last; --n)
+            for (int32_t n = TrimTrailingNchars; n > 0 && length > 0 && first < last; --n)
                 length -= entries_[--last];
         }
         const uint32_t received = length, maximum = SG_ColLensBase[count - 1];
