@@ -24,12 +24,19 @@ void Echo(const AttributeRow &row, Value value)
 
 void StoreNumber(const AttrTarget &target, int32_t number)
 {
-    if (target.integer != nullptr)
+    switch (target.type) {
+    case AttrTarget::Type::Integer:
         *target.integer = number;
-    else if (target.counter != nullptr)
+        break;
+    case AttrTarget::Type::Counter:
         *target.counter = static_cast<uint32_t>(number);
-    else if (target.small != nullptr)
+        break;
+    case AttrTarget::Type::Small:
         *target.small = static_cast<uint16_t>(number);
+        break;
+    default:
+        break;
+    }
 }
 
 PxStatus RunGiven(const AttributeRow &row)

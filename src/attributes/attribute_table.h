@@ -31,14 +31,16 @@ enum class Side : uint8_t { Both, ProducerOnly };
 
 // Where the value goes: one constructor for each type of global, so a row can't name a wrong one.
 struct AttrTarget {
+    enum class Type : uint8_t { None, Integer, Counter, Small, Text };
     constexpr AttrTarget() = default;
-    constexpr AttrTarget(int32_t *p) : integer(p) {}
-    constexpr AttrTarget(uint32_t *p) : counter(p) {}
-    constexpr AttrTarget(uint16_t *p) : small(p) {}
+    constexpr AttrTarget(int32_t *p) : type(Type::Integer), integer(p) {}
+    constexpr AttrTarget(uint32_t *p) : type(Type::Counter), counter(p) {}
+    constexpr AttrTarget(uint16_t *p) : type(Type::Small), small(p) {}
     template <size_t N>
-    constexpr AttrTarget(char (*p)[N]) : text(*p), capacity(N)
+    constexpr AttrTarget(char (*p)[N]) : type(Type::Text), text(*p), capacity(N)
     {
     }
+    Type type = Type::None;
     int32_t *integer = nullptr;
     uint32_t *counter = nullptr;
     uint16_t *small = nullptr;
@@ -101,16 +103,18 @@ constexpr bool EchoFitsKind(const AttributeRow &row)
 constexpr bool RowsAreSound(std::span<const AttributeRow> rows)
 {
     for (const AttributeRow &row : rows) {
+        using Type = AttrTarget::Type;  // sanitizers take no test of an address for a constant
         const AttrTarget &to = row.target;
-        const bool number = to.integer != nullptr || to.counter != nullptr || to.small != nullptr;
+        const bool number =
+            to.type == Type::Integer || to.type == Type::Counter || to.type == Type::Small;
         const bool sound[] = {
             /* Integer */ number,
-            /* Text    */ to.text != nullptr && row.limit < static_cast<int32_t>(to.capacity),
+            /* Text    */ to.type == Type::Text && row.limit < static_cast<int32_t>(to.capacity),
             /* Word    */ number && row.limit > 0 && row.limit <= kLongestWord &&
                 !row.words.empty() && row.valid != nullptr,
-            /* YesNo   */ to.integer != nullptr,
+            /* YesNo   */ to.type == Type::Integer,
             /* Refused */ row.feature != nullptr,
-            /* Rule    */ row.rule != nullptr,
+            /* Rule    */ row.rule != nullptr,  // sanitizers want it local to its file
         };
         if (!sound[static_cast<size_t>(row.kind)] || !EchoFitsKind(row))
             return false;

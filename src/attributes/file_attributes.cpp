@@ -94,6 +94,8 @@ PxStatus CheckFormat()
     return PXSTC_Success;
 }
 
+PxStatus ReadDelimited() { return ReadDelimitedAttributes(); }
+
 PxStatus Compose()
 {
     ComposeParsingCase();
@@ -270,7 +272,7 @@ constexpr AttributeRow kFileAttributes[] = {
     {.name = "Format",     .kind = AttrKind::Rule, .rule = CheckFormat},
     // With ValidUTF8 comes ReplacementUTF8Char, which nobody asks for without it.
     {.name = "ValidUTF8",  .kind = AttrKind::Refused, .feature = "validation of UTF-8 data"},
-    {.name = "delimited",  .kind = AttrKind::Rule, .wanted = Delimited, .rule = ReadDelimitedAttributes},
+    {.name = "delimited",  .kind = AttrKind::Rule, .wanted = Delimited, .rule = ReadDelimited},
     {.name = "UseGeneralUDDIcase",    .kind = AttrKind::YesNo,   .target = &bUseGeneralUDDIcase},
     {.name = "parsing case",          .kind = AttrKind::Rule,    .rule = Compose},
     {.name = "WriteBOM",              .kind = AttrKind::YesNo,   .target = &bWriteBOM},
