@@ -89,7 +89,7 @@ inline void TakeMark(ScanState &s, const MarkText &mark)
 template <ScanPolicy P>
 [[gnu::noinline]] bool EscapedDelimiter(ScanState &s)
 {
-    if (s.end - s.cursor < static_cast<ptrdiff_t>(Marks.escape.length + Marks.delimiter.length))
+    if (s.end - s.cursor < ptrdiff_t{Marks.escape.length} + Marks.delimiter.length)
         return Stop(s, EscapeAtEnd);
     TakeOut(s, Marks.escape.length);
     TakeMark<P>(s, Marks.delimiter);
@@ -135,7 +135,7 @@ template <ScanPolicy P>
     for (const MarkText *mark : {&Marks.close_quote, &Marks.open_quote, &Marks.quote_escape}) {
         if (!AtOrCutOff<P.quotes>(s.cursor + escape.length, s.end, *mark))
             continue;
-        if (s.end - s.cursor < static_cast<ptrdiff_t>(escape.length + mark->length))
+        if (s.end - s.cursor < ptrdiff_t{escape.length} + mark->length)
             return Stop(s, BadQuoteEscape);
         TakeOut(s, escape.length);
         TakeMark<P>(s, *mark);
