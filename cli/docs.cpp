@@ -46,7 +46,8 @@ void AttributesPage()
 
 void MessagesPage()
 {
-    fmt::print("# Messages\n\nThe numbered messages, with what to do about each. `fenwire explain "
+    fmt::print("# Messages\n\nThe numbered messages, with what to do about each. Logs show them as "
+               "QLX19112. `fenwire explain "
                "19112` shows one of them.\n"
                "This page is made by `fenwire docs messages`.\n\n"
                "| number | severity | text | what to do |\n|---|---|---|---|\n");

@@ -1,8 +1,9 @@
 // cli/main.cpp - the program `fenwire`: command line to verb, failures to words and exit status.
 
 #include <CLI/CLI.hpp>
-#include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fmt/format.h>
 #include <functional>
 
@@ -21,7 +22,8 @@ void PrintError(const std::string &what, const std::string &hint)
 
 namespace {
 
-constexpr char kHelp[] = R"help(fenwire {} - loads delimited and text files into a database, with several readers at once
+constexpr char kHelp[] =
+    R"help(fenwire {} - loads delimited and text files into a database, with several readers at once
 
   fenwire check JOB.toml      could the job run? looks at everything and changes nothing
   fenwire run JOB.toml        runs it
@@ -48,7 +50,8 @@ fenwire VERB --help shows the options of a verb; docs/job-file.md explains job f
 )help";
 
 constexpr char kExitStatus[] =
-    "Exit status: 0 all rows moved; 4 done, with warnings or refused rows; 8 serious, the job went on; 12 failed; "
+    "Exit status: 0 all rows moved; 4 done, with warnings or refused rows; 8 serious, the job went "
+    "on; 12 failed; "
     "2 command line or job file wrong, nothing was started; 130 or 143 stopped by a signal.";
 
 void AddJobOptions(CLI::App &verb, JobOptions &options)
@@ -148,7 +151,11 @@ int Main(int argc, char **argv)
     } catch (const CLI::ParseError &error) {
         throw UsageError(error.what(), fmt::format("fenwire {} --help shows the options", first));
     }
-    return line.chosen();
+    const int status = line.chosen();
+    if (fflush(stdout) != 0)
+        throw std::runtime_error(
+            fmt::format("standard output can't be written: {}", strerror(errno)));
+    return status;
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ constexpr struct {
 // It goes into the target's own language as it stands, so it may hold no more than a type does.
 bool IsSqlType(std::string_view text)
 {
-    constexpr std::string_view kMarks = " _(),";
+    constexpr std::string_view kMarks = " _(),[]";
     if (text.empty() || text.size() > kMaxSqlTypeBytes ||
         isalpha(static_cast<unsigned char>(text[0])) == 0)
         return false;
