@@ -35,7 +35,7 @@ void TraceRow(const uint8_t *row, int32_t columns_found)
     static constexpr char kRoutine[] = "ExtractDelimitedText";
 
     FW_Trace(kRoutine, TraceKind::Plain, "Row: %lld, ColCount=%d",
-             static_cast<long long>(FileRecordCount + 1), columns_found);
+             static_cast<long long>(FileRecordCount) + 1, columns_found);
     FW_Trace(kRoutine, TraceKind::Plain, "Col  Offset  Length  Ind Contents");
     for (int32_t i = 0; i < columns_found; ++i) {
         if (i >= SG_ColCount) {

@@ -30,7 +30,7 @@ bool OverLimit(ScanState &s, int32_t column, uint32_t start, uint32_t length)
     if (FW_TraceLvl > 1)
         FW_Trace(kRoutine, TraceKind::Warning, "%s %lld, %s %d. Received %d (max %d).",
                  "VARCHAR field length error on record",
-                 static_cast<long long>(FileRecordCount + 1), "column", column,
+                 static_cast<long long>(FileRecordCount) + 1, "column", column,
                  static_cast<int>(length), static_cast<int>(s.columns.lengths_base[column - 1]));
     if (TruncateColumnsOpt == 0 && bTruncateUTF8 == 0)
         return StopAtColumn(s, column, start, length);

@@ -28,7 +28,7 @@ const char *ColumnName(int32_t column)
 
 static void ComposeText(Verdict verdict, int32_t column)
 {
-    const auto record = static_cast<long long>(FileRecordCount + 1);
+    const auto record = static_cast<long long>(FileRecordCount) + 1;
     const bool in_schema = column >= 1 && column <= SG_ColCount;
 
     switch (verdict) {

@@ -30,7 +30,7 @@ constexpr Tolerance kTolerances[] = {
 
 PxStatus FatalRow(int32_t verdict)
 {
-    const int64_t record = static_cast<int64_t>(FileRecordCount + 1);
+    const int64_t record = static_cast<int64_t>(FileRecordCount) + 1;
     const int32_t column = VerdictColumn;
     const char *name = ColumnName(column);
     char record_text[24];

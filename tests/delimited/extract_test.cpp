@@ -35,10 +35,10 @@ std::vector<uint32_t> Unlimited(int columns) { return std::vector<uint32_t>(colu
 TEST(Extract, RecordsBecomeColumns)
 {
     // clang-format off
-    static const Settings kPlain = {.quote = "", .quoted = kNo}, kQuoted = {}, kRequired = {.quoted = kYes},
+    static constexpr Settings kPlain = {.quote = "", .quoted = kNo}, kQuoted = {}, kRequired = {.quoted = kYes},
         kEscaped = {.escape = "\\"}, kBothEscaped = {.escape = "\\", .quote_escape = "\\"},
         kQuoteEscaped = {.quote_escape = "\\"}, kTrimmed = {.trim = " "};
-    static const struct {
+    static constexpr struct {
         const char *about;
         const Settings &settings;
         const char *record;
@@ -107,7 +107,7 @@ TEST(Extract, ColumnsAreHeldToTheirMaximum)
 TEST(Extract, VerdictsHaveTheirWords)
 {
     // clang-format off
-    static const struct {
+    static constexpr struct {
         const char *record, *words;
     } kCases[] = {
         {"a",       "Too few columns in row 1"},
@@ -146,7 +146,7 @@ TEST(Extract, ParsingCasesAreValidated)
 {
     SetColumns({0, 0xFFFFFFFF, 0xFFFFFFFF, 10});
     // clang-format off
-    static const struct {
+    static constexpr struct {
         int32_t parsing_case, result;
     } kCases[] = {{1100000, 0}, {2222229, 0}, {0, 7}, {-1, 7}, {3100000, 7}, {1300000, 7},
                   {1130000, 7}, {1103000, 7}, {1100300, 7}, {1100030, 7}, {11100000, 7}};
@@ -163,7 +163,7 @@ TEST(Extract, ParsingCasesAreValidated)
 TEST(Extract, TrimBlanksTrimsARecordInPlace)
 {
     // clang-format off
-    static const struct {
+    static constexpr struct {
         uint32_t leading, trailing;
         const char *record, *result;
     } kCases[] = {

@@ -106,7 +106,7 @@ TEST_F(WriteRow, RecordsGoOutOneByOne)
 TEST_F(WriteRow, ResultsOfTheReader)
 {
     // clang-format off
-    static const struct {
+    static constexpr struct {
         const char *about;
         int code;
         int32_t accept_no_mark;
@@ -166,7 +166,7 @@ TEST_F(WriteRow, RowsPerInstanceEndsTheData)
     RowsPerInstanceLimit = 0;
     RowCount = 0;
     EXPECT_EQ(Run({"a|b"}), "12");
-    static const uint8_t kDeleteTask = 1;
+    static constexpr uint8_t kDeleteTask = 1;
     SingleRowForZarnDelete = &kDeleteTask;
     RowsPerInstanceLimit = 0xFFFFFFFF;
     EXPECT_EQ(Run({"a|b", "c|d"}), "43 12");
@@ -175,7 +175,7 @@ TEST_F(WriteRow, RowsPerInstanceEndsTheData)
 TEST_F(WriteRow, VerdictsCostWhatTheJobSays)
 {
     // clang-format off
-    static const struct {
+    static constexpr struct {
         const char *about, *record;
         int32_t *accepting;
         const char *rows, *trace, *refusal;
