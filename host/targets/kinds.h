@@ -1,0 +1,17 @@
+// host/targets/kinds.h - what the rows of kTargets point at.
+
+#ifndef FENWIRE_HOST_TARGETS_KINDS_H
+#define FENWIRE_HOST_TARGETS_KINDS_H
+
+#include "host/targets/target.h"
+
+namespace fenwire {
+
+std::unique_ptr<Target> MakeNullTarget(const Job &job);
+
+std::unique_ptr<Target> MakePrintTarget(const Job &job);
+void CheckPrintSettings(const Job &job, std::vector<Complaint> &found);
+
+}  // namespace fenwire
+
+#endif

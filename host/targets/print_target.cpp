@@ -1,0 +1,203 @@
+// host/targets/print_target.cpp - rows as delimited text.
+//
+// With a quote, a value stands in quotes when it could be mistaken: it holds the delimiter, the quote or
+// a line end, or it is the text that stands for NULL. Quotes inside are doubled. Without a quote values go
+// out as they are. A row is put together as a whole before any of it is written.
+
+#include <array>
+#include <csignal>
+#include <fmt/format.h>
+#include <optional>
+
+#include <unistd.h>
+
+#include "host/job/words.h"
+#include "host/targets/kinds.h"
+#include "host/targets/output_file.h"
+#include "host/targets/settings.h"
+
+namespace fenwire {
+
+namespace {
+
+struct PrintStyle {
+    std::string delimiter, quote, null;
+    std::array<bool, 256> special = {};  // first bytes of what makes quotes necessary
+
+    explicit PrintStyle(const Job &job)
+        : delimiter(SettingOr<std::string>(job, "delimiter", "|")),
+          quote(SettingOr<std::string>(job, "quote", "")),
+          null(SettingOr<std::string>(job, "null", ""))
+    {
+        for (const char first : {delimiter[0], quote.empty() ? '\n' : quote[0], '\n', '\r'})
+            special[static_cast<uint8_t>(first)] = true;
+    }
+
+    bool NeedsQuotes(std::string_view value) const
+    {
+        if (value == null)
+            return true;
+        for (size_t i = 0; i < value.size(); ++i) {
+            if (!special[static_cast<uint8_t>(value[i])])
+                continue;
+            const std::string_view rest = value.substr(i);
+            if (rest[0] == '\n' || rest[0] == '\r' || rest.starts_with(delimiter) ||
+                rest.starts_with(quote))
+                return true;
+        }
+        return false;
+    }
+
+    void Append(std::string &line, std::string_view value) const
+    {
+        if (quote.empty() || !NeedsQuotes(value)) {
+            line += value;
+            return;
+        }
+        line += quote;
+        for (size_t at; (at = value.find(quote)) != std::string_view::npos;
+             value.remove_prefix(at + quote.size()))
+            line.append(value.substr(0, at + quote.size())).append(quote);
+        line.append(value).append(quote);
+    }
+};
+
+class PrintTarget final : public Target {
+public:
+    explicit PrintTarget(const Job &job)
+        : style_(job), path_(PathSetting(job, "file")), header_(SettingOr(job, "header", false))
+    {
+        for (const Column &column : job.columns)
+            names_.push_back(column.name);
+    }
+
+    void Check() override
+    {
+        if (!path_.empty())
+            PendingFile::Check(path_);
+    }
+
+    void Open() override
+    {
+        report_ = {};
+        // A reader that goes away is an error of the job, with words, not the end of this process.
+        signal(SIGPIPE, SIG_IGN);
+        if (path_.empty()) {
+            writer_.emplace(STDOUT_FILENO, "standard output");
+        } else {
+            file_.emplace(path_);
+            writer_.emplace(file_->fd(), fmt::format("file {}", Quoted(path_.string())));
+        }
+        if (header_)
+            PutHeader();
+    }
+
+    void Put(int, const RowBatch &rows) override
+    {
+        rows.ForEach([&](const RowRecord &row) { PutRow(row, rows.columns); });
+        if (path_.empty())
+            writer_->Flush();  // somebody may be watching
+    }
+
+    TargetReport Commit() override
+    {
+        writer_->Flush();
+        if (file_)
+            file_->Publish();
+        return report_;
+    }
+
+    void Abort() noexcept override
+    {
+        writer_.reset();
+        file_.reset();
+    }
+
+private:
+    void PutHeader()
+    {
+        std::string &line = writer_->buffer();
+        for (const std::string &name : names_) {
+            style_.Append(line, name);
+            line += style_.delimiter;
+        }
+        EndRow(line);
+    }
+
+    void PutRow(const RowRecord &row, uint32_t columns)
+    {
+        std::string &line = writer_->buffer();
+        const char *data = reinterpret_cast<const char *>(row.data(columns));
+        for (uint32_t i = 0; i < columns; ++i) {
+            const uint32_t length = row.length(i);
+            if (length == kNullColumn) {
+                line += style_.null;
+            } else {
+                style_.Append(line, {data, length});
+                data += length;
+            }
+            line += style_.delimiter;
+        }
+        EndRow(line);
+        ++report_.rows;
+        report_.bytes += row.data_bytes();
+    }
+
+    void EndRow(std::string &line)
+    {
+        line.resize(line.size() - style_.delimiter.size());
+        line += '\n';
+        writer_->RowDone();
+    }
+
+    PrintStyle style_;
+    std::filesystem::path path_;
+    bool header_;
+    std::vector<std::string> names_;
+    std::optional<PendingFile> file_;
+    std::optional<FdWriter> writer_;
+    TargetReport report_;
+};
+
+bool HoldsLineEnd(std::string_view text)
+{
+    return text.find_first_of("\r\n") != std::string_view::npos;
+}
+
+}  // namespace
+
+void CheckPrintSettings(const Job &job, std::vector<Complaint> &found)
+{
+    const PrintStyle style(job);
+    const auto complain = [&](const char *key, std::string what, const char *hint) {
+        found.push_back({PositionOf(job, key), std::move(what), hint});
+    };
+    const auto overlap = [](const std::string &a, const std::string &b) {
+        return !a.empty() && !b.empty() && a.find(b) != std::string::npos;
+    };
+    if (HoldsLineEnd(style.delimiter))
+        complain("delimiter", "delimiter holds a line end, which ends a row",
+                 "\"|\", \",\" and \"\\t\" are the common ones");
+    if (!style.quote.empty() &&
+        (Utf8Length(style.quote) != style.quote.size() || HoldsLineEnd(style.quote)))
+        complain("quote", fmt::format("quote must be one character, not {}", Quoted(style.quote)),
+                 "'\"' is the common one");
+    if (overlap(style.delimiter, style.quote) || overlap(style.quote, style.delimiter))
+        complain("quote", "quote and delimiter hold each other, so values could not be told apart",
+                 "use another character for one of them");
+    if (HoldsLineEnd(style.null) || overlap(style.null, style.delimiter) ||
+        overlap(style.null, style.quote))
+        complain("null", "null holds a line end, the delimiter or the quote",
+                 "use a text without them, such as \"NULL\"");
+    if (SameWord(job.charset, "UTF16") || job.charset == "62" || SameWord(job.charset, "UCS-2"))
+        complain("type",
+                 fmt::format("print can't write the character set {} in this version", job.charset),
+                 "use UTF8, or another target");
+}
+
+std::unique_ptr<Target> MakePrintTarget(const Job &job)
+{
+    return std::make_unique<PrintTarget>(job);
+}
+
+}  // namespace fenwire

@@ -1,0 +1,48 @@
+// host/targets/targets.cpp - the table of targets.
+
+#include <algorithm>
+#include <fmt/format.h>
+
+#include "host/job/words.h"
+#include "host/targets/kinds.h"
+
+namespace fenwire {
+
+namespace {
+
+// clang-format off
+constexpr TargetKey kPrintKeys[] = {
+    {"file",      "path",   false, "the file to write; without it standard output"},
+    {"delimiter", "text",   false, "stands between columns, \"|\" without it"},
+    {"quote",     "text",   false, "one character around values that need it; without it nothing is quoted"},
+    {"null",      "text",   false, "stands for NULL; without it nothing does"},
+    {"header",    "yes/no", false, "a first line with the names of the columns"},
+};
+constexpr TargetKind kTargets[] = {
+    {"null", "counts rows and sums them up; keeps nothing",
+     {}, MakeNullTarget, nullptr},
+    {"print", "delimited text in a file, which appears when the job is done, or on standard output",
+     kPrintKeys, MakePrintTarget, CheckPrintSettings},
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const TargetKind> TargetKinds() { return kTargets; }
+
+const TargetKind *FindTargetKind(const std::string &name)
+{
+    const auto *kind = std::ranges::find_if(
+        kTargets, [&](const TargetKind &row) { return std::string_view(row.name) == name; });
+    return kind != std::end(kTargets) ? kind : nullptr;
+}
+
+std::unique_ptr<Target> MakeTarget(const Job &job)
+{
+    const TargetKind *kind = FindTargetKind(job.target_type);
+    if (kind == nullptr)
+        throw TargetError(fmt::format("there is no target {}", Quoted(job.target_type)));
+    return kind->make(job);
+}
+
+}  // namespace fenwire

@@ -1,0 +1,91 @@
+// tests/host/targets/target_rows.h - rows in the form in which a target gets them, and jobs for targets.
+
+#ifndef FENWIRE_TESTS_HOST_TARGETS_TARGET_ROWS_H
+#define FENWIRE_TESTS_HOST_TARGETS_TARGET_ROWS_H
+
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/targets/target.h"
+#include "tests/support/temp_directory.h"
+
+using Value = std::optional<std::string>;  // empty: NULL
+using Row = std::vector<Value>;
+
+// Records of these rows. What stands in the padding is the caller's choice: no target may look at it.
+class Rows {
+public:
+    explicit Rows(const std::vector<Row> &rows, uint8_t padding = 0)
+    {
+        for (const Row &row : rows)
+            Add(row, padding);
+    }
+
+    fenwire::RowBatch Batch() const
+    {
+        return {bytes_.data(), bytes_.data() + bytes_.size(), columns_};
+    }
+
+private:
+    void Add(const Row &row, uint8_t padding)
+    {
+        columns_ = static_cast<uint32_t>(row.size());
+        std::vector<uint32_t> words = {0, 0};
+        std::string data;
+        for (const Value &value : row) {
+            words.push_back(value ? static_cast<uint32_t>(value->size()) : fenwire::kNullColumn);
+            data += value.value_or("");
+        }
+        words[1] = static_cast<uint32_t>(data.size());
+        words[0] = static_cast<uint32_t>((4 * words.size() + data.size() + 7) / 8 * 8);
+        const size_t start = bytes_.size();
+        bytes_.resize(start + words[0], padding);
+        memcpy(bytes_.data() + start, words.data(), 4 * words.size());
+        memcpy(bytes_.data() + start + 4 * words.size(), data.data(), data.size());
+    }
+
+    std::vector<uint8_t> bytes_;
+    uint32_t columns_ = 0;
+};
+
+// A job whose columns are VARCHAR(100) with these names.
+inline fenwire::Job TargetJob(const TempDirectory &folder, const std::string &type,
+                              const std::vector<std::string> &columns,
+                              const std::vector<fenwire::Setting> &settings)
+{
+    fenwire::Job job;
+    job.folder = folder.path();
+    job.target_type = type;
+    job.target = settings;
+    job.target_at = {9, 1};
+    for (const std::string &name : columns) {
+        fenwire::Column column;
+        column.name = name;
+        column.length = 100;
+        job.columns.push_back(column);
+    }
+    return job;
+}
+
+inline std::string Contents(const std::string &file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// Words of the TargetError that the call ends with; empty: it ended well.
+template <class Call>
+std::string ErrorOf(Call &&call)
+{
+    try {
+        call();
+    } catch (const fenwire::TargetError &error) {
+        return error.what();
+    }
+    return {};
+}
+
+#endif
