@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 
+#include "host/job/attribute_catalogue.h"
 #include "host/job/attribute_checks.h"
 #include "host/job/words.h"
 #include "host/targets/target.h"
@@ -85,21 +86,23 @@ bool ReadSetting(const Entry &entry, const TargetKey &key, SettingValue &setting
     const std::string_view kind = key.kind;
     if (value.faulty)
         return false;
+    bool fits = false;
     if (kind == "integer") {
+        fits = value.kind == ValueKind::Integer;
         setting = value.integer;
-        if (value.kind == ValueKind::Integer)
-            return true;
+    } else if (kind == "yes/no" && value.kind == ValueKind::Boolean) {
+        fits = true;
+        setting = value.boolean;
     } else if (kind == "yes/no") {
-        const std::string word = UpperCase(value.text);
-        setting = value.kind == ValueKind::Boolean ? value.boolean : word == "YES" || word == "Y";
-        if (value.kind == ValueKind::Boolean || word == "YES" || word == "Y" || word == "NO" ||
-            word == "N")
-            return true;
+        const int word = YesNoValue(AttributeKind::YesNo, value.text);
+        fits = word >= 0;
+        setting = word == 1;
     } else {
+        fits = (value.kind == ValueKind::Text || value.FromCommandLine()) && !value.text.empty();
         setting = value.text;
-        if ((value.kind == ValueKind::Text || value.FromCommandLine()) && !value.text.empty())
-            return true;
     }
+    if (fits)
+        return true;
     const char *wanted = kind == "integer"  ? "a whole number"
                          : kind == "yes/no" ? "true or false"
                                             : "text";
