@@ -59,7 +59,9 @@ void MessagesPage()
 void TargetsPage()
 {
     for (const TargetKind &kind : TargetKinds()) {
-        fmt::print("\n### `type = \"{}\"`\n\n{}\n", kind.name, kind.about);
+        std::string about = kind.about;
+        about.replace(0, 1, UpperCase(about.substr(0, 1)));
+        fmt::print("\n### `type = \"{}\"`\n\n{}.\n", kind.name, about);
         if (kind.keys.empty())
             continue;
         fmt::print("\n| key | value | |\n|---|---|---|\n");

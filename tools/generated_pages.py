@@ -3,22 +3,34 @@
 
     tools/generated_pages.py build/dev/fenwire .            compares
     tools/generated_pages.py build/dev/fenwire . --write    writes them anew
+
+docs/job-file.md is written by hand but for the lines between its two markers.
 """
 import pathlib
 import subprocess
 import sys
 
-PAGES = {"attributes": "docs/attributes.md", "messages": "docs/messages.md"}
+PAGES = {"attributes": "docs/attributes.md", "messages": "docs/messages.md", "job-file-targets": "docs/job-file.md"}
+BEGIN, END = "<!-- fenwire docs job-file-targets -->\n", "<!-- end -->"
+
+
+def with_targets(page, made):
+    head, _, rest = page.partition(BEGIN)
+    _, _, tail = rest.partition(END)
+    return head + BEGIN + made + "\n" + END + tail
 
 
 def main(program, root, write):
     bad = 0
     for page, path in PAGES.items():
         file = pathlib.Path(root) / path
-        made = subprocess.run([program, "docs", page], check=True, stdout=subprocess.PIPE).stdout
+        now = file.read_text() if file.exists() else ""
+        made = subprocess.run([program, "docs", page], check=True, stdout=subprocess.PIPE, text=True).stdout
+        if page == "job-file-targets":
+            made = with_targets(now, made)
         if write:
-            file.write_bytes(made)
-        elif not file.exists() or file.read_bytes() != made:
+            file.write_text(made)
+        elif made != now:
             print(f"{path} differs from what `fenwire docs {page}` prints; run {sys.argv[0]} {program} {root} --write")
             bad += 1
     return bad != 0

@@ -98,7 +98,8 @@ bool ReadSetting(const Entry &entry, const TargetKey &key, SettingValue &setting
         fits = word >= 0;
         setting = word == 1;
     } else {
-        fits = (value.kind == ValueKind::Text || value.FromCommandLine()) && !value.text.empty();
+        fits = (value.kind == ValueKind::Text || value.FromCommandLine()) &&
+               (kind == "text" || !value.text.empty());
         setting = value.text;
     }
     if (fits)

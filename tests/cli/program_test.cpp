@@ -74,3 +74,44 @@ TEST(Program, AnswersWithWordsAndStatus)
         }
     }
 }
+
+TEST(Program, CheckLooksAtFilesAndTarget)
+{
+    const JobFolder folder;
+    std::filesystem::create_directory(folder.path() / "in");
+    folder.Write("in/a.csv", "1,2\n");
+    folder.Write("in/b.csv", "3,4\n");
+    folder.Write("job.toml", "[producer]\n"
+                             "DirectoryPath = \"in\"\n"
+                             "FileName = \"*.csv\"\n"
+                             "Format = \"Delimited\"\n"
+                             "ErrorLimit = 3\n"
+                             "[schema]\n"
+                             "columns = [\"a VARCHAR(3)\", \"b VARCHAR(3)\"]\n"
+                             "[target]\n"
+                             "type = \"print\"\n"
+                             "file = \"out.txt\"\n");
+    // clang-format off
+    static constexpr struct {
+        const char *about, *arguments;
+        int status;
+        const char *out, *err;
+    } kCases[] = {
+        {"good",             "job.toml",                                    0, "ok: input: 2 files, 8 bytes", ""},
+        {"more instances",   "--instances 3 job.toml",                      0, "note: 2 files for 3 instances", ""},
+        {"idle attribute",   "job.toml",                                    0, "note: ErrorLimit has no effect", ""},
+        {"nothing fits",     "--set producer.FileName=*.txt job.toml",      2, "ok: target: print", "command line: error: no file in "},
+        {"no directory",     "--set producer.DirectoryPath=nowhere job.toml",   2, "", "can't be examined: No such file or directory"},
+        {"file unwritable",  "--set target.file=no/where.txt job.toml",     2, "ok: input", "job.toml:8:"},
+        {"bad override",     "--set producer.Format=Fixed job.toml",        2, "", "command line: error: Format can't be \"Fixed\""},
+    };
+    // clang-format on
+    for (const auto &c : kCases) {
+        const Outcome outcome = Program(folder, std::string("check ") + c.arguments);
+        EXPECT_EQ(outcome.status, c.status) << c.about << "\n" << outcome.err;
+        EXPECT_NE(outcome.out.find(c.out), std::string::npos) << c.about << "\n" << outcome.out;
+        EXPECT_NE(outcome.err.find(c.err), std::string::npos) << c.about << "\n" << outcome.err;
+        EXPECT_EQ(outcome.err.empty(), c.status == 0) << c.about;
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "out.txt"));
+}
