@@ -181,6 +181,14 @@ int32_t FW_IssueMsg(const char *routine, TraceKind kind, const char *text)
     return 1;
 }
 
+void PutPrivateLine(int number, const char *first, const char *second, const char *third)
+{
+    const PxLogArg list[] = {ToLogArg(first), ToLogArg(second),
+                             third != nullptr ? ToLogArg(third) : PxLogArg{}, PxLogArg{}};
+    if (Private_loghandle != nullptr)
+        LogStatus = WriteLog(Private_loghandle, number, 2, Information, list);
+}
+
 void FW_Trace(const char *routine, TraceKind kind, const char *format, ...)
 {
     char text[kTextBytes];

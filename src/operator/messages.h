@@ -160,6 +160,10 @@ int32_t FW_IssueMsg(const char *routine, TraceKind kind, const char *text);
 // Up to bytes bytes as hexadecimal lines to the private log, at every level: test the level first.
 void FW_Dump(const char *routine, const char *label, const void *data, uint32_t bytes);
 
+// A line of the access layer to the private log, message 19004 (three texts) or 19005 (two), as it
+// stands. A failing log fails nothing.
+void PutPrivateLine(int number, const char *first, const char *second, const char *third = nullptr);
+
 // A line for PX_ConsoleWrite.
 [[gnu::format(printf, 1, 2)]] void ConsoleLine(const char *format, ...);
 

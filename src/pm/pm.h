@@ -23,6 +23,7 @@ enum PmCode : int {
     pmrcBadFile = 7,
     pmrcFilesOpen = 8,
     pmrcEOF = 9,
+    pmrcUtility = 11,
     pmrcMemory = 12,
     pmrcBadFormat = 14,
     pmrcDataFormat = 16,
@@ -32,9 +33,12 @@ enum PmCode : int {
     pmrcPositionLength = 23,
     pmrcUnsupported = 24,
     pmrcNotInitialised = 26,
+    pmrcTraceLevel = 27,
+    pmrcModulesActive = 28,
     pmrcEmptyFile = 29,  // from pmOpen: a success, the file is open
-    pmrcText = 34,       // the text that pmSetErrTxt stored last
-    pmrcNoEOR = 35,      // the last record has no end-of-record mark
+    pmrcCheckpointMethod = 32,
+    pmrcText = 34,   // the text that pmSetErrTxt stored last
+    pmrcNoEOR = 35,  // the last record has no end-of-record mark
     pmrcBlockTooLong = 36,
     pmrcEndianConflict = 45,
     pmrcCharsetConflict = 46,
@@ -96,7 +100,8 @@ int pmDiag(uint32_t request, const pmToken *handle);
 int pmTrace(uint32_t scope, const pmToken *handle, uint32_t level);
 void pmTraceMsg(uint32_t level, const char *text);
 
-// 0; 100: taken as single byte; 101: UCS-2; 102: a number above 255; 48: the name is too long.
+// 0; 100: taken as single byte; 101: UCS-2; 102: a number above 255; 48: the name is too long, which
+// is reported. An empty name is ASCII.
 int pmSetCharSet(const char *name);
 
 // Closes and reports: a failure is a warning (19400 + code, then 19309, class 2), never an end.

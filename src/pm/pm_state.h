@@ -20,7 +20,7 @@ inline pmRecord pmBuffer = {};
 inline pmRecord pmBufferOrig = {};  // the record as it was read, for the record error file
 
 // ---- Character set ----------------------------------------------------------------------------
-// Writers: pm/char_sets.cpp pm/char_lengths.cpp delimited/characters.cpp
+// Writers: pm/char_sets.cpp pm/char_lengths.cpp delimited/characters.cpp pm/formats/text_discovery.cpp
 // A character-length function stores the bytes of the character and answers 1; it answers 0 when the
 // byte stands alone. It may read three bytes beyond the first.
 using CharLengthRoutine = int32_t (*)(const uint8_t *at, uint32_t *bytes);
@@ -30,6 +30,8 @@ inline CharLengthRoutine CharLengthFn = CharLengthSingleByte;
 inline int32_t CharSetFamily = kFamilyOrdinary;
 inline uint32_t UsingSingleByteCharSet = 1;
 inline uint32_t bUnsupportedCharacterSet = 0;
+enum : uint32_t { kBigEndian = 1, kLittleEndian = 2 };
+inline uint32_t DataEndian = kLittleEndian;  // of UTF-16 data; files in the other order are refused
 inline char SG_CharsetName[32] = "";  // as established; the attribute's text is SG_CharSetName
 inline uint8_t badmbcs = 0;           // set by a length function: the character is malformed
 inline uint8_t fourByteUTF = 0;       // set by the UTF-16 function: a surrogate pair

@@ -1,0 +1,229 @@
+// pm/disk/unx_disk.cpp
+
+#include "pm/disk/unx_disk.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "attributes/attributes_state.h"
+#include "operator/messages.h"
+#include "pm/disk/os_calls.h"
+#include "pm/pm_memory.h"
+#include "pm/pm_trace.h"
+
+constexpr pmDiskEntries kUnxDskEntries = {
+    .DskRBuf = pmunxRBuf,
+    .DskOpen = pmUnxDskOpen,
+    .DskClose = pmUnxDskClose,
+};
+static_assert(IsComplete(kUnxDskEntries));
+
+namespace {
+
+constexpr uint32_t kDefaultBlock = 65536;
+
+struct DiskFile {
+    pmToken MMToken;
+    int32_t descriptor;
+    uint64_t block_start;  // file offset of the block in the buffer
+    uint64_t next_block;   // file offset of the next one
+    uint32_t isFIFO;
+    uint32_t waits;   // a read may find nothing yet: the file is a pipe or a device
+    uint32_t at_end;  // a read found the end: a pipe's next writer does not prolong the file
+};
+
+// ---- Open --------------------------------------------------------------------------------------
+
+int CheckMode(const pmFile *file)
+{
+    switch (file->OpenMode) {
+    case kOpenRead:
+        return pmrcOk;
+    case kOpenWrite:
+    case kOpenWriteAppend: {
+        // Writing: the file is created, or opened at its end, here.
+        constexpr char kNotYet[] = "writing files is not available in this version";
+        pmSetErrTxt(kNotYet, sizeof kNotYet - 1);
+        PM_TRACE(1, "!ERROR! %s", kNotYet);
+        return pmrcText;
+    }
+    default:
+        PM_TRACE(1, "!ERROR! invalid open mode");
+        return pmrcBadParameter;
+    }
+}
+
+// Only the name's first suffix counts, and only at its end: "a.gz.gz" is a plain file.
+bool EndsInFirst(const char *name, const char *suffix)
+{
+    const char *first = strstr(name, suffix);
+    return first != nullptr && first[strlen(suffix)] == '\0';
+}
+
+int CheckSuffix(const pmFile *file)
+{
+    for (const char *suffix : {".gz", ".zip"}) {
+        if (!EndsInFirst(file->FName, suffix))
+            continue;
+        // Compressed files are opened here.
+        char words[kMaxFileName + 100];
+        snprintf(words, sizeof words, "compressed files are not available in this version: '%s'",
+                 file->FName);
+        pmSetErrTxt(words, static_cast<uint32_t>(strlen(words)));
+        PM_TRACE(1, "!ERROR! %s", words);
+        return pmrcText;
+    }
+    return pmrcOk;
+}
+
+// A first look, for the log only: the open decides, and what was opened is looked at again.
+void LookAtPath(const pmFile *file)
+{
+    struct stat info = {};
+    char reason[128] = "";
+
+    if (os.stat(file->FName, &info) != 0) {
+        const int error = errno;
+        PM_TRACE(1, "!WARNING! 'stat' call failed: %s", strerror_r(error, reason, sizeof reason));
+        PM_TRACE(1, "errno=%d", error);
+    } else if (S_ISFIFO(info.st_mode)) {
+        PM_TRACE(1, "!WARNING! FIFO pipe detected");
+    }
+}
+
+// With a time-out nothing may block, whatever lies under the name by now.
+int OpenFlags()
+{
+    return O_RDONLY | O_CLOEXEC | O_NOCTTY | (FIFO_TimeOutSeconds != 0 ? O_NONBLOCK : 0);
+}
+
+int OpenForReading(const pmFile *file)
+{
+    int descriptor = 0;
+    do {
+        descriptor = os.open(file->FName, OpenFlags());
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+int OpenFailed(const pmFile *file)
+{
+    char text[kMaxFileName + 16];
+    snprintf(text, sizeof text, "File: '%s'", file->FName);
+    const int code = pmDiskError("pmUnxDskOpen", text);
+    PM_TRACE(1, "Can't open FName=%s", file->FName);
+    PM_TRACE(1, "oOption=%s", "rb");
+    return code;
+}
+
+// What was opened, which may differ from what was looked at.
+int Classify(const pmFile *file, DiskFile *disk)
+{
+    struct stat info = {};
+    if (os.fstat(disk->descriptor, &info) != 0)
+        return OpenFailed(file);
+    disk->isFIFO = S_ISFIFO(info.st_mode);
+    disk->waits = !S_ISREG(info.st_mode) && FIFO_TimeOutSeconds != 0;
+    if (!S_ISREG(info.st_mode) || info.st_size != 0)
+        return pmrcOk;
+    PM_TRACE(1, "!WARNING! Empty file detected (for read)");
+    return pmrcEmptyFile;
+}
+
+// ---- Read --------------------------------------------------------------------------------------
+
+// 0: there is something to read, an end or an error included. 55: nothing came in time.
+int WaitForPipe(const DiskFile *disk)
+{
+    const timespec limit = {.tv_sec = FIFO_TimeOutSeconds, .tv_nsec = 0};
+    pollfd wanted = {.fd = disk->descriptor, .events = POLLIN, .revents = 0};
+
+    const int ready = os.ppoll(&wanted, 1, &limit, nullptr);
+    if (ready == 0) {
+        FW_Message<19468>();
+        FW_TRACE(0, "Named pipe timeout limit exceed, aborting job");
+        return pmrcTimeOut;
+    }
+    if (ready > 0)
+        PM_TRACE(4, "%s[%d]: %s", JobOpName, ThisInstance, "Data in named pipe is available");
+    return pmrcOk;
+}
+
+// As read, but for interruptions and for a pipe that was drained between the wait and the read.
+int ReadSome(const DiskFile *disk, uint8_t *to, uint32_t most, ssize_t *count)
+{
+    for (;;) {
+        if (disk->waits != 0) {
+            if (const int code = WaitForPipe(disk); code != pmrcOk)
+                return code;
+        }
+        errno = 0;
+        *count = os.read(disk->descriptor, to, most);
+        if (*count >= 0)
+            return pmrcOk;
+        if (errno != EINTR && !(disk->waits != 0 && errno == EAGAIN))
+            return pmDiskError("pmunxRBuf", "read error");
+    }
+}
+
+}  // namespace
+
+int pmUnxDskOpen(pmFile *file)
+{
+    pmToken token = 0;
+    int code = pmrcOk;
+
+    file->FIData = nullptr;
+    if ((code = CheckMode(file)) != pmrcOk || (code = CheckSuffix(file)) != pmrcOk)
+        return code;
+    auto *disk = static_cast<DiskFile *>(pmGetMem(sizeof(DiskFile), &token, true));
+    if (disk == nullptr) {
+        PM_TRACE(1, "!ERROR! Memory allocation error");
+        return pmrcMemory;
+    }
+    disk->MMToken = token;
+    if (file->BufferSize == 0)
+        file->BufferSize = kDefaultBlock;
+    LookAtPath(file);
+    disk->descriptor = OpenForReading(file);
+    code = disk->descriptor < 0 ? OpenFailed(file) : Classify(file, disk);
+    if (code != pmrcOk && code != pmrcEmptyFile) {
+        if (disk->descriptor >= 0)
+            os.close(disk->descriptor);
+        pmFreeMem(token);
+        return code;
+    }
+    file->FIData = disk;
+    return code;
+}
+
+int pmunxRBuf(pmFile *file, uint32_t *bytes_read)
+{
+    auto *disk = static_cast<DiskFile *>(file->FIData);
+    ssize_t count = 0;
+
+    *bytes_read = 0;
+    disk->block_start = disk->next_block;
+    if (disk->at_end != 0)
+        return pmrcEOF;
+    const int code = ReadSome(disk, file->Buffer + file->BufferEnd, file->BufferSize, &count);
+    if (code != pmrcOk)
+        return code;
+    if (count == 0) {
+        disk->at_end = 1;
+        return pmrcEOF;
+    }
+    *bytes_read = static_cast<uint32_t>(count);
+    disk->next_block += static_cast<uint64_t>(count);
+    return pmrcOk;
+}
+
+int pmUnxDskClose(pmFile *file)
+{
+    auto *disk = static_cast<DiskFile *>(file->FIData);
+    os.close(disk->descriptor);
+    pmFreeMem(disk->MMToken);
+    file->FIData = nullptr;
+    return pmrcOk;
+}

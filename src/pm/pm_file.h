@@ -1,0 +1,114 @@
+// pm/pm_file.h - modules and open files, and the tables that serve a file.
+//
+// A Paramod is an attached module, the default module included; a pmFile is an open file, in its
+// module's list. Both lie in memory by token and carry their own token, which tells a handle whose
+// object was freed, and their kind, which tells one object's handle from the other's.
+//
+// The I/O buffer holds twice BufferSize, so that the unread tail of a block can move to the front and
+// a whole new block be read behind it:
+//
+//     Buffer        BufferPosition          BufferEnd         2 * BufferSize
+//     | served      | unread                | 8 zero bytes    | kMarkRoom | kVectorSlack
+//
+// Behind BufferEnd stand eight zero bytes, so that a character's length can be asked at the last byte
+// and a record be ended by a zero. A refill may begin up to kMarkRoom bytes beyond BufferSize, when it
+// completes a mark that lies behind a longest record.
+
+#ifndef FENWIRE_PM_PM_FILE_H
+#define FENWIRE_PM_PM_FILE_H
+
+#include <cstdint>
+
+#include "pm/pm.h"
+
+enum : uint16_t { kOpenRead = 1, kOpenWrite = 2, kOpenWriteAppend = 3 };
+enum : uint32_t { kKindModule = 0x444F4D50, kKindFile = 0x4C494650 };  // "PMOD", "PFIL" in a dump
+
+inline constexpr uint32_t kMaxFileName = 4096;
+inline constexpr uint32_t kMaxModuleText = 512;  // of a module's name and of its init string
+inline constexpr uint32_t kMarkRoom = 128;       // the longest mark has 100 bytes
+inline constexpr uint32_t kZeroedSlack = 8;
+inline constexpr uint32_t kVectorSlack = 64;
+inline constexpr uint32_t kMaxEOR = 8;
+
+struct pmFile;
+
+// A storage back end: six entries, all with a pm return code. An entry may read and move the file's
+// buffer fields; it knows nothing of records. The writers' entry comes with writing, those of the
+// position with checkpoints.
+struct pmDiskEntries {
+    // Next block behind BufferEnd, at most BufferSize bytes. 9 at the end of the file, 55 when a pipe
+    // stays silent.
+    int (*DskRBuf)(pmFile *file, uint32_t *bytes_read);
+
+    // Sets FIData. 29 is a success: the file is open, and empty.
+    int (*DskOpen)(pmFile *file);
+
+    // Releases FIData. Always 0.
+    int (*DskClose)(pmFile *file);
+};
+
+// A back end leaves no entry out; what it can't do, it answers with a code.
+constexpr bool IsComplete(const pmDiskEntries &e) { return e.DskRBuf && e.DskOpen && e.DskClose; }
+
+// A record format: how records lie in the blocks. The writer comes in here.
+struct pmFormatter {
+    int (*FmtRead)(pmFile *file, pmRecord *record);
+    const char *trace;
+};
+
+struct Paramod {
+    uint32_t MMToken;
+    uint32_t Kind;
+    uint32_t TraceLvl;
+    // A loaded module's name, init string, entry point and library come in here.
+    pmFile *FirstFile, *PrevFile;  // its open files, first and last
+    Paramod *Next;
+};
+
+struct pmFile {
+    uint32_t MMToken;
+    uint32_t Kind;
+    uint32_t TraceLvl;
+    uint32_t Format;
+    uint16_t OpenMode;
+    uint16_t BlkHeaderLen;  // bytes at the head of each block that are no data; 0 without a module
+    uint32_t LRecl;         // declared record length, where a module has one
+    void *FIData;           // the back end's own
+    pmToken BufferToken;
+    uint32_t BufferSize;      // bytes of a block, and of the longest record
+    uint32_t BufferPosition;  // offset of the next unread record
+    uint32_t BufferEnd;       // offset behind the last byte
+    uint8_t *Buffer;
+    int32_t BufferBlkStrt;  // where the block begins that was read last, less BlkHeaderLen
+    uint8_t FlipBytes;
+    uint8_t BypassAMCheckpoint;
+    uint8_t atEOF;            // end of file was answered
+    uint8_t BeginningOfFile;  // no record was served yet
+    uint8_t bBOMFound;
+    uint8_t reserved;
+    uint16_t EORLength;    // bytes of the end-of-record mark, 0 until it was found
+    uint8_t EOR[kMaxEOR];  // as it stands in the file
+    uint32_t Endian;       // 1 big, 2 little
+    uint32_t RecCount;
+    uint32_t FNameLen;
+    char FName[kMaxFileName + 1];
+    pmFormatter Fmt;
+    pmDiskEntries Dsk;
+    Paramod *PPtr;
+    pmFile *Next;
+};
+
+extern const pmFormatter kFormatters[9];  // by format code; 0 is none
+extern const pmDiskEntries kUnxDskEntries;
+
+// Moves the unread bytes to the front and reads the next block behind them. The code is that of the
+// back end; BufferPosition is 0 in any case.
+int pmReadn2Buf(pmFile *file);
+
+// Stores the text of code 34 from the error number at hand. 4 when the file does not exist, else 34.
+int pmDiskError(const char *function, const char *text);
+
+void ForgetErrorText();  // code 34 has its first words again
+
+#endif
