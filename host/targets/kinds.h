@@ -12,6 +12,9 @@ std::unique_ptr<Target> MakeNullTarget(const Job &job);
 std::unique_ptr<Target> MakePrintTarget(const Job &job);
 void CheckPrintSettings(const Job &job, std::vector<Complaint> &found);
 
+std::unique_ptr<Target> MakeSqliteTarget(const Job &job);
+void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found);
+
 }  // namespace fenwire
 
 #endif

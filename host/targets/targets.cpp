@@ -18,11 +18,19 @@ constexpr TargetKey kPrintKeys[] = {
     {"null",      "text",   false, "stands for NULL; without it nothing does"},
     {"header",    "yes/no", false, "a first line with the names of the columns"},
 };
+constexpr TargetKey kSqliteKeys[] = {
+    {"file",      "path",   true,  "the database"},
+    {"table",     "text",   true,  "the table that takes the rows"},
+    {"create",    "yes/no", false, "makes the table when it is not there; true without it"},
+    {"replace",   "yes/no", false, "empties the table first, as part of the job; false without it"},
+};
 constexpr TargetKind kTargets[] = {
     {"null", "counts rows and sums them up; keeps nothing",
      {}, MakeNullTarget, nullptr},
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
      kPrintKeys, MakePrintTarget, CheckPrintSettings},
+    {"sqlite", "a table of an SQLite database: all rows of the job, or none",
+     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings},
 };
 // clang-format on
 

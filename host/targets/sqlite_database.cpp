@@ -1,0 +1,118 @@
+// host/targets/sqlite_database.cpp - a connection to an SQLite database.
+//
+// Journal mode and synchronous stay as the database has them: a job that is cut off at any point leaves
+// what was there before. The page cache is what this process mostly consists of, so it is kept to a
+// size that serves tables with a few indexes.
+
+#include "host/targets/sqlite_database.h"
+
+#include <cstring>
+#include <fmt/format.h>
+
+#include "host/job/words.h"
+#include "host/targets/target.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr int kBusyMilliseconds = 3000;
+constexpr const char *kCachePragma = "PRAGMA cache_size = -16384";  // 16 MiB
+
+// {0}: the file, {1}: SQLite's own words, {2}: the system's.
+// clang-format off
+constexpr struct {
+    int code;
+    const char *words;
+} kFaults[] = {
+    {SQLITE_BUSY,     "database {0} is locked: another program holds it; end that program, or run the job when it is done"},
+    {SQLITE_LOCKED,   "database {0} is locked: another program holds it; end that program, or run the job when it is done"},
+    {SQLITE_READONLY, "database {0} can't be written: the file or its folder is read-only; give this user the right to write both"},
+    {SQLITE_CANTOPEN, "database {0} can't be opened: {1} ({2}); this user needs the right to read and write the file and to make files in its folder"},
+    {SQLITE_PERM,     "database {0} can't be opened: {1} ({2}); this user needs the right to read and write the file and to make files in its folder"},
+    {SQLITE_FULL,     "database {0} can't grow: no space is left on its disk; make room and run the job again"},
+    {SQLITE_IOERR,    "database {0} can't be read or written: {1} ({2})"},
+    {SQLITE_NOTADB,   "file {0} is not an SQLite database; give file another name, or move that file away"},
+    {SQLITE_CORRUPT,  "database {0} is damaged: {1}; \"PRAGMA integrity_check\" tells more"},
+};
+// clang-format on
+
+}  // namespace
+
+SqliteDatabase::SqliteDatabase(const std::filesystem::path &file, Access access)
+    : SqliteDatabase(Quoted(file.string()), file.c_str(),
+                     access == Access::ReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE)
+{
+}
+
+SqliteDatabase SqliteDatabase::InMemory()
+{
+    return {"in memory", ":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY};
+}
+
+SqliteDatabase::SqliteDatabase(std::string shown, const char *name, int flags)
+    : shown_(std::move(shown))
+{
+    sqlite3 *connection = nullptr;
+    const int code = sqlite3_open_v2(name, &connection, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    connection_.reset(connection);
+    if (connection == nullptr)
+        throw TargetError(
+            fmt::format("database {} can't be opened: {}", shown_, sqlite3_errstr(code)));
+    sqlite3_extended_result_codes(connection, 1);
+    if (code != SQLITE_OK)
+        Fail();
+    sqlite3_busy_timeout(connection, kBusyMilliseconds);
+    Run(kCachePragma);
+}
+
+void SqliteDatabase::Run(const std::string &sql)
+{
+    if (sqlite3_exec(get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+        Fail();
+}
+
+SqliteStatement SqliteDatabase::Prepare(const std::string &sql)
+{
+    sqlite3_stmt *statement = nullptr;
+    const int code = sqlite3_prepare_v3(get(), sql.data(), static_cast<int>(sql.size()),
+                                        SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+    if (code != SQLITE_OK)
+        Fail();
+    return SqliteStatement(statement);
+}
+
+bool SqliteDatabase::Step(const SqliteStatement &statement)
+{
+    const int code = sqlite3_step(statement.get());
+    if (code != SQLITE_ROW && code != SQLITE_DONE)
+        Fail();
+    return code == SQLITE_ROW;
+}
+
+void SqliteDatabase::RollBack() noexcept
+{
+    if (InTransaction())
+        sqlite3_exec(get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void SqliteDatabase::Fail() const
+{
+    const int code = sqlite3_extended_errcode(get()) & 0xFF;
+    const char *system = strerror(sqlite3_system_errno(get()));
+    for (const auto &fault : kFaults) {
+        if (fault.code == code)
+            throw TargetError(fmt::format(fmt::runtime(fault.words), shown_, Words(), system));
+    }
+    throw TargetError(fmt::format("database {}: {}", shown_, Escaped(Words())));
+}
+
+std::string SqlName(std::string_view name)
+{
+    std::string quoted = "\"";
+    for (const char c : name)
+        quoted.append(c == '"' ? 2 : 1, c);
+    return quoted + '"';
+}
+
+}  // namespace fenwire

@@ -1,0 +1,54 @@
+// host/targets/sqlite_database.h - a connection to an SQLite database, whose errors are words for users.
+
+#ifndef FENWIRE_HOST_TARGETS_SQLITE_DATABASE_H
+#define FENWIRE_HOST_TARGETS_SQLITE_DATABASE_H
+
+#include <filesystem>
+#include <memory>
+#include <sqlite3.h>
+#include <string>
+#include <string_view>
+
+namespace fenwire {
+
+struct SqliteFinalize {
+    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
+};
+using SqliteStatement = std::unique_ptr<sqlite3_stmt, SqliteFinalize>;
+
+// Members throw TargetError but where it is said.
+class SqliteDatabase {
+public:
+    enum class Access : uint8_t { ReadOnly, ReadWrite };
+
+    // The file must be there. A lock of another program is waited for, about kBusySeconds long.
+    SqliteDatabase(const std::filesystem::path &file, Access access);
+    static SqliteDatabase InMemory();
+
+    sqlite3 *get() const { return connection_.get(); }
+    void Run(const std::string &sql);
+    SqliteStatement Prepare(const std::string &sql);
+    bool Step(const SqliteStatement &statement);  // whether there is a row
+    bool InTransaction() const { return sqlite3_get_autocommit(get()) == 0; }
+    void RollBack() noexcept;
+
+    // The last error in words, with the remedy.
+    [[noreturn]] void Fail() const;
+    std::string Words() const { return sqlite3_errmsg(get()); }
+
+private:
+    SqliteDatabase(std::string shown, const char *name, int flags);
+
+    struct Close {
+        void operator()(sqlite3 *connection) const { sqlite3_close(connection); }
+    };
+    std::string shown_;
+    std::unique_ptr<sqlite3, Close> connection_;
+};
+
+// A name as SQL takes it whatever it holds: "or""der".
+std::string SqlName(std::string_view name);
+
+}  // namespace fenwire
+
+#endif

@@ -1,0 +1,216 @@
+// host/targets/sqlite_table.cpp - the table that takes a job's rows.
+
+#include "host/targets/sqlite_table.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <span>
+
+#include "host/job/column_types.h"
+#include "host/job/words.h"
+#include "host/targets/target.h"
+
+namespace fenwire {
+
+namespace {
+
+// clang-format off
+constexpr struct {
+    std::string_view type;  // with or without NULLABLE
+    SqliteStorage storage;
+} kStorages[] = {
+    {"CHAR",            SqliteStorage::Text},
+    {"VARCHAR",         SqliteStorage::Text},
+    {"LONG VARCHAR",    SqliteStorage::Text},
+    {"ANSIDATE",        SqliteStorage::Text},
+    {"CLOB",            SqliteStorage::Text},
+    {"XML",             SqliteStorage::Text},
+    {"JSON",            SqliteStorage::Text},
+    {"BLOB BY NAME",    SqliteStorage::Text},  // BY NAME: the value is the name of a file
+    {"CLOB BY NAME",    SqliteStorage::Text},
+    {"XML BY NAME",     SqliteStorage::Text},
+    {"JSON BY NAME",    SqliteStorage::Text},
+    {"BYTEINT",         SqliteStorage::Integer},
+    {"SMALLINT",        SqliteStorage::Integer},
+    {"INTEGER",         SqliteStorage::Integer},
+    {"BIGINT",          SqliteStorage::Integer},
+    {"BOOLEAN",         SqliteStorage::Integer},
+    {"FLOAT",           SqliteStorage::Real},
+    {"BYTE",            SqliteStorage::Blob},
+    {"VARBYTE",         SqliteStorage::Blob},
+    {"LONG VARBYTE",    SqliteStorage::Blob},
+    {"BLOB",            SqliteStorage::Blob},
+};
+constexpr const char *kSqlTypes[] = {"TEXT", "INTEGER", "REAL", "BLOB"};  // by storage
+// clang-format on
+
+struct TableColumn {
+    std::string name;
+    bool required = false;   // an insert must give it
+    bool generated = false;  // an insert can't
+};
+
+std::string TextAt(const SqliteStatement &row, int column)
+{
+    const void *text = sqlite3_column_text(row.get(), column);
+    return text != nullptr ? static_cast<const char *>(text) : "";
+}
+
+void BindText(const SqliteStatement &statement, int at, const std::string &text)
+{
+    sqlite3_bind_text(statement.get(), at, text.data(), static_cast<int>(text.size()),
+                      SQLITE_TRANSIENT);
+}
+
+// A single INTEGER PRIMARY KEY column is the row's number, which SQLite supplies where it is missing.
+std::vector<TableColumn> ReadColumns(SqliteDatabase &database, const std::string &table)
+{
+    const SqliteStatement row = database.Prepare(
+        "SELECT name, \"notnull\" AND dflt_value IS NULL AND NOT (pk = 1 AND upper(type) = "
+        "'INTEGER'"
+        " AND (SELECT max(pk) FROM pragma_table_xinfo(?1, 'main')) = 1"
+        " AND NOT (SELECT wr FROM pragma_table_list WHERE schema = 'main' AND name = ?1 COLLATE "
+        "NOCASE)), hidden FROM pragma_table_xinfo(?1, 'main') WHERE hidden <> 1");
+    BindText(row, 1, table);
+    std::vector<TableColumn> columns;
+    while (database.Step(row)) {
+        const bool generated = sqlite3_column_int(row.get(), 2) != 0;
+        columns.push_back(
+            {TextAt(row, 0), sqlite3_column_int(row.get(), 1) != 0 && !generated, generated});
+    }
+    return columns;
+}
+
+template <class Columns>
+std::string NameList(const Columns &columns)
+{
+    constexpr size_t kShown = 20;
+    std::string text;
+    for (size_t i = 0; i < std::min(columns.size(), kShown); ++i)
+        text += (i > 0 ? ", " : "") + Escaped(columns[i].name);
+    if (columns.size() > kShown)
+        text += fmt::format(" and {} more", columns.size() - kShown);
+    return text;
+}
+
+template <class Columns>
+auto FindNamed(const Columns &columns, const std::string &name)
+{
+    return std::ranges::find_if(columns,
+                                [&](const auto &column) { return SameWord(column.name, name); });
+}
+
+// What does not fit, one clause after another.
+std::string Differences(const std::vector<TableColumn> &there, const std::vector<Column> &given)
+{
+    std::string what;
+    const auto add = [&](const std::string &name, const char *why) {
+        what += fmt::format("{}column {} {}", what.empty() ? "" : "; ", Quoted(name), why);
+    };
+    for (const Column &column : given) {
+        const auto found = FindNamed(there, column.name);
+        if (found == there.end())
+            add(column.name, "is not in the table");
+        else if (found->generated)
+            add(column.name, "is computed by the table and takes no values");
+    }
+    for (const TableColumn &column : there) {
+        if (column.required && FindNamed(given, column.name) == given.end())
+            add(column.name, "of the table needs a value, and the job has none for it");
+    }
+    return what;
+}
+
+}  // namespace
+
+SqliteStorage SqliteStorageOf(const Column &column)
+{
+    std::string_view type = ColumnTypes()[column.type].name;
+    if (type.starts_with("NULLABLE "))
+        type.remove_prefix(9);
+    for (const auto &row : kStorages) {
+        if (row.type == type)
+            return row.storage;
+    }
+    return SqliteStorage::None;
+}
+
+bool HasSqliteTable(SqliteDatabase &database, const std::string &table)
+{
+    const SqliteStatement row = database.Prepare("SELECT type FROM pragma_table_list WHERE schema "
+                                                 "= 'main' AND name = ?1 COLLATE NOCASE");
+    BindText(row, 1, table);
+    if (!database.Step(row))
+        return false;
+    if (TextAt(row, 0) == "view")
+        throw TargetError(fmt::format(
+            "{} is a view, which takes no rows; give table the name of a table", Quoted(table)));
+    return true;
+}
+
+void CreateSqliteTable(SqliteDatabase &database, const std::string &table, const Job &job)
+{
+    std::string sql;
+    for (const Column &column : job.columns) {
+        const std::string &type = !column.sql_type.empty()
+                                      ? column.sql_type
+                                      : kSqlTypes[static_cast<size_t>(SqliteStorageOf(column))];
+        sql += fmt::format("{}{} {}", sql.empty() ? "" : ",\n", SqlName(column.name), type);
+    }
+    sql = fmt::format("CREATE TABLE main.{} (\n{}\n)", SqlName(table), sql);
+    sqlite3_stmt *statement = nullptr;
+    const int code = sqlite3_prepare_v2(database.get(), sql.data(), static_cast<int>(sql.size()),
+                                        &statement, nullptr);
+    const SqliteStatement create(statement);
+    if (code == SQLITE_ERROR)
+        throw TargetError(fmt::format("table {} can't be made: {}; look at table and at sql_type "
+                                      "of the columns",
+                                      Quoted(table), Escaped(database.Words())));
+    if (code != SQLITE_OK)
+        database.Fail();
+    database.Step(create);
+}
+
+void CompareSqliteTable(SqliteDatabase &database, const std::string &table, const Job &job)
+{
+    const std::vector<TableColumn> there = ReadColumns(database, table);
+    const std::string what = Differences(there, job.columns);
+    if (!what.empty())
+        throw TargetError(fmt::format("table {} does not fit the job: {}. The table has {}; the "
+                                      "job has {}",
+                                      Quoted(table), what, NameList(there), NameList(job.columns)));
+}
+
+std::string NoSqliteTable(SqliteDatabase &database, const std::string &table)
+{
+    struct Name {
+        std::string name;
+    };
+    std::vector<Name> names;
+    const SqliteStatement row =
+        database.Prepare("SELECT name FROM main.sqlite_schema WHERE type = 'table' AND name NOT "
+                         "LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
+    while (database.Step(row))
+        names.push_back({TextAt(row, 0)});
+    return fmt::format("there is no table {}; {}; create = true would make it", Quoted(table),
+                       names.empty() ? "the database has no tables"
+                                     : "the database has " + NameList(names));
+}
+
+bool IsSqliteType(const std::string &sql_type)
+{
+    // A second column shows whether the text ends the first one, or the whole statement.
+    SqliteDatabase database = SqliteDatabase::InMemory();
+    const std::string sql =
+        fmt::format("CREATE TABLE probe (\n\"the first\" {}\n, \"the second\"\n)", sql_type);
+    const char *tail = nullptr;
+    sqlite3_stmt *statement = nullptr;
+    sqlite3_prepare_v2(database.get(), sql.data(), static_cast<int>(sql.size()), &statement, &tail);
+    const SqliteStatement create(statement);
+    if (statement == nullptr || *tail != '\0' || sqlite3_step(statement) != SQLITE_DONE)
+        return false;
+    const std::vector<TableColumn> columns = ReadColumns(database, "probe");
+    return columns.size() == 2 && columns[1].name == "the second";
+}
+
+}  // namespace fenwire

@@ -1,0 +1,449 @@
+// host/targets/sqlite_target.cpp - rows into a table of an SQLite database.
+//
+//     Open     BEGIN IMMEDIATE, make the table or compare it, empty it when asked
+//     Put      inserts of many rows at once, values bound where they lie
+//     Commit   COMMIT
+//     Abort    ROLLBACK; a file that Open made and that is still empty goes too
+//
+// The whole job is one transaction, so the database holds all of its rows or none, also when this
+// process is killed: SQLite's journal restores the file when it is opened next.
+//
+// An insert of several rows saves most of what a statement costs. When one fails, its rows are tried one
+// by one, so that the message can name the row.
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fmt/format.h>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/job/column_types.h"
+#include "host/job/words.h"
+#include "host/targets/kinds.h"
+#include "host/targets/settings.h"
+#include "host/targets/sqlite_database.h"
+#include "host/targets/sqlite_table.h"
+
+namespace fenwire {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Access = SqliteDatabase::Access;
+
+constexpr size_t kRowsAtOnce[] = {48, 8, 1};
+
+// clang-format off
+constexpr struct {
+    int code;  // extended, or primary
+    const char *remedy;
+} kRowFaults[] = {
+    {SQLITE_CONSTRAINT_PRIMARYKEY, "a row with this key is in the table already, or came earlier in this job"},
+    {SQLITE_CONSTRAINT_ROWID,      "a row with this key is in the table already, or came earlier in this job"},
+    {SQLITE_CONSTRAINT_UNIQUE,     "a row with this value is in the table already, or came earlier in this job"},
+    {SQLITE_CONSTRAINT_NOTNULL,    "the column takes no NULL; give it a value, or let the table allow NULL"},
+    {SQLITE_CONSTRAINT_CHECK,      "the table's own rule refuses the row"},
+    {SQLITE_CONSTRAINT_FOREIGNKEY, "the row refers to one that is not there"},
+    {SQLITE_CONSTRAINT_DATATYPE,   "the table is STRICT, and the value is not of the column's type"},
+    {SQLITE_CONSTRAINT_TRIGGER,    "a trigger of the table refuses the row"},
+    {SQLITE_MISMATCH,              "an INTEGER PRIMARY KEY takes whole numbers only"},
+    {SQLITE_TOOBIG,                "the row is larger than the database allows"},
+    {SQLITE_CONSTRAINT,            "the table refuses the row"},
+};
+// clang-format on
+
+const char *RowFaultRemedy(int code)
+{
+    for (const auto &fault : kRowFaults) {
+        if (fault.code == code || fault.code == (code & 0xFF))
+            return fault.remedy;
+    }
+    return nullptr;
+}
+
+bool IsUtf16(const std::string &charset) { return SameWord(charset, "UTF16") || charset == "62"; }
+
+void RequireCharset(const std::string &charset)
+{
+    constexpr std::string_view kOthers[] = {"", "UTF8", "ASCII", "63"};
+    if (IsUtf16(charset) ||
+        std::ranges::any_of(kOthers, [&](auto set) { return SameWord(charset, set); }))
+        return;
+    throw TargetError(
+        fmt::format("data in the character set {} can't go to SQLite in this version; "
+                    "ASCII, UTF8 and UTF16 can",
+                    Quoted(charset)));
+}
+
+template <class Number>
+Number NumberAt(const char *data, uint32_t length)
+{
+    Number number = 0;
+    memcpy(&number, data, std::min<size_t>(length, sizeof number));
+    return number;
+}
+
+int64_t IntegerAt(const char *data, uint32_t length)
+{
+    switch (length) {
+    case 1:
+        return NumberAt<int8_t>(data, length);
+    case 2:
+        return NumberAt<int16_t>(data, length);
+    case 4:
+        return NumberAt<int32_t>(data, length);
+    default:
+        return NumberAt<int64_t>(data, length);
+    }
+}
+
+class SqliteTarget final : public Target {
+public:
+    explicit SqliteTarget(const Job &job)
+        : job_(job), file_(PathSetting(job, "file")),
+          table_(SettingOr<std::string>(job, "table", {})), create_(SettingOr(job, "create", true)),
+          replace_(SettingOr(job, "replace", false)), utf16_(IsUtf16(job.charset))
+    {
+        for (const Column &column : job.columns)
+            storages_.push_back(SqliteStorageOf(column));
+    }
+    ~SqliteTarget() override { Abort(); }
+
+    void Check() override
+    {
+        RequireCharset(job_.charset);
+        if (!FileIsThere()) {
+            TryCreating();
+            return;
+        }
+        // Where a program was cut off, only a writer can restore what was there before it.
+        const bool cut_off = access((file_.string() + "-journal").c_str(), F_OK) == 0;
+        SqliteDatabase database(file_, cut_off ? Access::ReadWrite : Access::ReadOnly);
+        if (HasSqliteTable(database, table_)) {
+            CompareSqliteTable(database, table_, job_);
+            return;
+        }
+        RequireCreate(database);
+        TryCreating();
+    }
+
+    void Open() override
+    {
+        try {
+            Begin();
+        } catch (...) {
+            Abort();
+            throw;
+        }
+    }
+
+    void Put(int instance, const RowBatch &rows) override
+    {
+        if (rows_of_.size() <= static_cast<size_t>(instance))
+            rows_of_.resize(static_cast<size_t>(instance) + 1);
+        instance_ = instance;
+        rows.ForEach([&](const RowRecord &row) {
+            waiting_[waits_++] = row;
+            report_.bytes += row.data_bytes();
+            if (waits_ == waiting_.size())
+                InsertWaiting();
+        });
+        InsertWaiting();  // the records are gone after this
+    }
+
+    TargetReport Commit() override
+    {
+        database_->Run("COMMIT");
+        inserts_ = {};
+        database_.reset();
+        made_file_ = false;
+        if (left_out_ > 0)
+            report_.note = fmt::format(
+                "{} rows left out by ON CONFLICT rules or triggers of the table", left_out_);
+        return report_;
+    }
+
+    void Abort() noexcept override
+    {
+        inserts_ = {};
+        if (database_)
+            database_->RollBack();
+        database_.reset();
+        struct stat info;
+        if (made_file_ && stat(file_.c_str(), &info) == 0 && info.st_size == 0)
+            unlink(file_.c_str());
+        made_file_ = false;
+    }
+
+private:
+    // Whether the database is there; throws when it could neither be used nor made.
+    bool FileIsThere() const
+    {
+        const std::string shown = Quoted(file_.string());
+        const fs::path folder = file_.parent_path();
+        struct stat info;
+        if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+            throw TargetError(
+                fmt::format("the folder {} of database {} is not there; make it first",
+                            Quoted(folder.string()), Quoted(file_.filename().string())));
+        if (access(folder.c_str(), W_OK | X_OK) != 0)
+            throw TargetError(fmt::format("folder {} can't be written: {}; SQLite makes its "
+                                          "journal there",
+                                          Quoted(folder.string()), strerror(errno)));
+        if (stat(file_.c_str(), &info) != 0) {
+            if (errno == ENOENT && create_)
+                return false;
+            throw TargetError(fmt::format("database {} can't be opened: {}{}", shown,
+                                          strerror(errno),
+                                          create_ ? "" : "; create = true would make it"));
+        }
+        if (!S_ISREG(info.st_mode))
+            throw TargetError(fmt::format("{} is no plain file, so it is no database", shown));
+        if (access(file_.c_str(), R_OK | W_OK) != 0)
+            throw TargetError(
+                fmt::format("database {} can't be written: {}", shown, strerror(errno)));
+        return true;
+    }
+
+    void MakeFile()
+    {
+        const int fd = open(file_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        if (fd < 0 && errno != EEXIST)
+            throw TargetError(fmt::format("database {} can't be made: {}", Quoted(file_.string()),
+                                          strerror(errno)));
+        made_file_ = fd >= 0;
+        if (fd >= 0)
+            close(fd);
+    }
+
+    void TryCreating() const
+    {
+        SqliteDatabase nowhere = SqliteDatabase::InMemory();
+        CreateSqliteTable(nowhere, table_, job_);
+    }
+
+    void RequireCreate(SqliteDatabase &database) const
+    {
+        if (!create_)
+            throw TargetError(NoSqliteTable(database, table_));
+    }
+
+    void Begin()
+    {
+        RequireCharset(job_.charset);
+        report_ = {};
+        rows_of_.clear();
+        left_out_ = 0;
+        if (!FileIsThere())
+            MakeFile();
+        database_.emplace(file_, Access::ReadWrite);
+        database_->Run("BEGIN IMMEDIATE");
+        if (!HasSqliteTable(*database_, table_)) {
+            RequireCreate(*database_);
+            CreateSqliteTable(*database_, table_, job_);
+        }
+        CompareSqliteTable(*database_, table_, job_);
+        if (replace_)
+            database_->Run(fmt::format("DELETE FROM main.{}", SqlName(table_)));
+        PrepareInserts();
+    }
+
+    // A statement has a limited number of values, so wide rows go in fewer at once, down to one.
+    void PrepareInserts()
+    {
+        std::string names, marks;
+        for (const Column &column : job_.columns) {
+            names += (names.empty() ? "" : ", ") + SqlName(column.name);
+            marks += marks.empty() ? "(?" : ", ?";
+        }
+        marks += ')';
+        const auto most =
+            static_cast<size_t>(sqlite3_limit(database_->get(), SQLITE_LIMIT_VARIABLE_NUMBER, -1));
+        for (size_t i = 0; i < std::size(kRowsAtOnce); ++i) {
+            if (kRowsAtOnce[i] > 1 && kRowsAtOnce[i] * job_.columns.size() > most)
+                continue;
+            std::string sql =
+                fmt::format("INSERT INTO main.{} ({}) VALUES ", SqlName(table_), names);
+            for (size_t row = 0; row < kRowsAtOnce[i]; ++row)
+                sql += (row > 0 ? ", " : "") + marks;
+            inserts_[i] = database_->Prepare(sql);
+        }
+    }
+
+    void InsertWaiting()
+    {
+        const size_t all = waits_;
+        waits_ = 0;
+        size_t from = 0;
+        for (size_t i = 0; i < std::size(kRowsAtOnce); ++i) {
+            for (; inserts_[i] && all - from >= kRowsAtOnce[i]; from += kRowsAtOnce[i])
+                Insert(inserts_[i], &waiting_[from], kRowsAtOnce[i]);
+        }
+    }
+
+    void Insert(const SqliteStatement &insert, const RowRecord *rows, size_t count)
+    {
+        int code = Try(insert, rows, count);
+        if (code == SQLITE_DONE) {
+            const auto taken = static_cast<uint64_t>(sqlite3_changes64(database_->get()));
+            rows_of_[static_cast<size_t>(instance_)] += count;
+            report_.rows += std::min<uint64_t>(taken, count);
+            left_out_ += count - std::min<uint64_t>(taken, count);
+            return;
+        }
+        if (RowFaultRemedy(code) == nullptr)
+            database_->Fail();
+        Refuse(code, rows, count);
+    }
+
+    int Try(const SqliteStatement &insert, const RowRecord *rows, size_t count)
+    {
+        int at = 0;
+        for (size_t i = 0; i < count; ++i) {
+            if (const int code = Bind(insert.get(), at, rows[i]); code != SQLITE_OK)
+                return code;
+        }
+        sqlite3_step(insert.get());
+        const int code = sqlite3_reset(insert.get());
+        return code == SQLITE_OK ? SQLITE_DONE : code;
+    }
+
+    int Bind(sqlite3_stmt *insert, int &at, const RowRecord &row) const
+    {
+        const auto columns = static_cast<uint32_t>(storages_.size());
+        const char *data = reinterpret_cast<const char *>(row.data(columns));
+        int code = SQLITE_OK;
+        for (uint32_t i = 0; i < columns; ++i) {
+            const uint32_t length = row.length(i);
+            if (length == kNullColumn) {
+                code |= sqlite3_bind_null(insert, ++at);
+                continue;
+            }
+            code |= BindValue(insert, ++at, i, data, length);
+            data += length;
+        }
+        return code;
+    }
+
+    int BindValue(sqlite3_stmt *insert, int at, uint32_t column, const char *data,
+                  uint32_t length) const
+    {
+        const int bytes = static_cast<int>(length);
+        switch (storages_[column]) {
+        case SqliteStorage::Text:
+            if (!utf16_)
+                return sqlite3_bind_text(insert, at, data, bytes, SQLITE_STATIC);
+            if (length % 2 != 0)  // SQLite would drop the odd byte and say nothing
+                throw TargetError(
+                    fmt::format("a value of column {} has {} bytes, which is no UTF-16",
+                                Quoted(job_.columns[column].name), length));
+            return sqlite3_bind_text16(insert, at, data, bytes, SQLITE_STATIC);
+        case SqliteStorage::Integer:
+            return sqlite3_bind_int64(insert, at, IntegerAt(data, length));
+        case SqliteStorage::Real:
+            return sqlite3_bind_double(insert, at, NumberAt<double>(data, length));
+        default:
+            return sqlite3_bind_blob(insert, at, data, bytes, SQLITE_STATIC);
+        }
+    }
+
+    // One of the rows is refused: finds and names it.
+    [[noreturn]] void Refuse(int code, const RowRecord *rows, size_t count)
+    {
+        const uint64_t before = rows_of_[static_cast<size_t>(instance_)];
+        std::string words = database_->Words();
+        size_t bad = count == 1 ? 0 : count;
+        if (bad == count && database_->InTransaction()) {
+            // Where the table's rule is ON CONFLICT FAIL, the rows before the bad one are in.
+            bad = static_cast<size_t>(sqlite3_changes64(database_->get()));
+            for (; bad < count; ++bad) {
+                const int again = Try(inserts_.back(), &rows[bad], 1);
+                if (again == SQLITE_DONE)
+                    continue;
+                code = again;
+                words = database_->Words();
+                break;
+            }
+        }
+        const char *remedy = RowFaultRemedy(code);
+        const std::string where = bad < count
+                                      ? fmt::format("row {} of instance {} ({})", before + bad + 1,
+                                                    instance_, ShowRow(rows[bad]))
+                                      : fmt::format("one of the rows {} to {} of instance {}",
+                                                    before + 1, before + count, instance_);
+        throw TargetError(fmt::format("table {} of {} refuses {}: {}: {}", Quoted(table_),
+                                      Quoted(file_.string()), where, Escaped(words),
+                                      remedy != nullptr ? remedy : "the table refuses the row"));
+    }
+
+    // The first columns, cut.
+    std::string ShowRow(const RowRecord &row) const
+    {
+        constexpr uint32_t kShownColumns = 3, kShownBytes = 30;
+        const auto columns = static_cast<uint32_t>(storages_.size());
+        const char *data = reinterpret_cast<const char *>(row.data(columns));
+        std::string text;
+        for (uint32_t i = 0; i < std::min(columns, kShownColumns); ++i) {
+            text += fmt::format("{}{} ", i > 0 ? ", " : "", Escaped(job_.columns[i].name));
+            const uint32_t length = row.length(i);
+            if (length == kNullColumn) {
+                text += "NULL";
+                continue;
+            }
+            text += fmt::format("\"{}\"{}", Escaped({data, std::min(length, kShownBytes)}),
+                                length > kShownBytes ? "..." : "");
+            data += length;
+        }
+        return columns > kShownColumns ? text + ", .." : text;
+    }
+
+    Job job_;
+    fs::path file_;
+    std::string table_;
+    bool create_, replace_, utf16_;
+    std::vector<SqliteStorage> storages_;  // of the job's columns
+    bool made_file_ = false;
+    std::optional<SqliteDatabase> database_;
+    std::array<SqliteStatement, std::size(kRowsAtOnce)> inserts_;  // null: not for rows this wide
+    std::array<RowRecord, kRowsAtOnce[0]> waiting_;
+    size_t waits_ = 0;
+    int instance_ = 0;
+    std::vector<uint64_t> rows_of_;  // inserted, by instance
+    uint64_t left_out_ = 0;
+    TargetReport report_;
+};
+
+}  // namespace
+
+void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found)
+{
+    const std::string table = SettingOr<std::string>(job, "table", {});
+    if (UpperCase(table).starts_with("SQLITE_"))
+        found.push_back({PositionOf(job, "table"),
+                         fmt::format("{} can't be the table: SQLite keeps such names for itself",
+                                     Quoted(table)),
+                         "give it a name that does not begin with sqlite_"});
+    for (const Column &column : job.columns) {
+        if (SqliteStorageOf(column) == SqliteStorage::None)
+            found.push_back({column.at,
+                             fmt::format("column {} of type {} can't go to SQLite in this version",
+                                         Quoted(column.name), ColumnTypes()[column.type].name),
+                             "text, whole numbers, FLOAT and BYTE types can"});
+        if (!column.sql_type.empty() && !IsSqliteType(column.sql_type))
+            found.push_back({column.at,
+                             fmt::format("sql_type {} of column {} is no type for SQLite",
+                                         Quoted(column.sql_type), Quoted(column.name)),
+                             "such as \"INTEGER\" or \"DECIMAL(10,2) NOT NULL\""});
+    }
+}
+
+std::unique_ptr<Target> MakeSqliteTarget(const Job &job)
+{
+    return std::make_unique<SqliteTarget>(job);
+}
+
+}  // namespace fenwire

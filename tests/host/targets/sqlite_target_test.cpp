@@ -1,0 +1,341 @@
+// tests/host/targets/sqlite_target_test.cpp - rows in a table, none of them after a fault, and faults in words.
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/host/targets/target_rows.h"
+
+using namespace fenwire;
+
+namespace {
+
+Setting Flag(const char *key, bool value) { return {key, value, {5, 9}}; }
+
+// A second program's view of the database.
+class Shell {
+public:
+    explicit Shell(const std::string &file) { sqlite3_open(file.c_str(), &database_); }
+    ~Shell() { sqlite3_close(database_); }
+    Shell(const Shell &) = delete;
+    Shell &operator=(const Shell &) = delete;
+
+    // Values with '|' between them, a '\n' behind each row; the error where there is one.
+    std::string Run(const std::string &sql)
+    {
+        std::string text;
+        const auto row = [](void *out, int columns, char **values, char **) {
+            for (int i = 0; i < columns; ++i)
+                *static_cast<std::string *>(out) +=
+                    std::string(values[i] != nullptr ? values[i] : "NULL") +
+                    (i + 1 < columns ? "|" : "\n");
+            return 0;
+        };
+        if (sqlite3_exec(database_, sql.c_str(), row, &text, nullptr) != SQLITE_OK)
+            text += sqlite3_errmsg(database_);
+        return text;
+    }
+
+private:
+    sqlite3 *database_ = nullptr;
+};
+
+struct SqliteTargetTest : testing::Test {
+    TempDirectory folder;
+    std::string file = folder.File("t.db");
+
+    Job MakeJob(const std::vector<std::string> &columns, std::vector<Setting> more = {})
+    {
+        more.push_back({"file", std::string("t.db"), {}});
+        more.push_back({"table", std::string("t"), {4, 9}});
+        return TargetJob(folder, "sqlite", columns, more);
+    }
+    std::string Sql(const std::string &sql) { return Shell(file).Run(sql); }
+
+    static TargetReport Load(const Job &job, const std::vector<Row> &rows)
+    {
+        const auto target = MakeTarget(job);
+        target->Check();
+        target->Open();
+        target->Put(1, Rows(rows).Batch());
+        return target->Commit();
+    }
+    static std::string LoadError(const Job &job, const std::vector<Row> &rows = {})
+    {
+        return ErrorOf([&] { Load(job, rows); });
+    }
+};
+
+bool Holds(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+std::vector<Row> Numbered(int from, int to)
+{
+    std::vector<Row> rows;
+    for (int i = from; i <= to; ++i)
+        rows.push_back({std::to_string(i), "value " + std::to_string(i)});
+    return rows;
+}
+
+}  // namespace
+
+TEST_F(SqliteTargetTest, ValuesArriveAsTheyAre)
+{
+    const std::string zero("a\0b", 3);
+    Job job = MakeJob({"id", "odd \"name\""});
+    job.columns[0].sql_type = "INTEGER";
+    const TargetReport report =
+        Load(job, {{"12", "x"}, {std::nullopt, ""}, {"no number", zero}, {"7", "\xFF\xC3"}});
+    EXPECT_EQ(report.rows, 4u);
+    EXPECT_EQ(report.bytes, 3u + 0 + 12 + 3);
+    EXPECT_EQ(
+        Sql("SELECT typeof(id), id, typeof(\"odd \"\"name\"\"\"), hex(\"odd \"\"name\"\"\") "
+            "FROM t"),
+        "integer|12|text|78\nnull|NULL|text|\ntext|no number|text|610062\ninteger|7|text|FFC3\n");
+}
+
+TEST_F(SqliteTargetTest, EveryRowArrivesWhateverTheSizeOfBatches)
+{
+    // Around the numbers of rows that one insert takes.
+    const auto target = MakeTarget(MakeJob({"id", "v"}));
+    target->Open();
+    int from = 1;
+    for (const int count : {1, 7, 8, 9, 47, 48, 49, 57, 200}) {
+        target->Put(1 + count % 3, Rows(Numbered(from, from + count - 1)).Batch());
+        from += count;
+    }
+    EXPECT_EQ(target->Commit().rows, static_cast<uint64_t>(from - 1));
+    EXPECT_EQ(Sql("SELECT count(*), count(DISTINCT id), sum(v = 'value ' || id) FROM t"),
+              "426|426|426\n");
+}
+
+TEST_F(SqliteTargetTest, WideRowsStayWithinALimitOfValues)
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < 1500; ++i)
+        names.push_back("c" + std::to_string(i));
+    Load(MakeJob(names), std::vector<Row>(50, Row(1500, "x")));
+    EXPECT_EQ(Sql("SELECT count(*), min(c0 || c1499) FROM t"), "50|xx\n");
+}
+
+TEST_F(SqliteTargetTest, BinaryColumnsBecomeNumbersAndBlobs)
+{
+    Job job = MakeJob({"i1", "i2", "i8", "f", "b"});
+    const uint32_t types[] = {6, 2, 38, 3, 10};
+    for (size_t i = 0; i < std::size(types); ++i)
+        job.columns[i].type = types[i];
+    const double number = 2.5;
+    const std::string eight(8, '\xFE');
+    Load(job, {{"\xFF", std::string("\x01\x02", 2), eight,
+                std::string(reinterpret_cast<const char *>(&number), 8), "\xFF"}});
+    EXPECT_EQ(Sql("SELECT i1, i2, printf('%x', i8), f, typeof(b), hex(b) FROM t"),
+              "-1|513|fefefefefefefefe|2.5|blob|FF\n");
+}
+
+TEST_F(SqliteTargetTest, Utf16BecomesText)
+{
+    Job job = MakeJob({"v"});
+    job.charset = "UTF16";
+    Load(job, {{std::string("\xE4\x00x\x00", 4)}});
+    EXPECT_EQ(Sql("SELECT v FROM t"), "\u00e4x\n");
+    EXPECT_TRUE(Holds(LoadError(job, {{"abc"}}), "has 3 bytes, which is no UTF-16"));
+    job.charset = "KANJISJIS_0S";
+    EXPECT_TRUE(Holds(LoadError(job), "ASCII, UTF8 and UTF16 can"));
+}
+
+TEST_F(SqliteTargetTest, TablesThatFitAreFilled)
+{
+    const struct {
+        const char *about, *create;
+    } cases[] = {
+        {"other case, other order", "CREATE TABLE t(V, ID)"},
+        {"nullable and default", "CREATE TABLE t(v, more, id, less NOT NULL DEFAULT 1)"},
+        {"row number", "CREATE TABLE t(n INTEGER PRIMARY KEY NOT NULL, id, v)"},
+        {"computed", "CREATE TABLE t(id, v, both AS (id || v))"},
+        {"without rowid", "CREATE TABLE t(id PRIMARY KEY, v) WITHOUT ROWID"},
+    };
+    for (const auto &row : cases) {
+        Sql(std::string("DROP TABLE IF EXISTS t; ") + row.create);
+        EXPECT_EQ(LoadError(MakeJob({"id", "v"}, {Flag("create", false)}), Numbered(1, 9)), "")
+            << row.about;
+        EXPECT_EQ(Sql("SELECT count(*), max(v) FROM t"), "9|value 9\n") << row.about;
+    }
+}
+
+TEST_F(SqliteTargetTest, TablesThatDoNotFitAreComparedInWords)
+{
+    const struct {
+        const char *create, *what;
+    } cases[] = {
+        {"CREATE TABLE t(id, w)",
+         "column \"v\" is not in the table. The table has id, w; the job has id, v"},
+        {"CREATE TABLE t(id, v, w NOT NULL)", "column \"w\" of the table needs a value"},
+        {"CREATE TABLE t(w INTEGER PRIMARY KEY, id, v) WITHOUT ROWID",
+         "column \"w\" of the table needs"},
+        {"CREATE TABLE t(id, v AS (id))", "column \"v\" is computed"},
+        {"CREATE VIEW t AS SELECT 1 AS id, 2 AS v", "\"t\" is a view"},
+        {"CREATE TABLE u(id, v)", "there is no table \"t\"; the database has u; create = true"},
+    };
+    for (const auto &row : cases) {
+        unlink(file.c_str());
+        Sql(row.create);
+        const auto target = MakeTarget(MakeJob({"id", "v"}, {Flag("create", false)}));
+        const std::string words = ErrorOf([&] { target->Check(); });
+        EXPECT_TRUE(Holds(words, row.what)) << words;
+        EXPECT_EQ(ErrorOf([&] { target->Open(); }), words);
+    }
+}
+
+TEST_F(SqliteTargetTest, RefusedRowsAreNamed)
+{
+    const struct {
+        const char *create, *what;
+        Row bad;
+    } cases[] = {
+        {"id UNIQUE, v",
+         "row 90 of instance 1 (id \"5\", v \"again\"): UNIQUE constraint failed: t.id",
+         {"5", "again"}},
+        {"id UNIQUE ON CONFLICT FAIL, v", "row 90 of instance 1 (id \"5\"", {"5", "again"}},
+        {"id UNIQUE ON CONFLICT ROLLBACK, v", "one of the rows ", {"5", "again"}},
+        {"id INTEGER PRIMARY KEY, v", "takes whole numbers only", {"x", ""}},
+        {"id, v NOT NULL",
+         "(id \"x\", v NULL): NOT NULL constraint failed: t.v",
+         {"x", std::nullopt}},
+        {"id CHECK (length(id) < 9), v",
+         "(id \"a\\x1b[2Jaaaaaaaaaaaaaaaaaaaaaaaaa\"..., v \"\")",
+         {"a\x1b[2J" + std::string(99, 'a'), ""}},
+    };
+    for (const auto &row : cases) {
+        Sql(std::string("DROP TABLE IF EXISTS t; CREATE TABLE t(") + row.create + ")");
+        std::vector<Row> rows = Numbered(1, 120);
+        rows[89] = row.bad;
+        const std::string words = LoadError(MakeJob({"id", "v"}), rows);
+        EXPECT_TRUE(Holds(words, row.what)) << words;
+        EXPECT_EQ(Sql("SELECT count(*) FROM t"), "0\n");
+    }
+}
+
+TEST_F(SqliteTargetTest, RowsThatTheTableLeavesOutAreCounted)
+{
+    Sql("CREATE TABLE t(id UNIQUE ON CONFLICT IGNORE, v)");
+    std::vector<Row> rows = Numbered(1, 60);
+    rows[20] = rows[50] = rows[0];
+    const TargetReport report = Load(MakeJob({"id", "v"}), rows);
+    EXPECT_EQ(report.rows, 58u);
+    EXPECT_TRUE(Holds(report.note, "2 rows left out"));
+}
+
+TEST_F(SqliteTargetTest, AbortLeavesWhatWasThere)
+{
+    // Enough to overflow the page cache, so that rows are in the file before the end.
+    const std::vector<Row> rows(4000, Row{std::string(9000, 'x'), "v"});
+    for (const bool there : {false, true}) {
+        if (there)
+            Sql("CREATE TABLE t(id, v); INSERT INTO t VALUES (1, 'old')");
+        const std::string before = Contents(file);
+        const auto target = MakeTarget(MakeJob({"id", "v"}, {Flag("replace", true)}));
+        target->Open();
+        target->Put(1, Rows(rows).Batch());
+        target->Abort();
+        EXPECT_EQ(access(file.c_str(), F_OK) == 0, there);
+        EXPECT_TRUE(Contents(file) == before);
+    }
+    Load(MakeJob({"id", "v"}, {Flag("replace", true)}), Numbered(2, 2));
+    EXPECT_EQ(Sql("SELECT * FROM t"), "2|value 2\n");
+}
+
+TEST_F(SqliteTargetTest, KilledJobLeavesWhatWasThere)
+{
+    Sql("CREATE TABLE t(id, v); INSERT INTO t VALUES (1, 'old')");
+    const Job job = MakeJob({"id", "v"});
+    const pid_t child = fork();
+    if (child == 0) {
+        const auto target = MakeTarget(job);
+        target->Open();
+        target->Put(1, Rows(std::vector<Row>(4000, Row{std::string(9000, 'x'), "v"})).Batch());
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    ASSERT_EQ(access((file + "-journal").c_str(), F_OK), 0) << "the child wrote nothing";
+    EXPECT_EQ(LoadError(job, Numbered(2, 2)), "");
+    EXPECT_EQ(Sql("SELECT * FROM t"), "1|old\n2|value 2\n");
+}
+
+TEST_F(SqliteTargetTest, CheckChangesNothing)
+{
+    MakeTarget(MakeJob({"id"}))->Check();
+    EXPECT_NE(access(file.c_str(), F_OK), 0);
+    Sql("CREATE TABLE u(a)");
+    const std::string before = Contents(file);
+    MakeTarget(MakeJob({"id"}))->Check();
+    EXPECT_EQ(Contents(file), before);
+}
+
+TEST_F(SqliteTargetTest, LockedDatabaseIsSaidToBe)
+{
+    Sql("CREATE TABLE t(id, v)");
+    Shell other(file);
+    other.Run("BEGIN IMMEDIATE");
+    const std::string words = LoadError(MakeJob({"id", "v"}));
+    EXPECT_TRUE(Holds(words, file + "\" is locked: another program holds it")) << words;
+    other.Run("COMMIT");
+    // A reader who does not end keeps the job from its commit.
+    const auto target = MakeTarget(MakeJob({"id", "v"}));
+    target->Open();
+    target->Put(1, Rows(Numbered(1, 3)).Batch());
+    other.Run("BEGIN; SELECT * FROM t");
+    EXPECT_TRUE(Holds(ErrorOf([&] { target->Commit(); }), "is locked"));
+    target->Abort();
+    EXPECT_EQ(other.Run("SELECT count(*) FROM t"), "0\n");
+}
+
+TEST_F(SqliteTargetTest, FilesThatAreNoDatabaseAreNamed)
+{
+    folder.Write("text.db", std::string(5000, 'x'));
+    const struct {
+        const char *file, *what;
+    } cases[] = {
+        {"text.db", "text.db\" is not an SQLite database"},
+        {"none/t.db", "none\" of database \"t.db\" is not there; make it first"},
+        {".", "is no plain file"},
+    };
+    for (const auto &row : cases) {
+        Job job = MakeJob({"id"});
+        job.target[0].value = std::string(row.file);
+        const auto target = MakeTarget(job);
+        for (const std::string &words :
+             {ErrorOf([&] { target->Check(); }), ErrorOf([&] { target->Open(); })})
+            EXPECT_TRUE(Holds(words, row.what)) << words;
+    }
+}
+
+TEST_F(SqliteTargetTest, SettingsAreHeldToWhatSqliteTakes)
+{
+    const struct {
+        const char *sql_type;
+        bool good;
+    } types[] = {
+        {"INTEGER", true},       {"DECIMAL(10, 2) NOT NULL DEFAULT 0", true},
+        {"TEXT, more", false},   {"TEXT); DROP TABLE t; --", false},
+        {"TEXT) --", false},     {"TEXT) /*", false},
+        {"TEXT COLLATE", false}, {"text check (\"the first\" <> ',')", true},
+    };
+    for (const auto &type : types) {
+        Job job = MakeJob({"id"});
+        job.columns[0].sql_type = type.sql_type;
+        std::vector<Complaint> found;
+        FindTargetKind("sqlite")->check_settings(job, found);
+        EXPECT_EQ(found.empty(), type.good) << type.sql_type;
+    }
+    Job job = MakeJob({"id"});
+    job.columns[0].type = 4;  // DECIMAL
+    job.target.back().value = std::string("Sqlite_master");
+    std::vector<Complaint> found;
+    FindTargetKind("sqlite")->check_settings(job, found);
+    ASSERT_EQ(found.size(), 2u);
+    EXPECT_EQ(found[0].at, (SourcePosition{4, 9}));
+}
