@@ -49,7 +49,8 @@ void NoteIdleAttributes(const Job &job)
     for (const Attribute &attribute : job.producer.attributes) {
         const AttributeInfo *info = FindAttribute(attribute.name);
         if (info->support == Support::Ignored)
-            Note(fmt::format("{} has no effect in this job: {}", info->name, info->about));
+            Note(fmt::format("{0} has no effect in this version; see fenwire explain {0}",
+                             info->name));
         else if (!delimited && info->group == AttributeGroup::Marks &&
                  info->name != "UseGeneralUDDIcase")
             Note(fmt::format("{} has no effect with Format = \"Text\"", info->name));

@@ -241,3 +241,24 @@ TEST(LoadJob, EnvironmentVariablesArePutIn)
     EXPECT_EQ(LoadJob(folder.path() / "a.toml").producer.Text("DirectoryPath"),
               "$${FW_TEST_DIR}/${x}/$y");
 }
+
+TEST(LoadJob, DocumentedJobsAreGood)
+{
+    const JobFolder folder;
+    std::ifstream page(FENWIRE_DOCS "/job-file.md");
+    std::string line, text;
+    int jobs = 0;
+    for (bool inside = false; std::getline(page, line);) {
+        if (inside && line == "```") {
+            EXPECT_EQ(folder.Complaints(text), "") << text;
+            ++jobs;
+            inside = false;
+        } else if (line == "```toml") {
+            text.clear();
+            inside = true;
+        } else if (inside) {
+            text += line + "\n";
+        }
+    }
+    EXPECT_GE(jobs, 3);
+}
