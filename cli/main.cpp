@@ -146,7 +146,7 @@ int Main(int argc, char **argv)
     try {
         line.app.parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
-        fmt::print("{}", line.app.get_subcommands().at(0)->help());
+        fmt::print("{}", line.app.get_subcommands().at(0)->help("fenwire"));
         return kExitGood;
     } catch (const CLI::ParseError &error) {
         throw UsageError(error.what(), fmt::format("fenwire {} --help shows the options", first));

@@ -42,7 +42,7 @@ TEST(Program, AnswersWithWordsAndStatus)
     } kCases[] = {
         {"nothing asked",            "",                              2, "",                      "fenwire check JOB.toml"},
         {"help",                     "--help",                        0, "A whole job file:",     ""},
-        {"help of a verb",           "run --help",                    0, "--instances",           ""},
+        {"help of a verb",           "run --help",                    0, "Usage: fenwire run",    ""},
         {"verb misspelt",            "chekc a.toml",                  2, "",                      "did you mean \"check\"?"},
         {"verb forgotten",           "a.toml",                        2, "",                      "hint: fenwire run a.toml"},
         {"no job file named",        "run",                           2, "",                      "fenwire: error: "},
