@@ -53,13 +53,6 @@ PxStatus CloseFile()
     return FW_Fatal<19309>();
 }
 
-void ForgetCounts()
-{
-    FileRecordCount = 0;
-    FileRowCount = 0;
-    FileRowsSkipped = 0;
-}
-
 PxStatus OpenNextFile()
 {
     const PxStatus status = GetNextFileName(kPending);
@@ -78,7 +71,6 @@ PxStatus EndOfFile()
     if ((status = MarkFinished()) != PXSTC_Success || (status = CloseFile()) != PXSTC_Success)
         return status;
     PutFileCounts(1);
-    ForgetCounts();
     // A notify exit hears of the finished file here.
     return OpenNextFile();
 }
