@@ -36,7 +36,8 @@ TEST(MessageCatalogue, ArgumentsStandInTheirPlaces)
          "file \"100%1.csv\" does not exist"},
         {"terminal sequences, line ends and bytes that are no text are shown",
          19231,
-         {Text("a\n\033[2J\x7F\xC2\x9B\xFF" "b\u00FC")},
+         {Text("a\n\033[2J\x7F\xC2\x9B\xFF"
+               "b\u00FC")},
          "file \"a\\x0a\\x1b[2J\\x7f\\xc2\\x9b\\xffb\u00FC\" does not exist"},
         {"no text at all", 19231, {Text(nullptr)}, "file \"(null)\" does not exist"},
         {"64-bit number", 19220, {Number(5'000'000'000)}, "5000000000 files are to be read"},
