@@ -208,6 +208,21 @@ typedef struct PxFileCounts {
     double cpu_seconds;
 } PxFileCounts;
 
+/* ---- Global variables that an infrastructure may read -----------------------------------------
+ * FileNames has one element for each input file of the job, written by the instance that reads it. */
+
+enum { PX_FILE_Pending = 0, PX_FILE_InProcess = 1, PX_FILE_Finished = 2, PX_FILE_Archived = 3 };
+
+/* 4120 bytes. */
+typedef struct PxFileNamesEntry {
+    int32_t status;   /* PX_FILE_ */
+    int32_t instance; /* from 1 */
+    int64_t size;     /* bytes, as found by the scan; 0 for a pipe */
+    char name[4096];  /* zero-terminated; without the job's directory */
+    int32_t time;     /* of modification, seconds */
+    int32_t unused;
+} PxFileNamesEntry;
+
 /* ---- The library's side ----------------------------------------------------------------------- */
 
 typedef struct PxMethods {

@@ -1,0 +1,203 @@
+// host/coordinator/coordinator.cpp - start, loop and end of a job.
+
+#include "host/coordinator/coordinator.h"
+
+#include <csignal>
+#include <poll.h>
+
+#include <sys/signalfd.h>
+
+#include "host/coordinator/run.h"
+#include "host/coordinator/target_process.h"
+#include "host/instance/instance_process.h"
+#include "host/targets/target.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr int kTickMs = 200;      // progress display
+constexpr int kGoodbyeMs = 5000;  // a child that was told to end
+
+UniqueFd CatchSignals()
+{
+    sigset_t caught;
+    sigemptyset(&caught);
+    for (const int number : {SIGINT, SIGTERM, SIGCHLD})
+        sigaddset(&caught, number);
+    if (sigprocmask(SIG_BLOCK, &caught, nullptr) != 0)
+        ThrowErrno("signals");
+    signal(SIGPIPE, SIG_IGN);
+    UniqueFd fd(signalfd(-1, &caught, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!fd)
+        ThrowErrno("signals");
+    return fd;
+}
+
+std::string DescribeTarget(const Job &job)
+{
+    std::string text = job.target_type;
+    for (const Setting &setting : job.target) {
+        if (const auto *value = std::get_if<std::string>(&setting.value);
+            value != nullptr && (setting.key == "file" || setting.key == "table"))
+            text += (text == job.target_type ? " " : ", ") + setting.key + " " + *value;
+    }
+    return text;
+}
+
+}  // namespace
+
+Coordinator::Coordinator(const Job &job, Console &console)
+    : job_(job), console_(console), count_(job.producer.instances), folder_(job.state),
+      public_log_(job.state / "logs" / "public.log"),
+      board_block_(MakeSharedBlock("fenwire-board", Board::Bytes(count_))),
+      board_map_(board_block_), board_(*reinterpret_cast<Board *>(board_map_.data())),
+      rings_(static_cast<size_t>(count_)), objects_(board_), phases_(count_), ledger_(count_),
+      signals_(CatchSignals())
+{
+}
+
+void Coordinator::Start()
+{
+    const auto library = FindOperatorLibrary();
+    MakeTarget(job_)->Check();
+    target_ = std::make_unique<Child>(
+        "target",
+        [&](Channel channel) {
+            return RunTarget({job_, board_, rings_}, std::move(channel));
+        },
+        [&] { signals_.Close(); });
+    for (int i = 1; i <= count_; ++i) {
+        // A child keeps no other child's channel: an end of file there must mean that child's end.
+        instances_.push_back(std::make_unique<Child>(
+            "instance-" + std::to_string(i),
+            [&, i](Channel channel) {
+                const InstanceSetup setup = {job_, i, library, board_,
+                                             rings_[static_cast<size_t>(i - 1)]};
+                return RunInstance(setup, std::move(channel));
+            },
+            [&] {
+                signals_.Close();
+                target_->channel().Close();
+                for (auto &other : instances_)
+                    other->channel().Close();
+            }));
+        board_.Of(i).pid.store(static_cast<uint32_t>(Of(i).pid()), std::memory_order_relaxed);
+    }
+}
+
+bool Coordinator::Over() const
+{
+    const bool settled = settling_ == Settling::Settled || settling_ == Settling::Undone;
+    return phases_.done() && (settled || !target_->running());
+}
+
+void Coordinator::CallInstances()
+{
+    if (!target_open_ && !phases_.failed())
+        return;  // nobody starts before the rows have somewhere to go
+    const MethodCall call = phases_.Next();
+    for (const int instance : call.instances) {
+        Of(instance).channel().Send(OutMessage(MessageKind::Call)
+                                        .Put(static_cast<uint32_t>(call.method))
+                                        .Put(call.phase)
+                                        .Put(phases_.failed() ? 0U : 1U));
+    }
+    if (call.method == Method::Terminate)
+        recall_until_.reset();
+}
+
+// Between execute and terminate; and, after a failure, at once.
+void Coordinator::SettleRows()
+{
+    const auto tell_target = [&](MessageKind kind) {
+        target_->channel().Send(OutMessage(kind));
+        RingDoorbell(board_);
+    };
+    if (phases_.failed() && settling_ < Settling::Committing) {
+        settling_ = Settling::Undone;
+        if (target_->running())
+            tell_target(MessageKind::Abort);
+    } else if (phases_.at_rows_end() && settling_ == Settling::NotYet) {
+        settling_ = Settling::Draining;
+        tell_target(MessageKind::Drain);
+    }
+}
+
+void Coordinator::Wait()
+{
+    std::vector<pollfd> fds = {{signals_.get(), POLLIN, 0}, {target_->channel().fd(), POLLIN, 0}};
+    for (const auto &instance : instances_)
+        fds.push_back({instance->channel().fd(), POLLIN, 0});
+    if (poll(fds.data(), fds.size(), kTickMs) < 0 && errno != EINTR)
+        ThrowErrno("poll");
+    if (fds[0].revents != 0)
+        OnSignal();
+    if (fds[1].revents != 0)
+        OnTarget();
+    for (int i = 1; i <= count_; ++i) {
+        if (fds[static_cast<size_t>(i) + 1].revents != 0)
+            OnInstance(i);
+    }
+}
+
+void Coordinator::Loop()
+{
+    auto next_tick = Clock::now();
+    while (!Over()) {
+        SettleRows();
+        CallInstances();
+        if (Over())
+            break;
+        Wait();
+        KillStragglers();
+        if (Clock::now() >= next_tick) {
+            console_.Progress(Snapshot());
+            next_tick = Clock::now() + std::chrono::milliseconds(kTickMs);
+        }
+    }
+}
+
+void Coordinator::End()
+{
+    for (int i = 1; i <= count_ && i <= static_cast<int>(instances_.size()); ++i) {
+        Of(i).Reap(kGoodbyeMs);
+        ledger_.SetProcess(i, Of(i).peak_memory(), Of(i).cpu_seconds());
+    }
+    if (target_ != nullptr)
+        target_->Reap(kGoodbyeMs);
+}
+
+JobReport Coordinator::Run()
+{
+    try {
+        Start();
+        Loop();
+    } catch (const std::exception &failure) {
+        // Children that still run are killed below; a target that was not told to commit rolls back.
+        ledger_.AddReason(failure.what());
+    }
+    if (ledger_.failing())
+        board_.abort.store(1);
+    End();
+
+    JobReport report;
+    report.job = job_.name;
+    report.target = DescribeTarget(job_);
+    report.log = public_log_.path().string();
+    ledger_.Write(report);
+    for (InstanceReport &instance : report.instances) {
+        const auto log =
+            job_.state / "logs" / ("private-" + std::to_string(instance.instance) + ".log");
+        std::error_code none;
+        if (std::filesystem::exists(log, none))
+            instance.private_log = log.string();
+    }
+    report.seconds = Seconds();
+    console_.Finish(report);
+    return report;
+}
+
+JobReport RunJob(const Job &job, Console &console) { return Coordinator(job, console).Run(); }
+
+}  // namespace fenwire

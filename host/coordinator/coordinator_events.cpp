@@ -1,0 +1,345 @@
+// host/coordinator/coordinator_events.cpp - what comes in: messages, ends of processes, signals, failures.
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+
+#include <sys/signalfd.h>
+
+#include "host/coordinator/coordinator.h"
+#include "host/coordinator/file_progress.h"
+#include "host/system/futex.h"
+#include "operator/message_table.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr int kRecallSeconds = 5;
+constexpr int kAfterEndMs = 1000;  // a process whose channel is closed is about to be gone
+
+std::string Now()
+{
+    char text[24] = "";
+    const time_t now = time(nullptr);
+    tm local = {};
+    localtime_r(&now, &local);
+    strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S ", &local);
+    return text;
+}
+
+}  // namespace
+
+// ---- Failure -----------------------------------------------------------------------------------
+
+void Coordinator::Fail(const std::string &reason)
+{
+    ledger_.AddReason(reason);
+    phases_.Fail();
+    Recall();
+}
+
+// Instances come back between two rows. Rows that they wait to get rid of are still taken by the target,
+// which drops them; without a target nobody waits.
+void Coordinator::Recall()
+{
+    board_.stop.store(1);
+    FutexWake(board_.stop);
+    if (!recall_until_)
+        recall_until_ = Clock::now() + std::chrono::seconds(kRecallSeconds);
+}
+
+void Coordinator::KillStragglers()
+{
+    if (!recall_until_ || Clock::now() < *recall_until_ || phases_.method() == Method::Terminate)
+        return;
+    for (int i = 1; i <= count_; ++i) {
+        if (Of(i).running() && phases_.alive(i))
+            kill(Of(i).pid(), SIGKILL);
+    }
+    recall_until_.reset();
+}
+
+void Coordinator::OnSignal()
+{
+    signalfd_siginfo info = {};
+    while (read(signals_.get(), &info, sizeof info) == sizeof info) {
+        const int number = static_cast<int>(info.ssi_signo);
+        if (number == SIGCHLD)
+            continue;  // its channel tells
+        if (++signals_seen_ > 1) {
+            for (auto &instance : instances_) {
+                if (instance->running())
+                    kill(instance->pid(), SIGKILL);
+            }
+            recall_until_ = Clock::now();
+            continue;
+        }
+        ledger_.SetInterrupted(number);
+        PublicLine(Warning, number == SIGINT ? "stopped by Ctrl-C; once more ends it at once"
+                                             : "stopped by SIGTERM");
+        Fail(number == SIGINT ? "stopped by Ctrl-C; the target is as it was before"
+                              : "stopped by SIGTERM; the target is as it was before");
+    }
+}
+
+// ---- Target ------------------------------------------------------------------------------------
+
+void Coordinator::OnTarget()
+{
+    try {
+        InMessage message;
+        for (;;) {
+            const Channel::Result result = target_->channel().TryReceive(message);
+            if (result == Channel::Result::Nothing)
+                return;
+            if (result == Channel::Result::Gone) {
+                TargetGone();
+                return;
+            }
+            FromTarget(message);
+        }
+    } catch (const ProtocolError &failure) {
+        kill(target_->pid(), SIGKILL);
+        Fail("the target process sent nonsense: " + std::string(failure.what()));
+    }
+}
+
+void Coordinator::FromTarget(InMessage &message)
+{
+    switch (message.kind()) {
+    case MessageKind::Opened:
+        target_open_ = true;
+        break;
+    case MessageKind::Drained: {
+        const uint64_t rows = message.U64();
+        if (settling_ != Settling::Draining)
+            break;
+        if (rows != ledger_.rows_handed_over())
+            Fail("the target has " + std::to_string(rows) + " rows, the operator handed over " +
+                 std::to_string(ledger_.rows_handed_over()) + "; nothing was committed");
+        else if (ledger_.exit_code() >= 12)
+            Fail("an instance ended with exit code 12");
+        else {
+            settling_ = Settling::Committing;
+            target_->channel().Send(OutMessage(MessageKind::Commit));
+            RingDoorbell(board_);
+        }
+        break;
+    }
+    case MessageKind::Committed: {
+        const uint64_t rows = message.U64();
+        (void)message.U64();
+        ledger_.SetCommitted(rows, message.Text());
+        settling_ = Settling::Settled;
+        phases_.GoOnToTerminate();
+        break;
+    }
+    case MessageKind::TargetFailed: {
+        const std::string words = message.Text();
+        PublicLine(Error, "target: " + words);
+        Fail(words);
+        break;
+    }
+    default:
+        break;  // Aborted: as it was told
+    }
+}
+
+void Coordinator::TargetGone()
+{
+    target_->Reap(kAfterEndMs);
+    board_.abort.store(1);
+    for (RowRing &ring : rings_)
+        FutexWake(ring.words().writer_bell);
+    if (settling_ == Settling::Settled || phases_.done())
+        return;
+    if (!target_->end().empty() && !ledger_.failing()) {
+        const std::string words = "the target process " + target_->end();
+        PublicLine(Error, words);
+        Fail(words);
+    }
+    if (settling_ == Settling::Committing)
+        Fail("the target ended while it committed; look at it before the job is run again");
+    settling_ = Settling::Undone;
+}
+
+// ---- Instances ---------------------------------------------------------------------------------
+
+void Coordinator::OnInstance(int instance)
+{
+    try {
+        InMessage message;
+        // A few at a time, so that one busy instance can't keep the others waiting.
+        for (int i = 0; i < 64; ++i) {
+            const Channel::Result result = Of(instance).channel().TryReceive(message);
+            if (result == Channel::Result::Nothing)
+                return;
+            if (result == Channel::Result::Gone) {
+                InstanceGone(instance);
+                return;
+            }
+            FromInstance(instance, message);
+        }
+    } catch (const ProtocolError &failure) {
+        kill(Of(instance).pid(), SIGKILL);
+        Fail("instance " + std::to_string(instance) + " sent nonsense: " + failure.what());
+    }
+}
+
+void Coordinator::FromInstance(int instance, InMessage &message)
+{
+    switch (message.kind()) {
+    case MessageKind::Hello:
+        break;
+    case MessageKind::Answer:
+        OnAnswer(instance, message.I32());
+        break;
+    case MessageKind::LogLine:
+        OnLogLine(message);
+        break;
+    case MessageKind::ConsoleLine:
+        PublicLine(Warning, "instance " + std::to_string(instance) + ": " + message.Text());
+        break;
+    case MessageKind::ExitCode:
+        ledger_.RaiseExitCode(instance, message.I32());
+        break;
+    case MessageKind::Statistic: {
+        const int32_t number = message.I32();
+        ledger_.AddStatistic(instance, number, message.U64());
+        break;
+    }
+    case MessageKind::FileCounts:
+        OnFileCounts(instance, message);
+        break;
+    case MessageKind::Trouble:
+        Fail("instance " + std::to_string(instance) + ": " + message.Text());
+        break;
+    default:
+        if (!objects_.Serve(message, Of(instance).channel()))
+            throw ProtocolError("a message that is not an instance's");
+    }
+}
+
+void Coordinator::OnAnswer(int instance, int32_t status)
+{
+    const std::string method = MethodName(phases_.method());
+    phases_.Answered(instance, status);
+    if (status == PXSTC_NextPhase || status == PXSTC_EndMethod || status == kStopped)
+        return;
+    board_.Of(instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
+    std::string reason;
+    if (status == PXSTC_Checkpoint)  // the round of all instances comes with checkpoints
+        reason = "instance " + std::to_string(instance) +
+                 " asked for a checkpoint, which this version can't take";
+    else
+        reason = "instance " + std::to_string(instance) + " failed in " + method + " with status " +
+                 std::to_string(status) + " (" + PxStatusName(status) + ")";
+    Fail(reason);
+}
+
+void Coordinator::OnLogLine(InMessage &message)
+{
+    (void)message.U32();
+    (void)message.I32();
+    const int32_t severity = message.I32();
+    const std::string leader = message.Text(), text = message.Text();
+    PublicLine(severity, leader.empty() ? text : leader + " " + text);
+}
+
+void Coordinator::OnFileCounts(int instance, InMessage &message)
+{
+    const double seconds = static_cast<double>(message.U64()) * 1e-6;
+    const auto counts = message.Struct<PxFileCounts>();
+    const auto files = objects_.Files();
+    std::string name = "file " + std::to_string(counts.index);
+    if (counts.index >= 1 && counts.index <= files.size()) {
+        const char *text = files[counts.index - 1].name;
+        name.assign(text, strnlen(text, sizeof files[0].name));
+    }
+    ledger_.AddFile(instance, counts, name, seconds);
+}
+
+void Coordinator::InstanceGone(int instance)
+{
+    const std::string file = CurrentFile(instance);
+    Of(instance).Reap(kAfterEndMs);
+    board_.Of(instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
+    const bool expected = phases_.done();
+    phases_.Died(instance);
+    if (expected)
+        return;
+    const std::string end = Of(instance).end().empty() ? "ended early" : Of(instance).end();
+    const std::string words = "instance " + std::to_string(instance) + " " + end +
+                              (file.empty() ? "" : " while it had " + file);
+    PublicLine(Error, words);
+    Fail(words);
+}
+
+// ---- For people --------------------------------------------------------------------------------
+
+// Everything goes to the log; the console hears what is worth an eye.
+void Coordinator::PublicLine(int severity, const std::string &line)
+{
+    public_log_.Line(Now() + line,
+                     severity >= Warning ? LogFile::Flush::Now : LogFile::Flush::Later);
+    ledger_.AddMessage(severity, line);
+    if (severity >= Warning)
+        console_.Message(severity == Error ? LineKind::Error : LineKind::Warning, line);
+}
+
+std::string Coordinator::CurrentFile(int instance) const
+{
+    for (const PxFileNamesEntry &file : objects_.Files()) {
+        if (file.status == PX_FILE_InProcess && file.instance == instance)
+            return std::string(file.name, strnlen(file.name, sizeof file.name));
+    }
+    return {};
+}
+
+InstanceSnapshot Coordinator::SnapshotOf(int instance) const
+{
+    static constexpr const char *kStates[] = {"starting", "loading", "waiting", "finished",
+                                              "failed"};
+    InstanceSnapshot shot;
+    shot.instance = instance;
+    const InstanceBoard &board = board_.Of(instance);
+    const auto state = static_cast<size_t>(board.state.load(std::memory_order_relaxed));
+    shot.state = state < std::size(kStates) ? kStates[state] : "?";
+    shot.rows = board.rows.load(std::memory_order_relaxed);
+    return shot;
+}
+
+JobSnapshot Coordinator::Snapshot() const
+{
+    JobSnapshot shot;
+    shot.seconds = Seconds();
+    shot.phase = phases_.method() == Method::Initiate  ? "starting"
+                 : phases_.method() == Method::Execute ? "loading"
+                                                       : "finishing";
+    for (int i = 1; i <= count_; ++i) {
+        shot.instances.push_back(SnapshotOf(i));
+        shot.rows += shot.instances.back().rows;
+    }
+    for (const PxFileNamesEntry &file : objects_.Files()) {
+        const auto size = static_cast<uint64_t>(file.size > 0 ? file.size : 0);
+        ++shot.files;
+        shot.total_bytes += size;
+        if (file.status == PX_FILE_Finished) {
+            ++shot.files_done;
+            shot.read_bytes += size;
+        }
+        if (file.status != PX_FILE_InProcess || file.instance < 1 || file.instance > count_)
+            continue;
+        InstanceSnapshot &of = shot.instances[static_cast<size_t>(file.instance - 1)];
+        of.file.assign(file.name, strnlen(file.name, sizeof file.name));
+        of.file_bytes = size;
+        const auto pid = board_.Of(file.instance).pid.load(std::memory_order_relaxed);
+        of.file_read = std::min(size, FilePosition(static_cast<pid_t>(pid), of.file));
+        shot.read_bytes += of.file_read;
+    }
+    return shot;
+}
+
+}  // namespace fenwire

@@ -1,0 +1,142 @@
+// host/coordinator/ledger.cpp
+
+#include "host/coordinator/ledger.h"
+
+#include <algorithm>
+
+#include "operator/message_table.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr size_t kErrorsShown = 5;
+constexpr int kFatal = 12, kWarned = 4;
+
+}  // namespace
+
+void Ledger::AddFile(int instance, const PxFileCounts &counts, const std::string &name,
+                     double seconds)
+{
+    FileReport file;
+    file.name = name;
+    file.instance = instance;
+    file.records = counts.records;
+    file.loaded = counts.rows;
+    file.refused = counts.refused;
+    file.skipped = counts.skipped;
+    file.bytes = counts.bytes;
+    file.seconds = seconds;
+    file.finished = counts.ended != 0;
+    files_.push_back(std::move(file));
+    InstanceReport &of = instances_[static_cast<size_t>(instance - 1)];
+    of.rows += counts.rows;
+    of.files += counts.ended != 0 ? 1 : 0;
+}
+
+void Ledger::AddStatistic(int, int32_t, uint64_t)
+{
+    // The 32-bit statistics say less than the file counts; they are for other infrastructures.
+}
+
+void Ledger::RaiseExitCode(int instance, int code)
+{
+    int &of = instances_[static_cast<size_t>(instance - 1)].exit_code;
+    of = std::max(of, code);
+}
+
+void Ledger::AddMessage(int severity, const std::string &line)
+{
+    if (severity == Warning)
+        ++warnings_;
+    // What is said after the first failure is mostly its echo.
+    if (severity == Error && !failing() && errors_.size() < kErrorsShown &&
+        std::find(errors_.begin(), errors_.end(), line) == errors_.end())
+        errors_.push_back(line);
+}
+
+void Ledger::AddReason(const std::string &reason)
+{
+    if (std::find(reasons_.begin(), reasons_.end(), reason) == reasons_.end())
+        reasons_.push_back(reason);
+}
+
+void Ledger::SetProcess(int instance, uint64_t peak_memory, double cpu_seconds)
+{
+    InstanceReport &of = instances_[static_cast<size_t>(instance - 1)];
+    of.peak_memory = peak_memory;
+    of.cpu_seconds = cpu_seconds;
+}
+
+void Ledger::SetCommitted(uint64_t rows, const std::string &note)
+{
+    committed_ = true;
+    committed_rows_ = rows;
+    note_ = note;
+}
+
+uint64_t Ledger::rows_handed_over() const
+{
+    uint64_t rows = 0;
+    for (const FileReport &file : files_)
+        rows += file.loaded;
+    return rows;
+}
+
+int Ledger::exit_code() const
+{
+    int code = 0;
+    for (const InstanceReport &instance : instances_)
+        code = std::max(code, instance.exit_code);
+    return code;
+}
+
+// What the operator said first, since that is the cause; how the runner noticed only without it.
+std::string Ledger::FailureText() const
+{
+    std::string text;
+    for (const std::string &line : errors_.empty() ? reasons_ : errors_)
+        text += (text.empty() ? "" : "\n") + line;
+    return text;
+}
+
+void Ledger::Write(JobReport &report) const
+{
+    report.files = files_;
+    report.instances = instances_;
+    for (size_t i = 0; i < instances_.size(); ++i)
+        report.instances[i].instance = static_cast<int>(i) + 1;
+    for (FileReport &file : report.files) {
+        if (!committed_)
+            file.loaded = 0;  // undone with the rest
+        report.read += file.records;
+        report.refused += file.refused;
+        report.skipped += file.skipped;
+        report.bytes += file.bytes;
+    }
+    report.loaded = committed_ ? committed_rows_ : 0;
+    report.target_note = note_;
+    report.conserved = committed_ && report.read == report.loaded + report.refused + report.skipped;
+
+    report.exit_code = std::max(exit_code(), failing() ? kFatal : 0);
+    if (committed_ && !report.conserved)
+        report.exit_code = kFatal;
+    if (report.exit_code == 0 && (warnings_ > 0 || report.refused > 0))
+        report.exit_code = kWarned;
+    report.status = report.exit_code >= kFatal ? "failed"
+                    : report.exit_code > 0     ? "loaded with warnings"
+                                               : "loaded";
+    if (report.exit_code >= kFatal)
+        report.failure = FailureText();
+    if (committed_ && !report.conserved)
+        report.failure +=
+            (report.failure.empty() ? "" : "\n") +
+            std::string("the records read do not add up to those loaded, refused and skipped");
+    if (interrupted_by_ != 0 && !committed_) {
+        report.status = "interrupted";
+        report.exit_code = 128 + interrupted_by_;
+        report.failure = reasons_.empty() ? "" : reasons_.front();
+    }
+}
+
+}  // namespace fenwire

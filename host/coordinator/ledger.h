@@ -1,0 +1,49 @@
+// host/coordinator/ledger.h - what a job did, collected while it runs: files, counts, errors, exit codes.
+
+#ifndef FENWIRE_HOST_COORDINATOR_LEDGER_H
+#define FENWIRE_HOST_COORDINATOR_LEDGER_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "host/console/report.h"
+#include "infrastructure/infrastructure.h"
+
+namespace fenwire {
+
+class Ledger {
+public:
+    explicit Ledger(int instances) : instances_(static_cast<size_t>(instances)) {}
+
+    void AddFile(int instance, const PxFileCounts &counts, const std::string &name, double seconds);
+    void AddStatistic(int instance, int32_t number, uint64_t value);
+    void RaiseExitCode(int instance, int code);
+    void AddMessage(int severity, const std::string &line);  // warnings and errors are remembered
+    void AddReason(const std::string &reason);               // why the job failed, in order
+    void SetProcess(int instance, uint64_t peak_memory, double cpu_seconds);
+    void SetCommitted(uint64_t rows, const std::string &note);
+    void SetInterrupted(int signal_number) { interrupted_by_ = signal_number; }
+
+    uint64_t rows_handed_over() const;  // as the operator counts them
+    int exit_code() const;              // highest of all instances
+    bool failing() const { return !reasons_.empty(); }
+
+    // Fills counts, status and exit code of the report.
+    void Write(JobReport &report) const;
+
+private:
+    std::string FailureText() const;
+    std::vector<FileReport> files_;
+    std::vector<InstanceReport> instances_;
+    std::vector<std::string> errors_, reasons_;
+    int warnings_ = 0;
+    int interrupted_by_ = 0;
+    bool committed_ = false;
+    uint64_t committed_rows_ = 0;
+    std::string note_;
+};
+
+}  // namespace fenwire
+
+#endif

@@ -1,0 +1,159 @@
+// host/instance/instance_process.cpp
+
+#include "host/instance/instance_process.h"
+
+#include <cstdlib>
+#include <string_view>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include "host/coordinator/phases.h"
+#include "host/services/operator_services.h"
+#include "host/system/futex.h"
+#include "infrastructure/infrastructure.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr int kWaitMs = 100;  // after 68
+constexpr std::string_view kInterfaceVersion = "16.10.";
+
+// The library stays loaded until the process ends.
+const PxMethods &LoadOperator(const std::filesystem::path &path)
+{
+    void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr)
+        throw std::runtime_error(std::string("the operator library can't be loaded: ") + dlerror());
+    using Entry = PxStatus (*)(PxMethods **);
+    const auto entry = reinterpret_cast<Entry>(dlsym(library, "PX_GetOperatorMethods"));
+    PxMethods *methods = nullptr;
+    if (entry == nullptr || entry(&methods) != PXSTC_Success || methods == nullptr)
+        throw std::runtime_error(path.string() + " is no operator library");
+    if (methods->interface_version == nullptr || methods->initiate == nullptr ||
+        methods->execute == nullptr || methods->terminate == nullptr ||
+        std::string_view(methods->interface_version).rfind(kInterfaceVersion, 0) != 0)
+        throw std::runtime_error(path.string() + " has another interface version than " +
+                                 std::string(kInterfaceVersion) + "x");
+    return *methods;
+}
+
+class Instance {
+public:
+    Instance(const InstanceSetup &setup, Channel channel)
+        : board_(setup.board), mine_(setup.board.Of(setup.instance)),
+          link_(std::move(channel), setup.board), rows_(setup.ring, setup.board, setup.instance),
+          services_(setup.job, setup.instance, link_, rows_)
+    {
+    }
+
+    void Serve(const std::filesystem::path &library)
+    {
+        const PxMethods &methods = LoadOperator(library);
+        link_.Tell(OutMessage(MessageKind::Hello)
+                       .Put(std::string_view(
+                           methods.operator_version != nullptr ? methods.operator_version : "")));
+        InMessage message;
+        while (link_.Next(message) && message.kind() == MessageKind::Call) {
+            const auto method = static_cast<Method>(message.U32());
+            const uint32_t phase = message.U32();
+            services_.SetExecutePassed(message.U32() != 0);
+            const int32_t status = Run(methods, method, phase);
+            rows_.Publish();
+            link_.Tell(OutMessage(MessageKind::Answer).Put(status));
+        }
+    }
+
+    void Trouble(const char *words)
+    {
+        link_.Tell(OutMessage(MessageKind::Trouble).Put(std::string_view(words)));
+    }
+
+private:
+    using Routine = PxStatus (*)(PxOperator *, uint32_t);
+
+    int32_t Run(const PxMethods &methods, Method method, uint32_t phase)
+    {
+        switch (method) {
+        case Method::Initiate:
+            return Repeat(methods.initiate, phase, PXSTC_SamePhase);
+        case Method::Execute: {
+            mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
+            const int32_t status = Repeat(methods.execute, phase, PXSTC_Success);
+            mine_.state.store(InstanceState::Finished, std::memory_order_relaxed);
+            return status;
+        }
+        case Method::Terminate:
+            return methods.terminate(services_.handle(), phase);
+        default:
+            throw ProtocolError("a call of an unknown method");
+        }
+    }
+
+    // Calls until the answer is worth a word. again: counts as "call again" besides 43.
+    int32_t Repeat(Routine routine, uint32_t phase, PxStatus again)
+    {
+        PxOperator *const handle = services_.handle();
+        for (;;) {
+            const PxStatus status = routine(handle, phase);
+            if (status != PXSTC_SamePhase && status != again && status != PXSTC_WaitTimeout)
+                return status;
+            if (board_.stop.load(std::memory_order_relaxed) != 0) [[unlikely]]
+                return kStopped;
+            if (status == PXSTC_WaitTimeout) [[unlikely]]
+                Wait();
+        }
+    }
+
+    void Wait()
+    {
+        rows_.Publish();
+        const InstanceState before = mine_.state.exchange(InstanceState::Waiting);
+        FutexWait(board_.stop, 0, kWaitMs);
+        mine_.state.store(before, std::memory_order_relaxed);
+    }
+
+    Board &board_;
+    InstanceBoard &mine_;
+    Link link_;
+    RingWriter rows_;
+    OperatorServices services_;
+};
+
+}  // namespace
+
+std::filesystem::path FindOperatorLibrary()
+{
+    if (const char *given = getenv("FENWIRE_OPERATOR"); given != nullptr && *given != '\0')
+        return std::filesystem::absolute(given);
+    const auto program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    for (const auto &path : {program / "libfenwire.so", program / "../lib/libfenwire.so"}) {
+        if (access(path.c_str(), R_OK) == 0)
+            return path;
+    }
+    throw std::runtime_error("libfenwire.so is neither beside the program (" + program.string() +
+                             ") nor in ../lib; FENWIRE_OPERATOR may name it");
+}
+
+int RunInstance(const InstanceSetup &setup, Channel channel)
+{
+    try {
+        // Paths in the job count from the job file's folder.
+        std::filesystem::current_path(setup.job.folder);
+        Instance instance(setup, std::move(channel));
+        try {
+            instance.Serve(setup.library);
+            return 0;
+        } catch (const LinkLost &) {
+            return 1;
+        } catch (const std::exception &failure) {
+            instance.Trouble(failure.what());
+            return 1;
+        }
+    } catch (const std::exception &) {
+        return 1;
+    }
+}
+
+}  // namespace fenwire

@@ -1,0 +1,89 @@
+// host/services/operator_services.h - the boundary's objects for one instance: operator, schema, columns
+// and logs, with every operation that the operator may call.
+//
+// An operation never lets an exception out: it answers a status. What an operation is asked is checked
+// like anything from outside: null pointers, counts, lengths.
+
+#ifndef FENWIRE_HOST_SERVICES_OPERATOR_SERVICES_H
+#define FENWIRE_HOST_SERVICES_OPERATOR_SERVICES_H
+
+#include <chrono>
+#include <list>
+#include <memory>
+#include <vector>
+
+#include "host/job/job.h"
+#include "host/services/attribute_store.h"
+#include "host/services/link.h"
+#include "host/services/log_file.h"
+#include "host/streams/row_ring.h"
+#include "infrastructure/infrastructure.h"
+
+namespace fenwire {
+
+class OperatorServices {
+public:
+    OperatorServices(const Job &job, int instance, Link &link, RingWriter &rows);
+    PxOperator *handle() { return &operator_.object; }
+    void SetExecutePassed(bool passed)
+    {
+        attributes_.Set("SYSTEM_ExecutePassed", passed ? "Y" : "N");
+    }
+
+private:
+    // What the operator holds is the object; what lies behind it is ours.
+    template <class Object>
+    struct Owned {
+        Object object = {};
+        OperatorServices *owner = nullptr;
+    };
+    struct Log {
+        PxLog object = {};
+        OperatorServices *owner = nullptr;
+        std::unique_ptr<LogFile> file;  // null: the public log
+    };
+    struct ColumnHandle {
+        PxColumn object = {};
+        const Column *column = nullptr;
+        int32_t offset = 0;
+    };
+    struct Stream {
+        PxSchema object = {};
+        OperatorServices *owner = nullptr;
+        RingWriter *rows = nullptr;
+        uint32_t columns = 0;
+    };
+
+    static OperatorServices &Of(PxOperator *op)
+    {
+        return *reinterpret_cast<Owned<PxOperator> *>(op)->owner;
+    }
+    void FillOperator();
+    void FillLogs();
+    void FillSchema();
+    PxStatus OpenLog(const char *file, PxLog **log);
+    PxStatus WritePublic(uint32_t number, int32_t msg_class, int32_t severity,
+                         const PxLogArg *args);
+    PxStatus PutStatistic(int32_t statistic, int32_t type, const void *value, int32_t length);
+    static PxStatus PutRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
+                           const uint32_t *offsets, const uint32_t *lengths, const void *row,
+                           uint32_t row_length);
+
+    using Clock = std::chrono::steady_clock;
+    const Job &job_;
+    const int instance_;
+    Link &link_;
+    AttributeStore attributes_;
+    std::string user_;
+    Owned<PxOperator> operator_;
+    Stream stream_;
+    PxSchema *schema_list_[1] = {};
+    std::vector<ColumnHandle> columns_;
+    std::vector<PxColumn *> column_list_;
+    std::list<Log> logs_;
+    Clock::time_point file_start_ = Clock::now();
+};
+
+}  // namespace fenwire
+
+#endif

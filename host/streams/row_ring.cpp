@@ -1,0 +1,108 @@
+// host/streams/row_ring.cpp
+
+#include "host/streams/row_ring.h"
+
+#include <stdexcept>
+
+#include "host/system/futex.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr int kLookAgainMs = 200;  // a lost peer is noticed after this time at the latest
+
+}  // namespace
+
+RowRing::RowRing()
+    : words_(MakeSharedBlock("fenwire-ring", sizeof(RingWords))),
+      bytes_(MakeSharedBlock("fenwire-rows", kBytes), kBytes, 2)
+{
+}
+
+void WaitForDoorbell(Board &board, uint32_t seen, int milliseconds)
+{
+    board.target_waiting.store(1, std::memory_order_seq_cst);
+    FutexWait(board.doorbell, seen, milliseconds);
+    board.target_waiting.store(0, std::memory_order_relaxed);
+}
+
+void RingDoorbell(Board &board)
+{
+    board.doorbell.fetch_add(1, std::memory_order_seq_cst);
+    if (board.target_waiting.load(std::memory_order_seq_cst) != 0)
+        FutexWake(board.doorbell);
+}
+
+RingWriter::RingWriter(RowRing &ring, Board &board, int instance)
+    : ring_(ring), board_(board), mine_(board.Of(instance))
+{
+}
+
+void RingWriter::Publish()
+{
+    if (position_ == published_)
+        return;
+    published_ = position_;
+    ring_.words().written.store(published_, std::memory_order_release);
+    mine_.rows.store(rows_, std::memory_order_relaxed);
+    RingDoorbell(board_);
+}
+
+bool RingWriter::WaitForRoom(size_t bytes)
+{
+    RingWords &words = ring_.words();
+    Publish();
+    for (;;) {
+        taken_ = words.taken.load(std::memory_order_acquire);
+        if (position_ + bytes - taken_ <= RowRing::kBytes)
+            return true;
+        if (board_.abort.load(std::memory_order_relaxed) != 0)
+            return false;
+        const uint32_t seen = words.writer_bell.load(std::memory_order_acquire);
+        words.writer_waiting.store(1, std::memory_order_seq_cst);
+        std::atomic_thread_fence(std::memory_order_seq_cst);
+        if (position_ + bytes - words.taken.load(std::memory_order_acquire) > RowRing::kBytes)
+            FutexWait(words.writer_bell, seen, kLookAgainMs);
+        words.writer_waiting.store(0, std::memory_order_relaxed);
+    }
+}
+
+RowBatch RingReader::Next(uint32_t columns, size_t most)
+{
+    const uint64_t written = ring_.words().written.load(std::memory_order_acquire);
+    const uint64_t available = written - position_;
+    if (available > RowRing::kBytes)
+        throw std::runtime_error("the row ring of an instance is damaged");
+    const uint8_t *start = ring_.At(position_), *end = start;
+    const uint32_t head = 8 + 4 * columns;
+    const uint64_t limit = available < most ? available : most;
+    // The first record goes out whatever its size: it fits into the ring.
+    while (static_cast<uint64_t>(end - start) < limit) {
+        const RowRecord record = {end};
+        const uint64_t left = available - static_cast<uint64_t>(end - start);
+        const uint64_t bytes = record.bytes();
+        if (bytes > left || bytes % 8 != 0 || bytes < uint64_t{head} + record.data_bytes())
+            throw std::runtime_error("a row record in an instance's ring is damaged");
+        end += bytes;
+    }
+    return {start, end, columns};
+}
+
+void RingReader::Release(const RowBatch &batch)
+{
+    RingWords &words = ring_.words();
+    position_ += static_cast<uint64_t>(batch.end - batch.start);
+    words.taken.store(position_, std::memory_order_release);
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    if (words.writer_waiting.load(std::memory_order_relaxed) == 0)
+        return;
+    // Half a ring of room is worth a wake-up; less only when there is nothing more to take.
+    const uint64_t pending = words.written.load(std::memory_order_acquire) - position_;
+    if (pending > RowRing::kBytes / 2)
+        return;
+    words.writer_bell.fetch_add(1, std::memory_order_release);
+    FutexWake(words.writer_bell);
+}
+
+}  // namespace fenwire

@@ -1,0 +1,99 @@
+// host/streams/row_ring.h - rows from one instance to the target, through shared memory.
+//
+// One writer, one reader. The ring's bytes are mapped twice behind each other, so a record never wraps
+// and a batch is one run of bytes. Positions only grow; position modulo the size is the place.
+//
+// The writer keeps its position to itself and publishes it every kPublishBytes: a waiting target is not
+// woken for a single row. The instance publishes the rest whenever it has nothing to do. A full ring puts the writer to sleep; the reader wakes it once half the ring is free. An
+// empty set of rings puts the reader to sleep on the board's doorbell. Whoever goes to sleep raises its
+// flag first, so that no wake-up is lost; sleeps are bounded all the same, and end when the job is aborted.
+
+#ifndef FENWIRE_HOST_STREAMS_ROW_RING_H
+#define FENWIRE_HOST_STREAMS_ROW_RING_H
+
+#include <atomic>
+#include <cstdint>
+
+#include "host/streams/board.h"
+#include "host/streams/row_record.h"
+#include "host/system/shared_memory.h"
+
+namespace fenwire {
+
+struct RingWords {
+    alignas(64) std::atomic<uint64_t> written;  // published by the writer
+    alignas(64) std::atomic<uint64_t> taken;    // published by the reader
+    std::atomic<uint32_t> writer_waiting;
+    std::atomic<uint32_t> writer_bell;
+};
+
+class RowRing {
+public:
+    static constexpr size_t kBytes = 4 << 20;
+    // Half the ring: so a record always fits once the reader has caught up.
+    static constexpr size_t kMaxRecordBytes = kBytes / 2;
+    RowRing();
+    RingWords &words() const { return *reinterpret_cast<RingWords *>(words_.data()); }
+    uint8_t *At(uint64_t position) const { return bytes_.data() + position % kBytes; }
+
+private:
+    Mapping words_, bytes_;
+};
+
+class RingWriter {
+public:
+    RingWriter(RowRing &ring, Board &board, int instance);
+
+    // Room for a record of that many bytes (a multiple of 8, at most kMaxRecordBytes), to be filled
+    // before Append. Null when the job is aborted.
+    uint8_t *Reserve(size_t bytes)
+    {
+        if (position_ + bytes - taken_ > RowRing::kBytes) [[unlikely]] {
+            if (!WaitForRoom(bytes))
+                return nullptr;
+        }
+        return ring_.At(position_);
+    }
+
+    void Append(size_t bytes)
+    {
+        position_ += bytes;
+        ++rows_;
+        if (position_ - published_ >= kPublishBytes) [[unlikely]]
+            Publish();
+    }
+
+    void Publish();  // everything appended becomes visible
+    uint64_t rows() const { return rows_; }
+
+private:
+    static constexpr uint64_t kPublishBytes = 128 << 10;
+    bool WaitForRoom(size_t bytes);
+    RowRing &ring_;
+    Board &board_;
+    InstanceBoard &mine_;
+    uint64_t position_ = 0, published_ = 0, taken_ = 0, rows_ = 0;
+};
+
+class RingReader {
+public:
+    explicit RingReader(RowRing &ring) : ring_(ring) {}
+
+    // What is there, at most about most bytes, in whole records; empty when nothing is. The records
+    // are checked: a size that can't be throws std::runtime_error.
+    RowBatch Next(uint32_t columns, size_t most);
+    void Release(const RowBatch &batch);  // its bytes may be written again
+
+private:
+    RowRing &ring_;
+    uint64_t position_ = 0;
+};
+
+// Sleeps until the doorbell is no longer as it was seen, at most so long. Load the doorbell before the
+// look that found nothing to do: what comes after the look has rung it.
+void WaitForDoorbell(Board &board, uint32_t seen, int milliseconds);
+void RingDoorbell(Board &board);
+
+}  // namespace fenwire
+
+#endif
