@@ -145,8 +145,8 @@ void Coordinator::Loop()
 {
     auto next_tick = Clock::now();
     while (!Over()) {
-        SettleRows();
         CallInstances();
+        SettleRows();
         if (Over())
             break;
         Wait();

@@ -83,9 +83,13 @@ Channel::Result Channel::ReceiveWith(InMessage &message, int flags)
     packet.msg_control = control;
     packet.msg_controllen = sizeof control;
     ssize_t got = 0;
+    // A peer that ended without reading everything is told as a reset, once, before the messages that it
+    // sent last; they are still to be had.
+    bool reset = false;
     do {
+        reset = got < 0 && errno == ECONNRESET;
         got = recvmsg(fd_.get(), &packet, flags | MSG_CMSG_CLOEXEC);
-    } while (got < 0 && errno == EINTR);
+    } while (got < 0 && (errno == EINTR || (errno == ECONNRESET && !reset)));
     if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
         return Result::Nothing;
     if (got <= 0)

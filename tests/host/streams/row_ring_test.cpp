@@ -1,0 +1,117 @@
+// tests/host/streams/row_ring_test.cpp - rows between two processes: all of them, in order, or a clean end.
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+#include "host/streams/row_ring.h"
+
+using namespace fenwire;
+
+namespace {
+
+struct Fixture {
+    UniqueFd block = MakeSharedBlock("test", Board::Bytes(1));
+    Mapping map{block};
+    Board &board = *reinterpret_cast<Board *>(map.data());
+    RowRing ring;
+};
+
+// A record of one column whose bytes follow from its number.
+bool PutNumbered(RingWriter &writer, uint32_t number, uint32_t length)
+{
+    const size_t bytes = (12 + size_t{length} + 7) & ~size_t{7};
+    uint8_t *record = writer.Reserve(bytes);
+    if (record == nullptr)
+        return false;
+    const uint32_t words[] = {static_cast<uint32_t>(bytes), length, length};
+    memcpy(record, words, sizeof words);
+    memset(record + 12, static_cast<int>(number & 0xFF), length);
+    writer.Append(bytes);
+    return true;
+}
+
+uint32_t LengthOf(std::mt19937 &random)
+{
+    constexpr uint32_t kBig = 900000;
+    return random() % 5000 == 0 ? kBig : static_cast<uint32_t>(random() % 300);
+}
+
+}  // namespace
+
+TEST(RowRing, EveryRecordArrivesInOrderThroughAFullRing)
+{
+    constexpr uint32_t kRecords = 200000;
+    Fixture f;
+    std::thread producer([&] {
+        RingWriter writer(f.ring, f.board, 1);
+        std::mt19937 random(7);
+        for (uint32_t i = 0; i < kRecords; ++i)
+            ASSERT_TRUE(PutNumbered(writer, i, LengthOf(random)));
+        writer.Publish();
+    });
+    RingReader reader(f.ring);
+    std::mt19937 random(7);
+    uint32_t seen = 0;
+    while (seen < kRecords) {
+        const uint32_t bell = f.board.doorbell.load();
+        const RowBatch batch = reader.Next(1, 64 << 10);
+        batch.ForEach([&](const RowRecord &row) {
+            const uint32_t length = LengthOf(random);
+            ASSERT_EQ(row.length(0), length) << seen;
+            const std::string wanted(length, static_cast<char>(seen & 0xFF));
+            ASSERT_EQ(memcmp(row.data(1), wanted.data(), length), 0) << seen;
+            ++seen;
+        });
+        if (batch.start == batch.end)
+            WaitForDoorbell(f.board, bell, 1000);
+        if (seen % 7 == 0)
+            std::this_thread::sleep_for(std::chrono::microseconds(200));  // now and then too slow
+        reader.Release(batch);
+    }
+    producer.join();
+    EXPECT_EQ(f.board.Of(1).rows.load(), kRecords);
+}
+
+TEST(RowRing, FullRingWithoutAReaderEndsWithTheAbort)
+{
+    Fixture f;
+    std::thread killer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        f.board.abort.store(1);
+    });
+    RingWriter writer(f.ring, f.board, 1);
+    uint32_t rows = 0;
+    while (PutNumbered(writer, rows, 1000))
+        ++rows;
+    killer.join();
+    EXPECT_GT(rows, RowRing::kBytes / 1100);
+}
+
+TEST(RowRing, DamagedRecordsAreRefusedBeforeTheyAreUsed)
+{
+    // clang-format off
+    static constexpr struct {
+        const char *about;
+        uint32_t bytes, data_bytes;
+    } kCases[] = {
+        {"size zero",               0,          0 },
+        {"size beyond the ring",    0xFFFFFFF8, 0 },
+        {"size not a multiple of 8", 20,        0 },
+        {"data beyond the record",  24,         13},
+    };
+    // clang-format on
+    for (const auto &c : kCases) {
+        Fixture f;
+        RingWriter writer(f.ring, f.board, 1);
+        uint8_t *record = writer.Reserve(24);
+        const uint32_t words[] = {c.bytes, c.data_bytes, 0};
+        memcpy(record, words, sizeof words);
+        writer.Append(24);
+        writer.Publish();
+        RingReader reader(f.ring);
+        EXPECT_THROW(reader.Next(1, 1000), std::runtime_error) << c.about;
+    }
+}
