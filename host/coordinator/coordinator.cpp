@@ -164,8 +164,11 @@ void Coordinator::End()
         Of(i).Reap(kGoodbyeMs);
         ledger_.SetProcess(i, Of(i).peak_memory(), Of(i).cpu_seconds());
     }
-    if (target_ != nullptr)
-        target_->Reap(kGoodbyeMs);
+    if (target_ == nullptr)
+        return;
+    target_->channel().Close();
+    RingDoorbell(board_);  // so that it sees the closed channel at once
+    target_->Reap(kGoodbyeMs);
 }
 
 JobReport Coordinator::Run()

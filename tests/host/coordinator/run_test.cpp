@@ -1,10 +1,10 @@
 // tests/host/coordinator/run_test.cpp - whole jobs with an operator that does what the test asks for.
 
+#include <csignal>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <thread>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "host/coordinator/run.h"
@@ -98,13 +98,14 @@ TEST_F(RunJobTest, EveryKindOfFailureEndsTheJobAndNamesItsCause)
 
 TEST_F(RunJobTest, InterruptCallsTheInstancesBackAndKillsThoseThatHang)
 {
-    const pid_t me = getpid();
-    std::thread user([me] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    const pid_t me = getpid(), user = fork();
+    if (user == 0) {
+        usleep(500000);
         kill(me, SIGINT);
-    });
+        _exit(0);
+    }
     const JobReport report = Run(2, 1000, "hang", 10);
-    user.join();
+    waitpid(user, nullptr, 0);
     EXPECT_EQ(report.exit_code, 130);
     EXPECT_EQ(report.status, "interrupted");
 }
