@@ -46,10 +46,7 @@ struct pmDiskEntries {
 
     // Releases FIData. Always 0.
     int (*DskClose)(pmFile *file);
-};
-
-// A back end leaves no entry out; what it can't do, it answers with a code.
-constexpr bool IsComplete(const pmDiskEntries &e) { return e.DskRBuf && e.DskOpen && e.DskClose; }
+};  // a back end leaves no entry out, which the compiler sees to; what it can't do gets a code
 
 // A record format: how records lie in the blocks. The writer comes in here.
 struct pmFormatter {

@@ -17,7 +17,6 @@ constexpr pmDiskEntries kUnxDskEntries = {
     .DskOpen = pmUnxDskOpen,
     .DskClose = pmUnxDskClose,
 };
-static_assert(IsComplete(kUnxDskEntries));
 
 namespace {
 
