@@ -1,0 +1,199 @@
+// host/console/summary.cpp - how the end of a job is told to a person.
+//
+//     orders: loaded with warnings in 3.3 s (exit code 4)
+//
+//     in /data/2024/:
+//     file            records     loaded  refused  skipped      size   time
+//     orders.tbl    1,234,567  1,234,560        7        0  98.1 MiB  3.2 s
+//
+//     instance  exit code       rows  files  peak memory  processor
+//     1                 4  1,234,560      1     84.0 MiB      2.9 s
+//
+//       rows    read 1,234,567 = loaded 1,234,560 + refused 7 + skipped 0: ok
+//       speed   98.1 MiB in 3.3 s: 31.2 MB/s, 374,111 rows/s
+//       target  sqlite orders.db, table orders
+//       log     ...
+//
+// The whole list of files is in the JSON report; a person gets its two ends.
+
+#include "host/console/summary.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <string_view>
+
+#include "host/console/figures.h"
+#include "host/console/table.h"
+#include "host/job/words.h"
+
+namespace fenwire {
+
+namespace {
+
+using Lines = std::vector<SummaryLine>;
+
+bool HasStopped(const JobReport &report)
+{
+    return report.status == "failed" || report.status == "interrupted";
+}
+
+bool HasFailed(const JobReport &report)
+{
+    return HasStopped(report) || !report.failure.empty() || !report.conserved;
+}
+
+SummaryLine Verdict(const JobReport &report)
+{
+    const std::string code =
+        report.exit_code != 0 ? fmt::format(" (exit code {})", report.exit_code) : "";
+    const Tone tone = HasFailed(report)           ? Tone::Bad
+                      : report.status == "loaded" ? Tone::Good
+                                                  : Tone::Caution;
+    return {fmt::format("{}: {} in {}{}", Escaped(report.job), Escaped(report.status),
+                        Duration(report.seconds), code),
+            tone};
+}
+
+// "  label   text"; further lines of the text stand below the first.
+void AddLabelled(Lines &lines, std::string_view label, std::string_view text,
+                 Tone tone = Tone::Plain)
+{
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        if (!line.empty())
+            lines.push_back({fmt::format("  {:<6}  {}", label, Escaped(line)), tone});
+        label = "";
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+}
+
+void AddTable(Lines &lines, const Table &table, size_t width)
+{
+    for (const std::string &line : TableLines(table, width))
+        lines.push_back({line});
+}
+
+// What the user can do, and what to know before.
+std::string NextSteps(const JobReport &report)
+{
+    std::string steps;
+    if (!report.conserved)
+        steps +=
+            "do not rely on the rows in the target: some are not accounted for; keep the logs\n";
+    if (report.status == "failed")
+        steps += "correct what the reason names, then run the job again\n"
+                 "\"fenwire explain NUMBER\" says more about a numbered message\n";
+    if (report.status == "interrupted")
+        steps += "run the job again\n";
+    if (HasStopped(report) && report.loaded > 0)
+        steps +=
+            "a new run starts from the first record: see the target below for what it holds now\n";
+    return steps;
+}
+
+void AddFailure(Lines &lines, const JobReport &report)
+{
+    lines.push_back({});
+    AddLabelled(lines, "reason",
+                report.failure.empty() && HasStopped(report) ? report.status : report.failure,
+                Tone::Bad);
+    AddLabelled(lines, "log", report.log);
+    for (const InstanceReport &instance : report.instances) {
+        if (instance.exit_code > 4 && !instance.private_log.empty())
+            AddLabelled(lines, "",
+                        fmt::format("{} (instance {})", instance.private_log, instance.instance));
+    }
+    AddLabelled(lines, "next", NextSteps(report));
+}
+
+// The directory that all files are in, with its slash; empty: there is none.
+std::string_view CommonDirectory(const std::vector<FileReport> &files)
+{
+    std::string_view common = files.front().name;
+    for (const FileReport &file : files)
+        common = common.substr(0, std::ranges::mismatch(common, file.name).in1 - common.begin());
+    return common.substr(0, common.find_last_of('/') + 1);
+}
+
+void AddFiles(Lines &lines, const JobReport &report, size_t width)
+{
+    if (report.files.empty())
+        return;
+    Table table;
+    table.columns = {{"file", 0},    {"records", 0}, {"loaded", 1}, {"refused", 2},
+                     {"skipped", 5}, {"size", 4},    {"time", 3}};
+    const std::string_view directory = CommonDirectory(report.files);
+    for (const FileReport &file : report.files)
+        table.rows.push_back({file.name.substr(directory.size()), Grouped(file.records),
+                              Grouped(file.loaded), Grouped(file.refused), Grouped(file.skipped),
+                              Size(file.bytes),
+                              file.finished ? Duration(file.seconds) : "not finished"});
+    if (report.files.size() > 1)
+        table.rows.push_back({fmt::format("total of {} files", Grouped(report.files.size())),
+                              Grouped(report.read), Grouped(report.loaded), Grouped(report.refused),
+                              Grouped(report.skipped), Size(report.bytes),
+                              Duration(report.seconds)});
+    lines.push_back({});
+    if (!directory.empty())
+        lines.push_back({fmt::format("in {}:", Escaped(directory))});
+    AddTable(lines, table, width);
+}
+
+void AddInstances(Lines &lines, const JobReport &report, size_t width)
+{
+    if (report.instances.empty())
+        return;
+    lines.push_back({});
+    Table table;
+    table.columns = {{"instance", 0}, {"exit code", 2},   {"rows", 1},
+                     {"files", 4},    {"peak memory", 0}, {"processor", 3}};
+    for (const InstanceReport &instance : report.instances)
+        table.rows.push_back({fmt::format("{}", instance.instance),
+                              fmt::format("{}", instance.exit_code), Grouped(instance.rows),
+                              Grouped(instance.files), Size(instance.peak_memory),
+                              Duration(instance.cpu_seconds)});
+    AddTable(lines, table, width);
+}
+
+void AddConservation(Lines &lines, const JobReport &report)
+{
+    lines.push_back(
+        {fmt::format("  {:<6}  read {} = loaded {} + refused {} + skipped {}: {}", "rows",
+                     Grouped(report.read), Grouped(report.loaded), Grouped(report.refused),
+                     Grouped(report.skipped), report.conserved ? "ok" : "DOES NOT HOLD"),
+         report.conserved ? Tone::Good : Tone::Bad});
+}
+
+std::string Throughput(const JobReport &report)
+{
+    const double bytes = static_cast<double>(report.bytes), rows = static_cast<double>(report.read);
+    const std::string amount =
+        fmt::format("{} in {}", Size(report.bytes), Duration(report.seconds));
+    if (!(report.seconds > 0))
+        return amount;
+    return fmt::format("{}: {}, {} rows/s", amount, Megabytes(bytes / report.seconds),
+                       Grouped(PerSecond(rows, report.seconds)));
+}
+
+}  // namespace
+
+std::vector<SummaryLine> SummaryLines(const JobReport &report, size_t width)
+{
+    Lines lines;
+    lines.push_back(Verdict(report));
+    if (HasFailed(report))
+        AddFailure(lines, report);
+    AddFiles(lines, report, width);
+    AddInstances(lines, report, width);
+    lines.push_back({});
+    AddConservation(lines, report);
+    AddLabelled(lines, "speed", Throughput(report));
+    AddLabelled(lines, "target", report.target);
+    AddLabelled(lines, report.target.empty() ? "target" : "", report.target_note);
+    if (!HasFailed(report))
+        AddLabelled(lines, "log", report.log);
+    return lines;
+}
+
+}  // namespace fenwire

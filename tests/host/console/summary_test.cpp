@@ -1,0 +1,197 @@
+// tests/host/console/summary_test.cpp - how the end of a job is told.
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "host/console/figures.h"
+#include "host/console/summary.h"
+
+using namespace fenwire;
+
+namespace {
+
+JobReport SmallReport()
+{
+    JobReport report;
+    report.job = "orders";
+    report.status = "loaded with warnings";
+    report.exit_code = 4;
+    report.seconds = 2;
+    report.files = {{"/data/a.tbl", 1, 1500, 1490, 7, 3, 4'000'000, 1.5, true},
+                    {"/data/b.tbl", 2, 500, 500, 0, 0, 2'000'000, 0.5, true}};
+    report.instances = {{1, 4, 1490, 1, 88'080'384, 1.25, "/log/1"}, {2, 0, 500, 1, 1024, 0.5, ""}};
+    report.read = 2000;
+    report.loaded = 1990;
+    report.refused = 7;
+    report.skipped = 3;
+    report.bytes = 6'000'000;
+    report.conserved = true;
+    report.target = "sqlite orders.db, table orders";
+    report.target_note = "committed once";
+    report.log = "/log/public";
+    return report;
+}
+
+std::vector<std::string> Texts(const JobReport &report, size_t width = 0)
+{
+    std::vector<std::string> texts;
+    for (const SummaryLine &line : SummaryLines(report, width))
+        texts.push_back(line.text);
+    return texts;
+}
+
+std::string Whole(const JobReport &report, size_t width = 0)
+{
+    std::string whole;
+    for (const std::string &text : Texts(report, width))
+        whole += text + "\n";
+    return whole;
+}
+
+bool Has(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+}  // namespace
+
+TEST(Summary, TellsALoad)
+{
+    EXPECT_EQ(Whole(SmallReport()),
+              R"(orders: loaded with warnings in 2.0 s (exit code 4)
+
+in /data/:
+file              records  loaded  refused  skipped     size   time
+a.tbl               1,500   1,490        7        3  3.8 MiB  1.5 s
+b.tbl                 500     500        0        0  1.9 MiB  0.5 s
+total of 2 files    2,000   1,990        7        3  5.7 MiB  2.0 s
+
+instance  exit code   rows  files  peak memory  processor
+1                 4  1,490      1     84.0 MiB      1.2 s
+2                 0    500      1      1.0 KiB      0.5 s
+
+  rows    read 2,000 = loaded 1,990 + refused 7 + skipped 3: ok
+  speed   5.7 MiB in 2.0 s: 3.0 MB/s, 1,000 rows/s
+  target  sqlite orders.db, table orders
+          committed once
+  log     /log/public
+)");
+}
+
+TEST(Summary, FailureGivesReasonsAndLogsFirst)
+{
+    JobReport report = SmallReport();
+    report.status = "failed";
+    report.exit_code = 12;
+    report.failure = "no column amount\ninstance 1 ended with exit code 12";
+    report.instances[0].exit_code = 12;
+    report.files[0].finished = false;
+    const auto lines = SummaryLines(report, 80);
+    EXPECT_EQ(lines[0].text, "orders: failed in 2.0 s (exit code 12)");
+    EXPECT_EQ(lines[0].tone, Tone::Bad);
+    EXPECT_EQ(lines[2].text, "  reason  no column amount");
+    EXPECT_EQ(lines[3].text, "          instance 1 ended with exit code 12");
+    EXPECT_EQ(lines[4].text, "  log     /log/public");
+    EXPECT_EQ(lines[5].text, "          /log/1 (instance 1)");
+    EXPECT_TRUE(lines[6].text.starts_with("  next    "));
+    EXPECT_TRUE(Has(Whole(report, 100), "not finished"));
+}
+
+TEST(Summary, ABrokenSumIsAFailureWhateverTheStatus)
+{
+    JobReport report = SmallReport();
+    report.status = "loaded";
+    report.loaded = 1989;
+    report.conserved = false;
+    const std::string whole = Whole(report);
+    EXPECT_EQ(SummaryLines(report, 80)[0].tone, Tone::Bad);
+    EXPECT_TRUE(Has(whole, "read 2,000 = loaded 1,989 + refused 7 + skipped 3: DOES NOT HOLD"));
+    EXPECT_TRUE(Has(whole, "do not rely on the rows in the target"));
+    EXPECT_FALSE(Has(whole, "  reason"));
+}
+
+TEST(Summary, LongListsShowTheirEnds)
+{
+    JobReport report = SmallReport();
+    const FileReport file = report.files[0];
+    for (const size_t files : {22, 23, 24, 1000}) {
+        report.files.assign(files, file);
+        for (size_t i = 0; i < files; ++i)
+            report.files[i].name = fmt::format("f{:04}", i + 1);
+        const std::string whole = Whole(report);
+        EXPECT_EQ(Has(whole, "more\n"), files > 23) << files;  // the total is a row as well
+        EXPECT_TRUE(Has(whole, fmt::format("f{:04}", files)));
+    }
+    const std::string whole = Whole(report);
+    EXPECT_TRUE(Has(whole, "f0020") && Has(whole, "... 978 more\nf0999"));
+    EXPECT_FALSE(Has(whole, "f0021") || Has(whole, "f0998"));
+}
+
+TEST(Summary, TablesFitTheScreenAndKeepNamesApart)
+{
+    JobReport report = SmallReport();
+    report.files[0].name = "/data/orders_of_the_northern_warehouse_in_the_first_quarter.tbl";
+    for (const size_t width : {40, 60, 80, 200}) {
+        size_t longest = 0;
+        for (const std::string &text : Texts(report, width)) {
+            if (!text.starts_with("  ") && !text.starts_with("orders:"))
+                longest = std::max(longest, Columns(text));
+        }
+        EXPECT_LE(longest, width);
+    }
+    EXPECT_TRUE(Has(Whole(report, 40), "\norders_of...e_first_quarter.tbl ")) << Whole(report, 40);
+}
+
+TEST(Summary, TextFromOutsideDrivesNoTerminal)
+{
+    JobReport report = SmallReport();
+    const std::string evil = "x\x1b]0;y\x07\r\xc2\x9b";
+    report.job = report.failure = report.target = report.target_note = report.log = evil;
+    report.files[0].name = evil + "/" + evil;
+    report.files[1].name = evil + "/b";
+    report.instances[0].private_log = evil;
+    report.instances[0].exit_code = 8;
+    for (const std::string &text : Texts(report, 40))
+        EXPECT_EQ(text.find_first_of("\x1b\x07\r\x9b"), std::string::npos) << text;
+    const std::string json = ReportJson(report);
+    EXPECT_TRUE(
+        std::ranges::all_of(json, [](char c) { return c == '\n' || (c >= ' ' && c < 0x7f); }));
+}
+
+TEST(Summary, NothingWasReadAndNothingIsKnown)
+{
+    JobReport report;
+    report.status = "failed";
+    report.conserved = true;
+    const std::string whole = Whole(report, 80);
+    EXPECT_TRUE(Has(whole, "  reason  failed\n"));
+    EXPECT_TRUE(Has(whole, "  speed   0 B in 0.0 s\n"));
+    EXPECT_FALSE(Has(whole, "a new run starts"));
+}
+
+TEST(ReportJson, SaysWhatTheReportSays)
+{
+    JobReport report = SmallReport();
+    report.files[1].name = "caf\xe9.tbl";  // Latin 1, so no UTF-8
+    report.files[1].finished = false;
+    report.read = UINT64_MAX;
+    const auto expected = nlohmann::json::parse(R"({
+      "job": "orders", "status": "loaded with warnings", "exit_code": 4, "failure": "",
+      "read": 18446744073709551615, "loaded": 1990, "refused": 7, "skipped": 3, "conserved": true,
+      "bytes": 6000000, "seconds": 2.0, "target": "sqlite orders.db, table orders",
+      "target_note": "committed once", "log": "/log/public",
+      "files": [
+        {"name": "/data/a.tbl", "instance": 1, "records": 1500, "loaded": 1490, "refused": 7,
+         "skipped": 3, "bytes": 4000000, "seconds": 1.5, "finished": true},
+        {"name": "caf\ufffd.tbl", "instance": 2, "records": 500, "loaded": 500, "refused": 0,
+         "skipped": 0, "bytes": 2000000, "seconds": 0.5, "finished": false}],
+      "instances": [
+        {"instance": 1, "exit_code": 4, "rows": 1490, "files": 1, "peak_memory": 88080384,
+         "cpu_seconds": 1.25, "private_log": "/log/1"},
+        {"instance": 2, "exit_code": 0, "rows": 500, "files": 1, "peak_memory": 1024,
+         "cpu_seconds": 0.5, "private_log": ""}]})");
+    EXPECT_EQ(nlohmann::json::parse(ReportJson(report)), expected);
+    EXPECT_TRUE(nlohmann::json::parse(ReportJson({}))["files"].is_array());
+}
