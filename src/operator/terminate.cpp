@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "attributes/attribute_table.h"
+#include "convert/unicode.h"
 #include "delimited/delimited.h"
 #include "fileset/fileset.h"
 #include "operator/clock.h"
@@ -105,6 +106,7 @@ void ReleaseAll()
     FreeDelimitedBuffers();
     FreeSchema();
     fwfini();
+    (void)px_nvicu_term();
     (void)pmShutDown(2);
     FW_TRACE(1, "Exit code is %d", CurrentExitCode);
     FW_TRACE(1, "Closing logs");

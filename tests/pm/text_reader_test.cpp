@@ -149,12 +149,26 @@ TEST_F(TextReader, LongCloseMarkCutByABlockIsFoundAgain)
     EXPECT_EQ(ReadText("a\nbb,<c\ndddddd>>\ne\n", 16), "a|bb,<c\ndddddd>>|e|->9");
 }
 
+// The first record fills 16 bytes of the block of 32; a "|" in the comment is the block's end.
+TEST_F(TextReader, LongOpenMarkCutByABlockIsFoundAgainButForTheRecordsStart)
+{
+    const std::string first = std::string(15, 'a') + "\n", shown = std::string(15, 'a') + "|";
+    Quote("<<", ">>");
+    // bbbbbbbbbbbbbb,<|<c
+    EXPECT_EQ(ReadText(first + "bbbbbbbbbbbbbb,<<c\nd>>\ne\n", 32),
+              shown + "bbbbbbbbbbbbbb,<<c\nd>>|e|->9");
+    // <<c\nd>>,eeeeeeee|e
+    EXPECT_EQ(ReadText(first + "<<c\nd>>,eeeeeeeee\nf\n", 32), shown + "<<c|d>>,eeeeeeeee|f|->9");
+    EXPECT_EQ(ReadText(first + "<<c\nd>>,eeeeeeeee\nf\n", 64), shown + "<<c\nd>>,eeeeeeeee|f|->9");
+}
+
 TEST_F(TextReader, LongEscapeCutByABlockIsFoundAgain)
 {
+    const std::string first = std::string(15, 'a') + "\n", shown = std::string(15, 'a') + "|";
     Quote("'", "'", "##");
-    //        |-- block of 16 --|
-    EXPECT_EQ(ReadText("a\n'cccccccccccc##'\nd'\ne\n", 32), "a|'cccccccccccc##'\nd'|e|->9");
-    EXPECT_EQ(ReadText("a\n'ccccccccccccc##'\nd'\ne\n", 16), "a|->17") << "and yet too long";
+    // 'cccccccccccccc#|#'
+    EXPECT_EQ(ReadText(first + "'cccccccccccccc##'\nd'\ne\n", 32),
+              shown + "'cccccccccccccc##'\nd'|e|->9");
 }
 
 TEST_F(TextReader, RecordsUpToTheBufferSizePass)
