@@ -33,20 +33,31 @@ inline constexpr uint32_t kMaxEOR = 8;
 
 struct pmFile;
 
-// A storage back end: six entries, all with a pm return code. An entry may read and move the file's
+// An entry that no table can leave out: it is made of a function, and of nothing else.
+template <class Function>
+class Required {
+public:
+    constexpr Required(Function &function) : function_(&function) {}
+    operator Function *() const { return function_; }
+
+private:
+    Function *function_;
+};
+
+// A storage back end. All entries answer a pm return code. An entry may read and move the file's
 // buffer fields; it knows nothing of records. The writers' entry comes with writing, those of the
 // position with checkpoints.
 struct pmDiskEntries {
     // Next block behind BufferEnd, at most BufferSize bytes. 9 at the end of the file, 55 when a pipe
     // stays silent.
-    int (*DskRBuf)(pmFile *file, uint32_t *bytes_read);
+    Required<int(pmFile *file, uint32_t *bytes_read)> DskRBuf;
 
     // Sets FIData. 29 is a success: the file is open, and empty.
-    int (*DskOpen)(pmFile *file);
+    Required<int(pmFile *file)> DskOpen;
 
     // Releases FIData. Always 0.
-    int (*DskClose)(pmFile *file);
-};  // a back end leaves no entry out, which the compiler sees to; what it can't do gets a code
+    Required<int(pmFile *file)> DskClose;
+};
 
 // A record format: how records lie in the blocks. The writer comes in here.
 struct pmFormatter {
