@@ -23,16 +23,6 @@ TEST_F(Fileset, InstanceWalksItsOwnFilesInOrder)
     EXPECT_EQ(FirstFileNode, nullptr);
 }
 
-TEST_F(Fileset, ListReadAnewGoesOnAtTheCurrentFile)
-{
-    Publish({{2, 1}, {1, 1}, {0, 1}});
-    CountCurrent = 1;
-    ASSERT_EQ(GetAllFileNames(), PXSTC_Success);
-    ASSERT_EQ(GetNextFileName(kInProcess), PXSTC_Success);
-    EXPECT_EQ(CurrentFileIndex, 2);
-    FreeFileNodes();
-}
-
 TEST_F(Fileset, FileInAnotherStateThanWantedIsNotTaken)
 {
     Publish({{2, 1}});

@@ -92,26 +92,18 @@ TEST_F(Scan, NoFileNoDirectoryAndAKindThatIsNoInputAreFatal)
     EXPECT_EQ(fake.public_log, "19119(" + directory.path() + "/none/: No such file or directory) ");
 }
 
-TEST_F(Scan, NameWithoutAPatternIsOneFileWhateverTheDirectoryHolds)
+TEST_F(Scan, NameIsOneFileWhenTheScanIsOff)
 {
-    directory.Write("one", "123");
-    Name("one");
-    TotalInstances = 3;
-    ASSERT_EQ(BuildGlobalInfo(), PXSTC_Success);
-    EXPECT_EQ(Names(), (std::vector<std::string>{"one"}));
-    EXPECT_EQ(Entry(1).Size, 3);
-    EXPECT_EQ(Entry(1).Status, 1);
-    EXPECT_EQ(Entry(1).Instance, 1);
-}
-
-TEST_F(Scan, StarIsLiteralWhenTheScanIsOff)
-{
-    directory.Write("a*b", "1");
+    directory.Write("a*b", "123");
     directory.Write("axb", "1");
     Name("a*b");
     bEnableScan = kNo;
+    TotalInstances = 3;
     ASSERT_EQ(BuildGlobalInfo(), PXSTC_Success);
     EXPECT_EQ(Names(), (std::vector<std::string>{"a*b"}));
+    EXPECT_EQ(Entry(1).Size, 3);
+    EXPECT_EQ(Entry(1).Status, kInProcess);
+    EXPECT_EQ(Entry(1).Instance, 1);
 }
 
 TEST_F(Scan, MissingFileAndNullDeviceAreEnteredForTheOpenToDecide)
@@ -204,18 +196,6 @@ TEST_F(Scan, SecondAllocationKeepsVariablesThatAreLargeEnough)
     EXPECT_EQ(fake.calls,
               (std::vector<std::string>{"create DirInfo", "create FileNames", "delete DirInfo",
                                         "delete FileNames", "create DirInfo", "create FileNames"}));
-}
-
-TEST_F(Scan, PathsAreComposedInTheirRoom)
-{
-    char path[8];
-    snprintf(DirInfo.DirName, sizeof DirInfo.DirName, "/in/");
-    ComposeFullPath(path, sizeof path, "a");
-    EXPECT_STREQ(path, "/in/a");
-    ComposeFullPath(path, sizeof path, "./a");
-    EXPECT_STREQ(path, "./a");
-    ComposeFullPath(path, sizeof path, "longname");
-    EXPECT_STREQ(path, "/in/lon");
 }
 
 // A quadratic step shows at this count; the bound is far above what linear work needs.

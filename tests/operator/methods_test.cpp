@@ -147,11 +147,6 @@ TEST_F(Methods, LongRowFormatsNeedAJobOfLongRows)
         EXPECT_EQ(CheckJobRowSize(), c.status);
         EXPECT_EQ(fake.public_log, c.messages);
     }
-    fake.integer.erase("SYSTEM_JobMaxRowSize_Allow");
-    bJobMaxRowSizeRead = 0;
-    JobMaxRowSize = 64;
-    FileFormat = 6;
-    EXPECT_EQ(CheckJobRowSize(), PXSTC_FatalError) << "without the attribute 64 stands";
 }
 
 TEST_F(Methods, DeleteTaskRunsAloneAndOnOneFile)
