@@ -98,10 +98,3 @@ TEST(Figures, NamesAreShortenedInTheMiddleByColumns)
         EXPECT_LE(Columns(Shortened(row.name, row.columns)), row.columns) << row.about;
     }
 }
-
-TEST(Figures, PaddingCountsColumnsNotBytes)
-{
-    EXPECT_EQ(PaddedRight("é", 3), "é  ");
-    EXPECT_EQ(PaddedLeft("注", 3), " 注");
-    EXPECT_EQ(PaddedLeft("long", 2), "long");
-}

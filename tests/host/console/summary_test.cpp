@@ -160,17 +160,6 @@ TEST(Summary, TextFromOutsideDrivesNoTerminal)
         std::ranges::all_of(json, [](char c) { return c == '\n' || (c >= ' ' && c < 0x7f); }));
 }
 
-TEST(Summary, NothingWasReadAndNothingIsKnown)
-{
-    JobReport report;
-    report.status = "failed";
-    report.conserved = true;
-    const std::string whole = Whole(report, 80);
-    EXPECT_TRUE(Has(whole, "  reason  failed\n"));
-    EXPECT_TRUE(Has(whole, "  speed   0 B in 0.0 s\n"));
-    EXPECT_FALSE(Has(whole, "a new run starts"));
-}
-
 TEST(ReportJson, SaysWhatTheReportSays)
 {
     JobReport report = SmallReport();
