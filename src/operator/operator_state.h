@@ -49,8 +49,8 @@ inline int64_t CurrentSystemTime = 0;  // seconds, of the last FetchCurrentTime
 
 // ---- Row counters -----------------------------------------------------------------------------
 // Writers: rows/write_row.cpp operator/file_info.cpp operator/access.cpp
-// Zeroed at the end of FW_FenwireFileInfo. 64 bits inside; layouts and messages that hold 32 take
-// the low half.
+// Zeroed at the end of FW_FenwireFileInfo; those of the current file also by FW_FenwireOpen. 64 bits
+// inside; layouts and messages that hold 32 take the low half.
 inline uint64_t RowCount = 0;  // rows handed over by this instance
 inline uint64_t FileRecordCount =
     0;                            // records of the current file: delivered or refused, not skipped

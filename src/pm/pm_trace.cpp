@@ -16,14 +16,14 @@ constexpr uint32_t kPerLine = 16, kPerGroup = 4;
 // " 00 01 02 03.04 05 ..." and "*....*" of up to 16 bytes.
 void FormatBytes(const uint8_t *bytes, uint32_t count, char *hex, char *chars)
 {
-    for (uint32_t i = 0; i < kPerLine; ++i) {
+    for (uint32_t i = 0; i < kPerLine; ++i, hex += 3) {
         const char before = i != 0 && i % kPerGroup == 0 ? '.' : ' ';
+        const bool printable = i < count && bytes[i] >= 0x20 && bytes[i] < 0x7F;
         if (i < count)
-            snprintf(hex + i * 3, 4, "%c%02X", before, bytes[i]);
+            snprintf(hex, 4, "%c%02X", before, bytes[i]);
         else
-            memcpy(hex + i * 3, "   ", 4);
-        chars[i] =
-            i < count && bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+            memcpy(hex, "   ", 4);
+        chars[i] = printable ? static_cast<char>(bytes[i]) : '.';
     }
     chars[count] = '\0';
 }

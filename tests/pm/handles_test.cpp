@@ -49,6 +49,9 @@ TEST_F(Handles, InitChecksItsParametersAndMayComeTwice)
     for (const auto &c : kCases)
         EXPECT_EQ(pmInit(&c.parms), c.code) << c.about;
     EXPECT_EQ(pmGlobalTraceLvl, 1U);  // each call that had a level set it
+    setenv("FENWIRE_LITERAL_READER", "1", 1);
+    EXPECT_EQ(pmInit(&kCases[0].parms), pmrcOk);
+    EXPECT_EQ(bLiteralReader, 1U);
 }
 
 TEST_F(Handles, AttachChecksItsParameters)

@@ -192,6 +192,21 @@ TEST_F(TextReader, RecordsUpToTheBufferSizePass)
     EXPECT_EQ(ReadText(fits, 16), fits + "->35");
 }
 
+TEST_F(TextReader, BlocksBeginBehindTheMovedTailAndEndInZeros)
+{
+    pmRecord record = {};
+    ReadText(std::string(64, 'x') + "\n", 32);  // leaves its bytes in the memory that is used again
+    OpenText("0123456789\nabcdefghij\n0123456789\n", 16);
+    EXPECT_EQ(Object()->BufferBlkStrt, 0);
+    EXPECT_EQ(pmRead(file, &record), pmrcOk);
+    EXPECT_EQ(Object()->BufferBlkStrt, 0);
+    EXPECT_EQ(pmRead(file, &record), pmrcOk);
+    const pmFile *object = Object();
+    EXPECT_EQ(object->BufferBlkStrt, 5);  // "abcde" was moved before it
+    EXPECT_EQ(object->BufferEnd, 21U);
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(object->Buffer + 21), 8), std::string(8, '\0'));
+}
+
 TEST_F(TextReader, OverflowTellsRecordAndQuotes)
 {
     FileRecordCount = 4;

@@ -46,7 +46,7 @@ int MakeRoom(TextScan &scan)
 
 [[gnu::noinline]] void TraceBadCharacter(const TextScan &scan, uint32_t width)
 {
-    const auto row = static_cast<unsigned long long>(FileRecordCount + 1);
+    const auto row = static_cast<unsigned long long>(FileRecordCount) + 1;
     if (width == 0)
         PM_TRACE(1, "!ERROR! zero length character encountered in row %llu", row);
     if (badmbcs == 0)
