@@ -2,6 +2,7 @@
 
 #include "host/coordinator/run.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -34,12 +35,22 @@ void PrintRefusal(const char *status, int exit_code, const std::string &what,
     fmt::print("{}\n", object.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
+bool PrintsToStandardOutput(const Job &job)
+{
+    const auto is_file = [](const Setting &setting) { return setting.key == "file"; };
+    return job.target_type == "print" &&
+           std::none_of(job.target.begin(), job.target.end(), is_file);
+}
+
 }  // namespace
 
 int RunVerb(const RunOptions &options)
 {
     try {
         const Job job = LoadJob(options.job.file, Overrides(options.job));
+        if (options.json && PrintsToStandardOutput(job))
+            throw UsageError("--json and rows on standard output don't go together",
+                             "give the print target a file");
         const std::unique_ptr<Console> console =
             MakeConsole(Progress(options.progress), options.json);
         return RunJob(job, *console).exit_code;

@@ -224,7 +224,7 @@ void Coordinator::FromInstance(int instance, InMessage &message)
 
 void Coordinator::OnAnswer(int instance, int32_t status)
 {
-    const std::string method = MethodName(phases_.method());
+    const std::string method = MethodName(phases_.method()), file = CurrentFile(instance);
     phases_.Answered(instance, status);
     if (status == PXSTC_NextPhase || status == PXSTC_EndMethod || status == kStopped)
         return;
@@ -236,16 +236,20 @@ void Coordinator::OnAnswer(int instance, int32_t status)
     else
         reason = "instance " + std::to_string(instance) + " failed in " + method + " with status " +
                  std::to_string(status) + " (" + PxStatusName(status) + ")";
+    if (!file.empty())
+        ledger_.SetPlace("instance " + std::to_string(instance) + " was at " + file);
     Fail(reason);
 }
 
 void Coordinator::OnLogLine(InMessage &message)
 {
-    (void)message.U32();
+    constexpr uint32_t kDefaultUsed = 19203;  // a warning for every attribute that a job leaves out
+    const uint32_t number = message.U32();
     (void)message.I32();
     const int32_t severity = message.I32();
     const std::string leader = message.Text(), text = message.Text();
-    PublicLine(severity, leader.empty() ? text : leader + " " + text);
+    PublicLine(number == kDefaultUsed ? static_cast<int32_t>(Information) : severity,
+               leader.empty() ? text : leader + " " + text);
 }
 
 void Coordinator::OnFileCounts(int instance, InMessage &message)

@@ -61,6 +61,12 @@ void Ledger::AddReason(const std::string &reason)
         reasons_.push_back(reason);
 }
 
+void Ledger::SetPlace(const std::string &place)
+{
+    if (place_.empty())
+        place_ = place;
+}
+
 void Ledger::SetProcess(int instance, uint64_t peak_memory, double cpu_seconds)
 {
     InstanceReport &of = instances_[static_cast<size_t>(instance - 1)];
@@ -97,7 +103,7 @@ std::string Ledger::FailureText() const
     std::string text;
     for (const std::string &line : errors_.empty() ? reasons_ : errors_)
         text += (text.empty() ? "" : "\n") + line;
-    return text;
+    return place_.empty() ? text : text + "\n" + place_;
 }
 
 void Ledger::Write(JobReport &report) const

@@ -21,6 +21,7 @@ public:
     void RaiseExitCode(int instance, int code);
     void AddMessage(int severity, const std::string &line);  // warnings and errors are remembered
     void AddReason(const std::string &reason);               // why the job failed, in order
+    void SetPlace(const std::string &place);                 // where the first failure was
     void SetProcess(int instance, uint64_t peak_memory, double cpu_seconds);
     void SetCommitted(uint64_t rows, const std::string &note);
     void SetInterrupted(int signal_number) { interrupted_by_ = signal_number; }
@@ -37,6 +38,7 @@ private:
     std::vector<FileReport> files_;
     std::vector<InstanceReport> instances_;
     std::vector<std::string> errors_, reasons_;
+    std::string place_;
     int warnings_ = 0;
     int interrupted_by_ = 0;
     bool committed_ = false;

@@ -28,8 +28,12 @@ std::span<const PxLogArg> Arguments(const PxLogArg *args)
 std::string PrivateLine(std::span<const PxLogArg> args)
 {
     std::string line;
-    for (const PxLogArg &arg : args)
+    for (const PxLogArg &arg : args) {
+        // A prefix that ends with the time of day brings no blank of its own.
+        if (!line.empty() && line.back() >= '0' && line.back() <= '9')
+            line += ' ';
         line += arg.type == PX_ARG_TEXT ? std::string(arg.text) : std::to_string(arg.number);
+    }
     return line;
 }
 

@@ -522,6 +522,9 @@ constexpr CatalogueRow kCatalogue[] = {
                          "version 2 or later is needed"},
     {19990, "tt",        "attribute %1 asks for %2, which is not available in this version",
                          "remove it from the job, or set it to No"},
+    {19991, "tn",        "record %2 of file \"%1\" ends inside quotes: everything behind its last open quote mark was "
+                         "taken for one value",
+                         "close the quote in the file, or set QuotedData to No if the mark is data"},
 };
 // clang-format on
 

@@ -197,6 +197,7 @@ bool EndOfRecord(ScanState &s)
         s.cursor = s.end;  // a quoted field stepped over a delimiter that isn't there
         OpenField(s);
     }
+    s.unclosed = s.opening != 0;
     const uint32_t length = FieldLength(s);
     if (length == 0 && s.column + 1 != s.columns.count)
         return true;

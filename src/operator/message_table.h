@@ -271,6 +271,7 @@ inline constexpr MessageRow kMessages[] = {
     {19617, 3, Error,       ""},
     {19618, 3, Error,       ""},
     {19990, 3, Error,       "tt"},
+    {19991, 3, Warning,     "tn"},
 };
 // clang-format on
 

@@ -52,6 +52,17 @@ PxStatus FatalRow(int32_t verdict)
 
 }  // namespace
 
+// The row goes on as the scan left it; but that a quote never closed is seldom meant, and the reader has
+// taken everything up to here for one record.
+void WarnOfUnclosedQuote()
+{
+    const int64_t record = static_cast<int64_t>(FileRecordCount) + 1;
+    FW_WARN(1, "record %lld of '%s' ends inside quotes", static_cast<long long>(record),
+            CurrentFullPath);
+    FW_Message<19991>(CurrentFullPath, record);
+    RaiseExitCode(4);
+}
+
 PxStatus SettleVerdict(int32_t verdict)
 {
     for (const Tolerance &tolerance : kTolerances) {

@@ -11,4 +11,7 @@
 // pmBuffer and the column arrays; 48: the job fails, reported.
 PxStatus SettleVerdict(int32_t verdict);
 
+// Message 19991 and exit code 4: the record that was just cut ends inside quotes.
+void WarnOfUnclosedQuote();
+
 #endif

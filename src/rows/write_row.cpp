@@ -10,6 +10,7 @@
 
 #include "attributes/attributes_state.h"
 #include "delimited/delimited.h"
+#include "delimited/delimited_state.h"
 #include "delimited/verdict.h"
 #include "operator/messages.h"
 #include "pm/pm_state.h"
@@ -119,6 +120,8 @@ static PxStatus CutRecord(uint32_t *expected_length)
         if (const PxStatus status = SettleVerdict(verdict); status != PXSTC_Success)
             return status;
     }
+    if (bUnclosedQuote != 0) [[unlikely]]
+        WarnOfUnclosedQuote();
     // Date columns are reformatted here, in every row that goes on.
     *expected_length = pmBuffer.DataLength;
     return PXSTC_Success;

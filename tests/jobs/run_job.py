@@ -6,7 +6,7 @@ A .job file is a run of sections, each with a head line:
     == about                     what must hold; free text
     == job.toml                  the job file
     == in/a.csv [crlf] [noeol] [utf16le] [hex] [repeat=N]
-                                 an input file; \\xNN, \\t and \\\\ stand for bytes
+                                 an input file; \\xNN, \\t and \\\\ stand for bytes; repeat=N: its last line
     == fifo in/pipe              a named pipe that nobody writes to
     == folder in/sub             an empty folder
     == sqlite out.db             SQL to run before the job
@@ -56,15 +56,15 @@ def content(body, options):
     # A blank line before the next head is layout, not data.
     while body and body[-1] == "":
         body = body[:-1]
+    for option in options:
+        if option.startswith("repeat="):
+            body = body[:-1] + body[-1:] * int(option.split("=")[1])
     text = end.join(body) + ("" if "noeol" in options or not body else end)
     data = re.sub(
         rb"\\(x[0-9A-Fa-f]{2}|t|\\)",
         lambda m: {b"t": b"\t", b"\\": b"\\"}.get(m.group(1)) or bytes([int(m.group(1)[1:], 16)]),
         text.encode("utf-8"),
     )
-    for option in options:
-        if option.startswith("repeat="):
-            data *= int(option.split("=")[1])
     if "utf16le" in options:
         data = data.decode("utf-8").encode("utf-16-le")
     return data
@@ -100,7 +100,7 @@ def main(job_file, build):
         else:
             path = work / kind
             path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_bytes(content(body, rest))
+            path.write_bytes("\n".join(body).encode() if kind.endswith(".toml") else content(body, rest))
     run = subprocess.run(
         [os.path.join(build, "fenwire"), args[0], "job.toml", *args[1:]],
         cwd=work, stdin=subprocess.DEVNULL, capture_output=True, timeout=60, check=False,
