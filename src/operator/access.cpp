@@ -75,7 +75,8 @@ void WriteIdentification()
     FW_TRACE(1, "%s-bit %s operator for %s release %s on %s", "64", OpNameStr, system.sysname,
              system.release, system.nodename);
     FW_TRACE(1, "Software architecture is %d-bit", 64);
-    FW_TRACE(1, "NVICU................................... %s", px_nvicuversion());
+    if (FW_StatsOnly == 0)  // asking loads the library, which a plain job has no use for
+        FW_TRACE(1, "NVICU................................... %s", px_nvicuversion());
     FW_TRACE(1, "PXICU................................... %s", px_pxicuversion());
 }
 
