@@ -27,11 +27,12 @@ void BecomeChild(pid_t parent)
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
         _exit(1);
+    // Ignored before they are let in: a Ctrl-C that came since the fork waits behind the mask.
+    for (const int number : {SIGINT, SIGTERM, SIGPIPE, SIGHUP})
+        signal(number, SIG_IGN);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    for (const int number : {SIGINT, SIGTERM, SIGPIPE, SIGHUP})
-        signal(number, SIG_IGN);
     const UniqueFd nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
     if (nothing)
         dup2(nothing.get(), STDIN_FILENO);
@@ -73,12 +74,22 @@ bool Child::TryReap()
     pid_ = -1;
     peak_memory_ = static_cast<uint64_t>(usage.ru_maxrss) * 1024;
     cpu_seconds_ = Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
-    if (WIFSIGNALED(status))
+    if (WIFSIGNALED(status) && !killed_because_.empty())
+        end_ = "was killed: " + killed_because_;
+    else if (WIFSIGNALED(status))
         end_ = "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" +
                strsignal(WTERMSIG(status)) + ")";
     else if (WEXITSTATUS(status) != 0)
         end_ = "ended with exit status " + std::to_string(WEXITSTATUS(status));
     return true;
+}
+
+void Child::Kill(const std::string &reason)
+{
+    if (!running())
+        return;
+    killed_because_ = reason;
+    kill(pid_, SIGKILL);
 }
 
 void Child::Reap(int milliseconds)
@@ -89,7 +100,7 @@ void Child::Reap(int milliseconds)
         if (TryReap())
             return;
         if (waited >= milliseconds)
-            kill(pid_, SIGKILL);
+            Kill("it did not end in time");
         const timespec step = {0, kStepMs * 1000000L};
         nanosleep(&step, nullptr);
     }

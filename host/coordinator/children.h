@@ -30,7 +30,10 @@ public:
 
     // Waits for the end, kills it after that time. Afterwards the words, memory and time are known.
     void Reap(int milliseconds);
-    // "was ended by signal 9 (Killed)", "ended with exit status 1"; empty after a good end.
+    // Ends it now; the reason goes into the words of its end.
+    void Kill(const std::string &reason);
+    // "was ended by signal 11 (Segmentation fault)", "ended with exit status 1", "was killed: " and the
+    // reason; empty after a good end.
     const std::string &end() const { return end_; }
     uint64_t peak_memory() const { return peak_memory_; }
     double cpu_seconds() const { return cpu_seconds_; }
@@ -40,7 +43,7 @@ private:
     std::string name_;
     Channel channel_;
     pid_t pid_ = -1;
-    std::string end_;
+    std::string end_, killed_because_;
     uint64_t peak_memory_ = 0;
     double cpu_seconds_ = 0;
 };

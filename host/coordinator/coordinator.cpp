@@ -2,10 +2,7 @@
 
 #include "host/coordinator/coordinator.h"
 
-#include <csignal>
 #include <poll.h>
-
-#include <sys/signalfd.h>
 
 #include "host/coordinator/run.h"
 #include "host/coordinator/target_process.h"
@@ -18,21 +15,6 @@ namespace {
 
 constexpr int kTickMs = 200;      // progress display
 constexpr int kGoodbyeMs = 5000;  // a child that was told to end
-
-UniqueFd CatchSignals()
-{
-    sigset_t caught;
-    sigemptyset(&caught);
-    for (const int number : {SIGINT, SIGTERM, SIGCHLD})
-        sigaddset(&caught, number);
-    if (sigprocmask(SIG_BLOCK, &caught, nullptr) != 0)
-        ThrowErrno("signals");
-    signal(SIGPIPE, SIG_IGN);
-    UniqueFd fd(signalfd(-1, &caught, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (!fd)
-        ThrowErrno("signals");
-    return fd;
-}
 
 std::string DescribeTarget(const Job &job)
 {
@@ -52,8 +34,7 @@ Coordinator::Coordinator(const Job &job, Console &console)
       public_log_(job.state / "logs" / "public.log"),
       board_block_(MakeSharedBlock("fenwire-board", Board::Bytes(count_))),
       board_map_(board_block_), board_(*reinterpret_cast<Board *>(board_map_.data())),
-      rings_(static_cast<size_t>(count_)), objects_(board_), phases_(count_), ledger_(count_),
-      signals_(CatchSignals())
+      rings_(static_cast<size_t>(count_)), objects_(board_), phases_(count_), ledger_(count_)
 {
 }
 
@@ -115,7 +96,7 @@ void Coordinator::SettleRows()
         RingDoorbell(board_);
     };
     if (phases_.failed() && settling_ < Settling::Committing) {
-        settling_ = Settling::Undone;
+        settling_ = target_->running() ? Settling::Undoing : Settling::Undone;
         if (target_->running())
             tell_target(MessageKind::Abort);
     } else if (phases_.at_rows_end() && settling_ == Settling::NotYet) {
@@ -126,13 +107,13 @@ void Coordinator::SettleRows()
 
 void Coordinator::Wait()
 {
-    std::vector<pollfd> fds = {{signals_.get(), POLLIN, 0}, {target_->channel().fd(), POLLIN, 0}};
+    std::vector<pollfd> fds = {{signals_.fd(), POLLIN, 0}, {target_->channel().fd(), POLLIN, 0}};
     for (const auto &instance : instances_)
         fds.push_back({instance->channel().fd(), POLLIN, 0});
     if (poll(fds.data(), fds.size(), kTickMs) < 0 && errno != EINTR)
         ThrowErrno("poll");
     if (fds[0].revents != 0)
-        OnSignal();
+        OnSignals();
     if (fds[1].revents != 0)
         OnTarget();
     for (int i = 1; i <= count_; ++i) {
@@ -181,7 +162,7 @@ JobReport Coordinator::Run()
         ledger_.AddReason(failure.what());
     }
     if (ledger_.failing())
-        board_.abort.store(1);
+        GiveUpRows();
     End();
 
     JobReport report;
@@ -189,9 +170,10 @@ JobReport Coordinator::Run()
     report.target = DescribeTarget(job_);
     report.log = public_log_.path().string();
     ledger_.Write(report);
+    const std::string private_log = job_.producer.Text("PrivateLogName", kPrivateLogName);
     for (InstanceReport &instance : report.instances) {
         const auto log =
-            job_.state / "logs" / ("private-" + std::to_string(instance.instance) + ".log");
+            PrivateLogPath(job_, private_log + "-" + std::to_string(instance.instance));
         std::error_code none;
         if (std::filesystem::exists(log, none))
             instance.private_log = log.string();

@@ -20,6 +20,7 @@
 #include "host/coordinator/ledger.h"
 #include "host/coordinator/phases.h"
 #include "host/coordinator/shared_objects.h"
+#include "host/coordinator/signals.h"
 #include "host/coordinator/state_folder.h"
 #include "host/job/job.h"
 #include "host/services/log_file.h"
@@ -34,7 +35,7 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    enum class Settling : uint8_t { NotYet, Draining, Committing, Settled, Undone };
+    enum class Settling : uint8_t { NotYet, Draining, Committing, Settled, Undoing, Undone };
 
     // ---- Life
     void Start();
@@ -46,10 +47,13 @@ private:
     bool Over() const;
 
     // ---- What comes in
-    void OnSignal();
+    void OnSignals();
+    void Interrupt(int number);
+    void Kill(const std::string &reason);
     void OnTarget();
     void OnInstance(int instance);
     void FromTarget(InMessage &message);
+    void OnDrained(uint64_t rows);
     void FromInstance(int instance, InMessage &message);
     void OnAnswer(int instance, int32_t status);
     void OnLogLine(InMessage &message);
@@ -58,8 +62,9 @@ private:
     void TargetGone();
 
     // ---- Failure
-    void Fail(const std::string &reason);
+    void Fail(const std::string &reason, Ledger::Weight weight = Ledger::Weight::Cause);
     void Recall();
+    void GiveUpRows();
     void KillStragglers();
 
     // ---- For people
@@ -85,7 +90,7 @@ private:
     SharedObjects objects_;
     Phases phases_;
     Ledger ledger_;
-    UniqueFd signals_;
+    Signals signals_;
     std::vector<std::unique_ptr<Child>> instances_;
     std::unique_ptr<Child> target_;
     bool target_open_ = false;

@@ -5,8 +5,6 @@
 #include <cstring>
 #include <ctime>
 
-#include <sys/signalfd.h>
-
 #include "host/coordinator/coordinator.h"
 #include "host/coordinator/file_progress.h"
 #include "host/system/futex.h"
@@ -33,15 +31,16 @@ std::string Now()
 
 // ---- Failure -----------------------------------------------------------------------------------
 
-void Coordinator::Fail(const std::string &reason)
+void Coordinator::Fail(const std::string &reason, Ledger::Weight weight)
 {
-    ledger_.AddReason(reason);
+    public_log_.Line(Now() + "the job fails: " + reason, LogFile::Flush::Now);
+    ledger_.AddReason(reason, weight);
     phases_.Fail();
     Recall();
 }
 
 // Instances come back between two rows. Rows that they wait to get rid of are still taken by the target,
-// which drops them; without a target nobody waits.
+// which drops them; without a target see GiveUpRows.
 void Coordinator::Recall()
 {
     board_.stop.store(1);
@@ -50,38 +49,60 @@ void Coordinator::Recall()
         recall_until_ = Clock::now() + std::chrono::seconds(kRecallSeconds);
 }
 
+// Nobody takes rows any more: writers that wait for room go on, and what they write is dropped.
+void Coordinator::GiveUpRows()
+{
+    board_.abort.store(1);
+    Recall();
+    for (RowRing &ring : rings_)
+        FutexWake(ring.words().writer_bell);
+}
+
+// Ends the instances that are inside a call; those that came back end as they should.
+void Coordinator::Kill(const std::string &reason)
+{
+    for (int i = 1; i <= count_; ++i) {
+        if (phases_.under_way(i))
+            Of(i).Kill(reason);
+    }
+}
+
 void Coordinator::KillStragglers()
 {
     if (!recall_until_ || Clock::now() < *recall_until_ || phases_.method() == Method::Terminate)
         return;
-    for (int i = 1; i <= count_; ++i) {
-        if (Of(i).running() && phases_.alive(i))
-            kill(Of(i).pid(), SIGKILL);
-    }
+    Kill("it did not come back within " + std::to_string(kRecallSeconds) + " s");
     recall_until_.reset();
 }
 
-void Coordinator::OnSignal()
+// The first signal stops the job between two rows, the second one ends what does not come to an end.
+void Coordinator::OnSignals()
 {
-    signalfd_siginfo info = {};
-    while (read(signals_.get(), &info, sizeof info) == sizeof info) {
-        const int number = static_cast<int>(info.ssi_signo);
+    for (int number = signals_.Next(); number != 0; number = signals_.Next()) {
         if (number == SIGCHLD)
             continue;  // its channel tells
-        if (++signals_seen_ > 1) {
-            for (auto &instance : instances_) {
-                if (instance->running())
-                    kill(instance->pid(), SIGKILL);
-            }
-            recall_until_ = Clock::now();
-            continue;
+        if (++signals_seen_ == 1) {
+            Interrupt(number);
+        } else {
+            Kill("the job was stopped twice");
+            if (settling_ == Settling::Undoing)
+                target_->Kill("the job was stopped twice");
         }
-        ledger_.SetInterrupted(number);
-        PublicLine(Warning, number == SIGINT ? "stopped by Ctrl-C; once more ends it at once"
-                                             : "stopped by SIGTERM");
-        Fail(number == SIGINT ? "stopped by Ctrl-C; the target is as it was before"
-                              : "stopped by SIGTERM; the target is as it was before");
     }
+}
+
+void Coordinator::Interrupt(int number)
+{
+    const std::string by = number == SIGINT ? "Ctrl-C" : "SIGTERM";
+    if (settling_ == Settling::Committing || settling_ == Settling::Settled) {
+        PublicLine(Information, by + " came when the rows were in; the job ends by itself");
+        return;
+    }
+    if (ledger_.failing())
+        return;  // it is stopping already
+    ledger_.SetInterrupted(number);
+    PublicLine(Warning, "stopped by " + by + "; once more ends it at once");
+    Fail("stopped by " + by + "; the target is as it was before");
 }
 
 // ---- Target ------------------------------------------------------------------------------------
@@ -101,7 +122,7 @@ void Coordinator::OnTarget()
             FromTarget(message);
         }
     } catch (const ProtocolError &failure) {
-        kill(target_->pid(), SIGKILL);
+        target_->Kill("it sent nonsense");
         Fail("the target process sent nonsense: " + std::string(failure.what()));
     }
 }
@@ -112,22 +133,9 @@ void Coordinator::FromTarget(InMessage &message)
     case MessageKind::Opened:
         target_open_ = true;
         break;
-    case MessageKind::Drained: {
-        const uint64_t rows = message.U64();
-        if (settling_ != Settling::Draining)
-            break;
-        if (rows != ledger_.rows_handed_over())
-            Fail("the target has " + std::to_string(rows) + " rows, the operator handed over " +
-                 std::to_string(ledger_.rows_handed_over()) + "; nothing was committed");
-        else if (ledger_.exit_code() >= 12)
-            Fail("an instance ended with exit code 12");
-        else {
-            settling_ = Settling::Committing;
-            target_->channel().Send(OutMessage(MessageKind::Commit));
-            RingDoorbell(board_);
-        }
+    case MessageKind::Drained:
+        OnDrained(message.U64());
         break;
-    }
     case MessageKind::Committed: {
         const uint64_t rows = message.U64();
         (void)message.U64();
@@ -142,26 +150,47 @@ void Coordinator::FromTarget(InMessage &message)
         Fail(words);
         break;
     }
+    case MessageKind::Aborted:
+        settling_ = Settling::Undone;
+        break;
     default:
-        break;  // Aborted: as it was told
+        throw ProtocolError("a message that is not the target's");
+    }
+}
+
+// The last look before the rows are there for good.
+void Coordinator::OnDrained(uint64_t rows)
+{
+    if (settling_ != Settling::Draining)
+        return;
+    if (rows != ledger_.rows_handed_over()) {
+        Fail("the target has " + std::to_string(rows) + " rows, the operator handed over " +
+             std::to_string(ledger_.rows_handed_over()) + "; nothing was committed");
+    } else if (const std::string imbalance = ledger_.Imbalance(); !imbalance.empty()) {
+        Fail(imbalance + "; nothing was committed");
+    } else if (ledger_.exit_code() >= 12) {
+        Fail("an instance ended with exit code 12", Ledger::Weight::Consequence);
+    } else {
+        settling_ = Settling::Committing;
+        target_->channel().Send(OutMessage(MessageKind::Commit));
+        RingDoorbell(board_);
     }
 }
 
 void Coordinator::TargetGone()
 {
     target_->Reap(kAfterEndMs);
-    board_.abort.store(1);
-    for (RowRing &ring : rings_)
-        FutexWake(ring.words().writer_bell);
-    if (settling_ == Settling::Settled || phases_.done())
+    if (settling_ == Settling::Settled)
         return;
-    if (!target_->end().empty() && !ledger_.failing()) {
-        const std::string words = "the target process " + target_->end();
-        PublicLine(Error, words);
-        Fail(words);
+    if (!ledger_.failing()) {
+        const std::string end = target_->end().empty() ? "ended early" : target_->end();
+        PublicLine(Error, "the target process " + end);
+        Fail("the target process " + end +
+             (settling_ == Settling::Committing
+                  ? " while it committed; look at the target before the job is run again"
+                  : ""));
     }
-    if (settling_ == Settling::Committing)
-        Fail("the target ended while it committed; look at it before the job is run again");
+    GiveUpRows();
     settling_ = Settling::Undone;
 }
 
@@ -183,7 +212,7 @@ void Coordinator::OnInstance(int instance)
             FromInstance(instance, message);
         }
     } catch (const ProtocolError &failure) {
-        kill(Of(instance).pid(), SIGKILL);
+        Of(instance).Kill("it sent nonsense");
         Fail("instance " + std::to_string(instance) + " sent nonsense: " + failure.what());
     }
 }
@@ -229,16 +258,15 @@ void Coordinator::OnAnswer(int instance, int32_t status)
     if (status == PXSTC_NextPhase || status == PXSTC_EndMethod || status == kStopped)
         return;
     board_.Of(instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
-    std::string reason;
-    if (status == PXSTC_Checkpoint)  // the round of all instances comes with checkpoints
-        reason = "instance " + std::to_string(instance) +
-                 " asked for a checkpoint, which this version can't take";
-    else
-        reason = "instance " + std::to_string(instance) + " failed in " + method + " with status " +
-                 std::to_string(status) + " (" + PxStatusName(status) + ")";
+    const std::string who = "instance " + std::to_string(instance);
     if (!file.empty())
-        ledger_.SetPlace("instance " + std::to_string(instance) + " was at " + file);
-    Fail(reason);
+        ledger_.SetPlace(who + " was at " + file);
+    if (status == PXSTC_Checkpoint)  // the round of all instances comes with checkpoints
+        Fail(who + " asked for a checkpoint, which this version can't take");
+    else
+        Fail(who + " failed in " + method + " with status " + std::to_string(status) + " (" +
+                 PxStatusName(status) + ")",
+             Ledger::Weight::Consequence);
 }
 
 void Coordinator::OnLogLine(InMessage &message)

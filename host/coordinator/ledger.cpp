@@ -3,6 +3,7 @@
 #include "host/coordinator/ledger.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 #include "operator/message_table.h"
 
@@ -55,10 +56,12 @@ void Ledger::AddMessage(int severity, const std::string &line)
         errors_.push_back(line);
 }
 
-void Ledger::AddReason(const std::string &reason)
+void Ledger::AddReason(const std::string &reason, Weight weight)
 {
-    if (std::find(reasons_.begin(), reasons_.end(), reason) == reasons_.end())
-        reasons_.push_back(reason);
+    if (failing())
+        return;
+    reason_ = reason;
+    reason_weight_ = weight;
 }
 
 void Ledger::SetPlace(const std::string &place)
@@ -89,6 +92,21 @@ uint64_t Ledger::rows_handed_over() const
     return rows;
 }
 
+std::string Ledger::Imbalance() const
+{
+    uint64_t records = 0, rows = 0, refused = 0, skipped = 0;
+    for (const FileReport &file : files_) {
+        records += file.records;
+        rows += file.loaded;
+        refused += file.refused;
+        skipped += file.skipped;
+    }
+    if (records == rows + refused + skipped)
+        return {};
+    return fmt::format("{} records were read, but {} became rows, {} were refused and {} skipped",
+                       records, rows, refused, skipped);
+}
+
 int Ledger::exit_code() const
 {
     int code = 0;
@@ -97,13 +115,21 @@ int Ledger::exit_code() const
     return code;
 }
 
-// What the operator said first, since that is the cause; how the runner noticed only without it.
+// What the operator said before the failure is its cause, mostly; then how the runner noticed.
 std::string Ledger::FailureText() const
 {
     std::string text;
-    for (const std::string &line : errors_.empty() ? reasons_ : errors_)
-        text += (text.empty() ? "" : "\n") + line;
-    return place_.empty() ? text : text + "\n" + place_;
+    bool told = reason_weight_ == Weight::Consequence && !errors_.empty();
+    for (const std::string &line : errors_) {
+        text += line + "\n";
+        told = told || line.find(reason_) != std::string::npos;
+    }
+    if (!told)
+        text += reason_ + "\n";
+    text += place_;
+    if (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text;
 }
 
 void Ledger::Write(JobReport &report) const
@@ -135,13 +161,15 @@ void Ledger::Write(JobReport &report) const
     if (report.exit_code >= kFatal)
         report.failure = FailureText();
     if (committed_ && !report.conserved)
-        report.failure +=
-            (report.failure.empty() ? "" : "\n") +
-            std::string("the records read do not add up to those loaded, refused and skipped");
+        report.failure += (report.failure.empty() ? "" : "\n") +
+                          fmt::format("{} rows were handed to the target, which committed {}",
+                                      rows_handed_over(), committed_rows_);
+    else if (committed_ && failing())
+        report.failure += fmt::format("\nthe {} rows were committed before that", committed_rows_);
     if (interrupted_by_ != 0 && !committed_) {
         report.status = "interrupted";
         report.exit_code = 128 + interrupted_by_;
-        report.failure = reasons_.empty() ? "" : reasons_.front();
+        report.failure = reason_;
     }
 }
 

@@ -20,15 +20,20 @@ public:
     void AddStatistic(int instance, int32_t number, uint64_t value);
     void RaiseExitCode(int instance, int code);
     void AddMessage(int severity, const std::string &line);  // warnings and errors are remembered
-    void AddReason(const std::string &reason);               // why the job failed, in order
-    void SetPlace(const std::string &place);                 // where the first failure was
+    // Why the job failed: the first one counts, the rest follows from it. A consequence says less than
+    // the operator's own words do, and is shown only without them.
+    enum class Weight : uint8_t { Cause, Consequence };
+    void AddReason(const std::string &reason, Weight weight = Weight::Cause);
+    void SetPlace(const std::string &place);  // where the first failure was
     void SetProcess(int instance, uint64_t peak_memory, double cpu_seconds);
     void SetCommitted(uint64_t rows, const std::string &note);
     void SetInterrupted(int signal_number) { interrupted_by_ = signal_number; }
 
     uint64_t rows_handed_over() const;  // as the operator counts them
-    int exit_code() const;              // highest of all instances
-    bool failing() const { return !reasons_.empty(); }
+    std::string Imbalance() const;  // words for records read that became nothing; empty: none did
+    int exit_code() const;          // highest of all instances
+    bool failing() const { return !reason_.empty(); }
+    bool committed() const { return committed_; }
 
     // Fills counts, status and exit code of the report.
     void Write(JobReport &report) const;
@@ -37,7 +42,9 @@ private:
     std::string FailureText() const;
     std::vector<FileReport> files_;
     std::vector<InstanceReport> instances_;
-    std::vector<std::string> errors_, reasons_;
+    std::vector<std::string> errors_;  // up to the first failure
+    std::string reason_;
+    Weight reason_weight_ = Weight::Cause;
     std::string place_;
     int warnings_ = 0;
     int interrupted_by_ = 0;

@@ -48,8 +48,8 @@ public:
     void GoOnToTerminate();
     bool done() const { return method_ == Method::None; }
     bool failed() const { return failed_; }
-    bool alive(int instance) const { return Of(instance) != Where::Dead; }
     bool under_way() const;  // an instance is inside a call
+    bool under_way(int instance) const { return Of(instance) == Where::Calling; }
     Method method() const { return method_; }
 
 private:

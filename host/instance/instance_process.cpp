@@ -81,7 +81,9 @@ private:
         case Method::Execute: {
             mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
             const int32_t status = Repeat(methods.execute, phase, PXSTC_Success);
-            mine_.state.store(InstanceState::Finished, std::memory_order_relaxed);
+            mine_.state.store(status == PXSTC_NextPhase ? InstanceState::Waiting
+                                                        : InstanceState::Finished,
+                              std::memory_order_relaxed);
             return status;
         }
         case Method::Terminate:

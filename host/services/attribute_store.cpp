@@ -6,6 +6,8 @@
 
 #include <unistd.h>
 
+#include "host/services/log_file.h"
+
 namespace fenwire {
 
 namespace {
@@ -20,7 +22,7 @@ AttributeStore::AttributeStore(const Job &job, int instance)
     for (const Attribute &attribute : job.producer.attributes)
         std::visit([&](const auto &value) { values_[attribute.name] = value; }, attribute.value);
     if (values_.find("PrivateLogName") == values_.end())
-        values_["PrivateLogName"] = "private";
+        values_["PrivateLogName"] = kPrivateLogName;
 
     const std::string job_id = job.name + "-" + std::to_string(getppid());
     const std::map<std::string, Value> supplied = {

@@ -8,6 +8,11 @@
 
 namespace fenwire {
 
+std::filesystem::path PrivateLogPath(const Job &job, const std::string &name)
+{
+    return job.state / "logs" / (name + ".log");  // an absolute name replaces what is before it
+}
+
 LogFile::LogFile(const std::filesystem::path &path) : path_(path)
 {
     std::error_code ignored;

@@ -8,7 +8,13 @@
 #include <memory>
 #include <string_view>
 
+#include "host/job/job.h"
+
 namespace fenwire {
+
+// Where a private log lies: in the state folder, but for a name that is a whole path.
+inline constexpr char kPrivateLogName[] = "private";
+std::filesystem::path PrivateLogPath(const Job &job, const std::string &name);
 
 class LogFile {
 public:

@@ -49,11 +49,8 @@ PxStatus OperatorServices::OpenLog(const char *file, PxLog **log)
     opened.object.kind = PX_KIND_LOG;
     opened.object.op = &operator_.object;
     try {
-        if (file != nullptr) {
-            const std::filesystem::path name(file);
-            const auto path = name.is_absolute() ? name : job_.state / "logs" / name;
-            opened.file = std::make_unique<LogFile>(path.string() + ".log");
-        }
+        if (file != nullptr)
+            opened.file = std::make_unique<LogFile>(PrivateLogPath(job_, file));
     } catch (const std::exception &failure) {
         link_.Tell(OutMessage(MessageKind::ConsoleLine).Put(std::string_view(failure.what())));
         logs_.pop_back();

@@ -33,8 +33,6 @@ PxStatus OperatorServices::PutRow(PxSchema *schema, int32_t columns, const uint8
     if (Aligned(head + size) > RowRing::kMaxRecordBytes)
         return PXSTC_Length;
     uint8_t *record = stream.rows->Reserve(Aligned(head + size));
-    if (record == nullptr)
-        return PXSTC_DataStream;
 
     auto *words = reinterpret_cast<uint32_t *>(record);
     uint64_t total = 0;

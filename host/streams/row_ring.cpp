@@ -49,16 +49,19 @@ void RingWriter::Publish()
     RingDoorbell(board_);
 }
 
-bool RingWriter::WaitForRoom(size_t bytes)
+void RingWriter::WaitForRoom(size_t bytes)
 {
     RingWords &words = ring_.words();
     Publish();
     for (;;) {
         taken_ = words.taken.load(std::memory_order_acquire);
         if (position_ + bytes - taken_ <= RowRing::kBytes)
-            return true;
-        if (board_.abort.load(std::memory_order_relaxed) != 0)
-            return false;
+            return;
+        if (board_.abort.load(std::memory_order_relaxed) != 0) {
+            // The instance is called back between two rows: until then it writes for nobody.
+            taken_ = position_;
+            return;
+        }
         const uint32_t seen = words.writer_bell.load(std::memory_order_acquire);
         words.writer_waiting.store(1, std::memory_order_seq_cst);
         std::atomic_thread_fence(std::memory_order_seq_cst);

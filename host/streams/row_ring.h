@@ -45,13 +45,11 @@ public:
     RingWriter(RowRing &ring, Board &board, int instance);
 
     // Room for a record of that many bytes (a multiple of 8, at most kMaxRecordBytes), to be filled
-    // before Append. Null when the job is aborted.
+    // before Append. Once the job is aborted what is written goes nowhere.
     uint8_t *Reserve(size_t bytes)
     {
-        if (position_ + bytes - taken_ > RowRing::kBytes) [[unlikely]] {
-            if (!WaitForRoom(bytes))
-                return nullptr;
-        }
+        if (position_ + bytes - taken_ > RowRing::kBytes) [[unlikely]]
+            WaitForRoom(bytes);
         return ring_.At(position_);
     }
 
@@ -68,7 +66,7 @@ public:
 
 private:
     static constexpr uint64_t kPublishBytes = 128 << 10;
-    bool WaitForRoom(size_t bytes);
+    void WaitForRoom(size_t bytes);
     RowRing &ring_;
     Board &board_;
     InstanceBoard &mine_;

@@ -1,0 +1,302 @@
+// tests/scripted_operator/scripted_operator.cpp - an operator library that does what a test's job tells it.
+//
+// The attributes Initiate, Execute and Terminate hold a script each: steps apart by ";", one step a call.
+// A step may start with "2:" and is then instance 2's alone. A script that is over answers 42.
+//
+//     rows N [BYTES]  N rows, one a call        next, wait, again, checkpoint, status S    41, 68, 0, 33, S
+//     message NUMBER SEVERITY TEXT              code N      exit code
+//     variable N      makes FileNames           files       reads FileNames back into the trace
+//     counts INDEX RECORDS ROWS REFUSED SKIPPED    crash, leave S, hang [SIGNAL ..], spin    the ways to go
+//     signal S ..     to the runner             pid         into the trace
+//
+// Every call leaves a line "instance method phase" in the file Trace, each time the phase or method is new.
+
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "fenwire/infrastructure.h"
+
+namespace {
+
+constexpr uint32_t kEntryBytes = 4120;  // of FileNames: status, instance, size, name
+
+std::string Attribute(PxOperator *op, const char *name)
+{
+    const void *value = nullptr;
+    int32_t length = 0;
+    if (op->PX_GetAttribute(op, name, &value, &length) != PXSTC_Success)
+        return {};
+    return {static_cast<const char *>(value), static_cast<size_t>(length)};
+}
+
+int Instance(PxOperator *op)
+{
+    int number = 0;
+    const std::string bytes = Attribute(op, "SYSTEM_InstanceNumber");
+    memcpy(&number, bytes.data(), sizeof number);
+    return number;
+}
+
+void Trace(PxOperator *op, const std::string &line)
+{
+    const std::string file = Attribute(op, "Trace");
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    const std::string whole = std::to_string(Instance(op)) + " " + line + "\n";
+    if (fd < 0 || write(fd, whole.data(), whole.size()) < 0)
+        abort();
+    close(fd);
+}
+
+// ---- Rows -------------------------------------------------------------------------------------
+
+PxSchema *Stream(PxOperator *op, int32_t *columns)
+{
+    PxSchema **schemas = nullptr;
+    PxColumn **list = nullptr;
+    int32_t count = 0;
+    uint32_t declared = 0;
+    if (op->PX_GetTableSchemaList(op, 3, &schemas, &count) != 0 || count != 1 ||
+        schemas[0]->PX_GetColumnSchemaList(schemas[0], &list, columns, &declared) != 0)
+        abort();
+    return schemas[0];
+}
+
+// Row r of instance i: "i.r" in every column, filled up with "x" to the wanted bytes. The last column of
+// every third row is NULL; in every fifth the columns do not touch each other.
+PxStatus PutRow(PxOperator *op, uint64_t row, size_t bytes)
+{
+    static int32_t columns = 0;
+    static PxSchema *const stream = Stream(op, &columns);
+    static const std::string prefix = std::to_string(Instance(op)) + ".";
+    static std::vector<uint8_t> indicators(static_cast<size_t>(columns));
+    static std::vector<uint32_t> offsets, lengths;
+    static std::string value, block;
+
+    char digits[24];
+    value.assign(prefix);
+    value.append(digits, std::to_chars(digits, digits + sizeof digits, row).ptr);
+    if (value.size() < bytes)
+        value.resize(bytes, 'x');
+    offsets.clear(), lengths.clear(), block.clear();
+    for (int32_t i = 0; i < columns; ++i) {
+        if (row % 5 == 0)
+            block += "gap";
+        offsets.push_back(static_cast<uint32_t>(block.size()));
+        lengths.push_back(static_cast<uint32_t>(value.size()));
+        block += value;
+    }
+    indicators.back() = row % 3 == 0;
+    return stream->PX_PutRow(stream, columns, indicators.data(), offsets.data(), lengths.data(),
+                             block.data(), static_cast<uint32_t>(block.size()));
+}
+
+// ---- Steps ------------------------------------------------------------------------------------
+
+struct Step {
+    std::string name;
+    std::vector<std::string> words;
+    int64_t Number(size_t i) const { return i < words.size() ? atoll(words[i].c_str()) : 0; }
+};
+
+struct Script {
+    std::vector<Step> steps;
+    size_t at = 0;
+    uint64_t done = 0;  // rows of the step
+
+    Script(PxOperator *op, const char *attribute)
+    {
+        std::istringstream text(Attribute(op, attribute));
+        const std::string mine = std::to_string(Instance(op)) + ":";
+        for (std::string part; std::getline(text, part, ';');) {
+            std::istringstream words(part);
+            Step step;
+            words >> step.name;
+            if (const size_t colon = step.name.find(':'); colon != std::string::npos) {
+                if (step.name.substr(0, colon + 1) != mine)
+                    continue;
+                step.name.erase(0, colon + 1);
+            }
+            for (std::string word; words >> word;)
+                step.words.push_back(word);
+            steps.push_back(step);
+        }
+    }
+};
+
+void Message(PxOperator *op, const Step &step)
+{
+    static PxLog *log = nullptr;
+    if (log == nullptr && op->PX_Loginit(op, "scripted", Instance(op), nullptr, 0, &log) != 0)
+        abort();
+    std::string text;
+    for (size_t i = 2; i < step.words.size(); ++i)
+        text += (i > 2 ? " " : "") + step.words[i];
+    PxLogArg args[3] = {};
+    args[0].type = args[1].type = PX_ARG_TEXT;
+    args[0].text = "scripted[1]: QLX";
+    args[1].text = text.c_str();
+    if (op->PX_LogWrite(log, static_cast<uint32_t>(step.Number(0)), 3,
+                        static_cast<int32_t>(step.Number(1)), args) != 0)
+        abort();
+}
+
+PxStatus Variable(PxOperator *op, uint32_t files)
+{
+    PxStatus status = op->PX_CreateGlobalVar(op, "FileNames", kEntryBytes, files);
+    for (uint32_t i = 1; i <= files && status == 0; ++i) {
+        std::vector<char> entry(kEntryBytes);
+        const uint64_t size = 1000 * i;
+        memcpy(entry.data() + 8, &size, sizeof size);
+        snprintf(entry.data() + 16, 64, "file%u", i);
+        status = op->PX_UpdateGlobalVar(op, "FileNames", entry.data(), kEntryBytes, i);
+    }
+    return status;
+}
+
+PxStatus Files(PxOperator *op)
+{
+    const void *entry = nullptr;
+    uint32_t length = 0;
+    for (uint32_t i = 1;; ++i) {
+        const PxStatus status = op->PX_ReadGlobalVar(op, "FileNames", i, &entry, &length);
+        if (status != PXSTC_Success)
+            return PXSTC_SamePhase;
+        Trace(op, std::string("sees ") + (static_cast<const char *>(entry) + 16));
+    }
+}
+
+PxStatus Counts(PxOperator *op, const Step &step)
+{
+    PxFileCounts counts = {};
+    counts.index = static_cast<uint32_t>(step.Number(0));
+    counts.ended = 1;
+    counts.records = static_cast<uint64_t>(step.Number(1));
+    counts.rows = static_cast<uint64_t>(step.Number(2));
+    counts.refused = static_cast<uint64_t>(step.Number(3));
+    counts.skipped = static_cast<uint64_t>(step.Number(4));
+    return op->PX_PutJobStat(op, PX_STAT_FileCounts, PX_STAT_RECORD, &counts, sizeof counts, 0, 0);
+}
+
+void Signal(const Step &step)
+{
+    for (size_t i = 0; i < step.words.size(); ++i)
+        kill(getppid(), static_cast<int>(step.Number(i)));
+}
+
+PxStatus Perform(PxOperator *op, Script &script)
+{
+    if (script.at == script.steps.size())
+        return PXSTC_EndMethod;
+    const Step &step = script.steps[script.at];
+    if (step.name == "rows") {
+        if (static_cast<int64_t>(script.done) < step.Number(0)) {
+            const PxStatus status = PutRow(op, ++script.done, static_cast<size_t>(step.Number(1)));
+            return status == PXSTC_Success ? PXSTC_SamePhase : status;
+        }
+        script.done = 0;
+    }
+    if (step.name == "hang") {
+        Signal(step);
+        for (;;)
+            pause();
+    }
+    if (step.name == "spin")
+        return PXSTC_SamePhase;
+    ++script.at;
+    if (step.name == "next")
+        return PXSTC_NextPhase;
+    if (step.name == "wait")
+        return PXSTC_WaitTimeout;
+    if (step.name == "again")
+        return PXSTC_Success;
+    if (step.name == "checkpoint")
+        return PXSTC_Checkpoint;
+    if (step.name == "status")
+        return static_cast<PxStatus>(step.Number(0));
+    if (step.name == "crash")
+        raise(SIGSEGV);
+    if (step.name == "leave")
+        _exit(static_cast<int>(step.Number(0)));
+    if (step.name == "signal")
+        Signal(step);
+    if (step.name == "pid")
+        Trace(op, "pid " + std::to_string(getpid()));
+    if (step.name == "message")
+        Message(op, step);
+    if (step.name == "code") {
+        const int16_t code = static_cast<int16_t>(step.Number(0));
+        op->PX_SetAttribute(op, "PX_ExitCode", &code, sizeof code);
+    }
+    PxStatus status = PXSTC_Success;
+    if (step.name == "variable")
+        status = Variable(op, static_cast<uint32_t>(step.Number(0)));
+    if (step.name == "counts")
+        status = Counts(op, step);
+    if (step.name == "files")
+        status = Files(op);
+    return status == PXSTC_Success ? PXSTC_SamePhase : status;
+}
+
+void Enter(PxOperator *op, const char *method, uint32_t phase)
+{
+    static std::string last;
+    std::string line = std::string(method) + " " + std::to_string(phase);
+    if (method[0] == 'T')
+        line += " " + Attribute(op, "SYSTEM_ExecutePassed");
+    if (line != last)
+        Trace(op, line);
+    last = line;
+}
+
+PxStatus Initiate(PxOperator *op, uint32_t phase)
+{
+    signal(SIGSEGV, SIG_DFL);
+    Enter(op, "Initiate", phase);
+    static Script script(op, "Initiate");
+    return Perform(op, script);
+}
+
+PxStatus Execute(PxOperator *op, uint32_t phase)
+{
+    static uint32_t last = 0;
+    if (phase != last)
+        Enter(op, "Execute", phase);
+    last = phase;
+    static Script script(op, "Execute");
+    return Perform(op, script);
+}
+
+PxStatus Terminate(PxOperator *op, uint32_t phase)
+{
+    Enter(op, "Terminate", phase);
+    static Script script(op, "Terminate");
+    for (;;) {
+        const PxStatus status = Perform(op, script);
+        if (status != PXSTC_SamePhase)
+            return status;
+    }
+}
+
+PxStatus Unused(PxOperator *, uint32_t) { return PXSTC_NotSupported; }
+
+PxStatus Event(PxOperator *) { return PXSTC_NotSupported; }
+
+PxMethods methods = {"16.10.00.10", "16.10.00.10", 1,      Initiate, Execute,
+                     Terminate,     Unused,        Unused, Event};
+
+}  // namespace
+
+extern "C" PX_EXPORT PxStatus PX_GetOperatorMethods(PxMethods **table)
+{
+    *table = &methods;
+    return PXSTC_Success;
+}
