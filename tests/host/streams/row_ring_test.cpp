@@ -1,5 +1,6 @@
 // tests/host/streams/row_ring_test.cpp - rows between two processes: all of them, in order, or a clean end.
 
+#include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <random>
@@ -20,17 +21,14 @@ struct Fixture {
 };
 
 // A record of one column whose bytes follow from its number.
-bool PutNumbered(RingWriter &writer, uint32_t number, uint32_t length)
+void PutNumbered(RingWriter &writer, uint32_t number, uint32_t length)
 {
     const size_t bytes = (12 + size_t{length} + 7) & ~size_t{7};
     uint8_t *record = writer.Reserve(bytes);
-    if (record == nullptr)
-        return false;
     const uint32_t words[] = {static_cast<uint32_t>(bytes), length, length};
     memcpy(record, words, sizeof words);
     memset(record + 12, static_cast<int>(number & 0xFF), length);
     writer.Append(bytes);
-    return true;
 }
 
 uint32_t LengthOf(std::mt19937 &random)
@@ -49,7 +47,7 @@ TEST(RowRing, EveryRecordArrivesInOrderThroughAFullRing)
         RingWriter writer(f.ring, f.board, 1);
         std::mt19937 random(7);
         for (uint32_t i = 0; i < kRecords; ++i)
-            ASSERT_TRUE(PutNumbered(writer, i, LengthOf(random)));
+            PutNumbered(writer, i, LengthOf(random));
         writer.Publish();
     });
     RingReader reader(f.ring);
@@ -75,19 +73,21 @@ TEST(RowRing, EveryRecordArrivesInOrderThroughAFullRing)
     EXPECT_EQ(f.board.Of(1).rows.load(), kRecords);
 }
 
-TEST(RowRing, FullRingWithoutAReaderEndsWithTheAbort)
+TEST(RowRing, WritersWaitForTheReaderUntilTheAbort)
 {
+    constexpr uint32_t kRecords = 3 * RowRing::kBytes / 1000;
     Fixture f;
-    std::thread killer([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        f.board.abort.store(1);
+    std::atomic<uint32_t> written = 0;
+    std::thread producer([&] {
+        RingWriter writer(f.ring, f.board, 1);
+        for (; written < kRecords; ++written)
+            PutNumbered(writer, written, 1000);
     });
-    RingWriter writer(f.ring, f.board, 1);
-    uint32_t rows = 0;
-    while (PutNumbered(writer, rows, 1000))
-        ++rows;
-    killer.join();
-    EXPECT_GT(rows, RowRing::kBytes / 1100);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_LT(written, RowRing::kBytes / 1000);
+    f.board.abort.store(1);
+    producer.join();
+    EXPECT_EQ(written, kRecords);
 }
 
 TEST(RowRing, DamagedRecordsAreRefusedBeforeTheyAreUsed)
