@@ -33,7 +33,6 @@ public:
     std::string Imbalance() const;  // words for records read that became nothing; empty: none did
     int exit_code() const;          // highest of all instances
     bool failing() const { return !reason_.empty(); }
-    bool committed() const { return committed_; }
 
     // Fills counts, status and exit code of the report.
     void Write(JobReport &report) const;
