@@ -1,8 +1,5 @@
 // operator/access.cpp - the operator's side of the access layer: start, attach, open.
 
-#include <cstdarg>
-#include <cstdio>
-
 #include <sys/utsname.h>
 
 #include "attributes/attribute_table.h"
@@ -53,16 +50,6 @@ constexpr AttributeRow kAccessAttributes[] = {
     {.name = "AccessModuleInitStr", .kind = AttrKind::Text, .target = &access_module_init_string},
 };
 
-[[gnu::format(printf, 1, 2)]] void IdentificationLine(const char *format, ...)
-{
-    char line[512];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(line, sizeof line, format, args);
-    va_end(args);
-    BoxLine("FW_FenwireAttach", 1, line);
-}
-
 void WriteIdentification()
 {
     utsname system = {};
@@ -70,7 +57,7 @@ void WriteIdentification()
         return;
     uname(&system);
     BoxRule("FW_FenwireAttach", 1);
-    IdentificationLine("Module Identification");
+    BoxLine("FW_FenwireAttach", 1, "Module Identification");
     BoxRule("FW_FenwireAttach", 1);
     FW_TRACE(1, "%s-bit %s operator for %s release %s on %s", "64", OpNameStr, system.sysname,
              system.release, system.nodename);
@@ -92,7 +79,8 @@ PxStatus AccessFailed(const char *routine, int code)
 
 constexpr uint32_t kTextFormat = 1;
 
-// The longest record that the schema can make, for back ends that want to know.
+// The longest record that the schema can make, for back ends that want to know. extra: delimited,
+// and read.
 uint32_t ExpectedRecordLength(uint32_t extra[2])
 {
     const auto columns = static_cast<uint32_t>(SG_ColCount);
@@ -106,11 +94,11 @@ uint32_t ExpectedRecordLength(uint32_t extra[2])
     if (bQuotedData != 0) {
         const SpecialCharValue &close = CloseQuoteMark.length != 0 ? CloseQuoteMark : OpenQuoteMark;
         length += columns * static_cast<uint32_t>(OpenQuoteMark.length + close.length);
-        if (bAppendDelimiter != 0)
-            length += static_cast<uint32_t>(TextDelimiter.length);
-        extra[0] = 1;
-        extra[1] = Reading != 0;
     }
+    if (bAppendDelimiter != 0)
+        length += static_cast<uint32_t>(TextDelimiter.length);
+    extra[0] = 1;
+    extra[1] = Reading != 0;
     return length;
 }
 
