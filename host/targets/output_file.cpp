@@ -102,13 +102,16 @@ PendingFile::PendingFile(const fs::path &path)
     Check(path);
     path_ = Followed(path);
     part_ = path_.parent_path() / fmt::format(".{}.{}.part", path_.filename().string(), getpid());
-    fd_ = open(part_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    // Nobody reads a part who could not read what it replaces, not even before its mode is set.
+    struct stat old;
+    const bool replaces = stat(path_.c_str(), &old) == 0;
+    fd_ = open(part_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+               replaces ? 0600 : 0666);
     if (fd_ < 0)
         throw TargetError(
             fmt::format("file {} can't be made: {}", Quoted(part_.string()), strerror(errno)));
-    struct stat old;
-    if (stat(path_.c_str(), &old) == 0)
-        fchmod(fd_, old.st_mode & 07777);
+    if (replaces)
+        fchmod(fd_, old.st_mode & 0777);
 }
 
 PendingFile::~PendingFile()

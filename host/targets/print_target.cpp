@@ -41,8 +41,9 @@ struct PrintStyle {
             if (!special[static_cast<uint8_t>(value[i])])
                 continue;
             const std::string_view rest = value.substr(i);
+            // The end of a value may be the start of a delimiter too: "a:" before "::".
             if (rest[0] == '\n' || rest[0] == '\r' || rest.starts_with(delimiter) ||
-                rest.starts_with(quote))
+                delimiter.starts_with(rest) || rest.starts_with(quote))
                 return true;
         }
         return false;
@@ -175,6 +176,9 @@ void CheckPrintSettings(const Job &job, std::vector<Complaint> &found)
     const auto overlap = [](const std::string &a, const std::string &b) {
         return !a.empty() && !b.empty() && a.find(b) != std::string::npos;
     };
+    if (style.delimiter.empty())
+        complain("delimiter", "delimiter is empty, so columns could not be told apart",
+                 "\"|\", \",\" and \"\\t\" are the common ones");
     if (HoldsLineEnd(style.delimiter))
         complain("delimiter", "delimiter holds a line end, which ends a row",
                  "\"|\", \",\" and \"\\t\" are the common ones");
@@ -185,8 +189,8 @@ void CheckPrintSettings(const Job &job, std::vector<Complaint> &found)
     if (overlap(style.delimiter, style.quote) || overlap(style.quote, style.delimiter))
         complain("quote", "quote and delimiter hold each other, so values could not be told apart",
                  "use another character for one of them");
-    if (HoldsLineEnd(style.null) || overlap(style.null, style.delimiter) ||
-        overlap(style.null, style.quote))
+    if (HoldsLineEnd(style.null) || overlap(style.null, style.quote) ||
+        (style.null + style.delimiter).find(style.delimiter) < style.null.size())
         complain("null", "null holds a line end, the delimiter or the quote",
                  "use a text without them, such as \"NULL\"");
     if (SameWord(job.charset, "UTF16") || job.charset == "62" || SameWord(job.charset, "UCS-2"))

@@ -16,7 +16,7 @@ namespace fenwire {
 
 namespace {
 
-constexpr int kBusyMilliseconds = 3000;
+constexpr std::chrono::milliseconds kBusy{3000};
 constexpr const char *kCachePragma = "PRAGMA cache_size = -16384";  // 16 MiB
 
 // {0}: the file, {1}: SQLite's own words, {2}: the system's.
@@ -40,21 +40,19 @@ constexpr struct {
 }  // namespace
 
 SqliteDatabase::SqliteDatabase(const std::filesystem::path &file, Access access)
-    : SqliteDatabase(Quoted(file.string()), file.c_str(),
-                     access == Access::ReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE)
+    : SqliteDatabase(Quoted(file.string()), file.c_str())
 {
+    if (access == Access::Look)
+        Run("PRAGMA query_only = 1");
 }
 
-SqliteDatabase SqliteDatabase::InMemory()
-{
-    return {"in memory", ":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY};
-}
+SqliteDatabase SqliteDatabase::InMemory() { return {"in memory", ":memory:"}; }
 
-SqliteDatabase::SqliteDatabase(std::string shown, const char *name, int flags)
-    : shown_(std::move(shown))
+SqliteDatabase::SqliteDatabase(std::string shown, const char *name) : shown_(std::move(shown))
 {
     sqlite3 *connection = nullptr;
-    const int code = sqlite3_open_v2(name, &connection, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int code =
+        sqlite3_open_v2(name, &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     connection_.reset(connection);
     if (connection == nullptr)
         throw TargetError(
@@ -62,7 +60,7 @@ SqliteDatabase::SqliteDatabase(std::string shown, const char *name, int flags)
     sqlite3_extended_result_codes(connection, 1);
     if (code != SQLITE_OK)
         Fail();
-    sqlite3_busy_timeout(connection, kBusyMilliseconds);
+    WaitForLocks(kBusy);
     Run(kCachePragma);
 }
 
@@ -88,6 +86,11 @@ bool SqliteDatabase::Step(const SqliteStatement &statement)
     if (code != SQLITE_ROW && code != SQLITE_DONE)
         Fail();
     return code == SQLITE_ROW;
+}
+
+void SqliteDatabase::WaitForLocks(std::chrono::milliseconds longest)
+{
+    sqlite3_busy_timeout(get(), static_cast<int>(longest.count()));
 }
 
 void SqliteDatabase::RollBack() noexcept

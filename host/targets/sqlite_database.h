@@ -3,6 +3,7 @@
 #ifndef FENWIRE_HOST_TARGETS_SQLITE_DATABASE_H
 #define FENWIRE_HOST_TARGETS_SQLITE_DATABASE_H
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <sqlite3.h>
@@ -19,16 +20,19 @@ using SqliteStatement = std::unique_ptr<sqlite3_stmt, SqliteFinalize>;
 // Members throw TargetError but where it is said.
 class SqliteDatabase {
 public:
-    enum class Access : uint8_t { ReadOnly, ReadWrite };
+    // Look changes nothing in the database. Its connection could write all the same: only such a one
+    // restores what a program left that was cut off, and takes the files away that WAL mode needs.
+    enum class Access : uint8_t { Look, Write };
 
-    // The file must be there. A lock of another program is waited for, about kBusySeconds long.
+    // The file must be there. A lock of another program is waited for, see WaitForLocks.
     SqliteDatabase(const std::filesystem::path &file, Access access);
     static SqliteDatabase InMemory();
 
     sqlite3 *get() const { return connection_.get(); }
     void Run(const std::string &sql);
     SqliteStatement Prepare(const std::string &sql);
-    bool Step(const SqliteStatement &statement);  // whether there is a row
+    bool Step(const SqliteStatement &statement);           // whether there is a row
+    void WaitForLocks(std::chrono::milliseconds longest);  // from now on; 3 s before the first call
     bool InTransaction() const { return sqlite3_get_autocommit(get()) == 0; }
     void RollBack() noexcept;
 
@@ -37,7 +41,7 @@ public:
     std::string Words() const { return sqlite3_errmsg(get()); }
 
 private:
-    SqliteDatabase(std::string shown, const char *name, int flags);
+    SqliteDatabase(std::string shown, const char *name);
 
     struct Close {
         void operator()(sqlite3 *connection) const { sqlite3_close(connection); }

@@ -11,8 +11,10 @@
 // An insert of several rows saves most of what a statement costs. When one fails, its rows are tried one
 // by one, so that the message can name the row.
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fmt/format.h>
 #include <optional>
@@ -36,6 +38,9 @@ namespace fs = std::filesystem;
 using Access = SqliteDatabase::Access;
 
 constexpr size_t kRowsAtOnce[] = {48, 8, 1};
+
+// Programs that still read are waited for at the end, as long as the job has taken within these limits.
+constexpr std::chrono::milliseconds kShortestCommitWait{3000}, kLongestCommitWait{60'000};
 
 // clang-format off
 constexpr struct {
@@ -120,9 +125,7 @@ public:
             TryCreating();
             return;
         }
-        // Where a program was cut off, only a writer can restore what was there before it.
-        const bool cut_off = access((file_.string() + "-journal").c_str(), F_OK) == 0;
-        SqliteDatabase database(file_, cut_off ? Access::ReadWrite : Access::ReadOnly);
+        SqliteDatabase database(file_, Access::Look);
         if (HasSqliteTable(database, table_)) {
             CompareSqliteTable(database, table_, job_);
             return;
@@ -157,6 +160,10 @@ public:
 
     TargetReport Commit() override
     {
+        // Who reads at this moment must not cost a long job its rows.
+        const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - begun_);
+        database_->WaitForLocks(std::clamp(taken, kShortestCommitWait, kLongestCommitWait));
         database_->Run("COMMIT");
         inserts_ = {};
         database_.reset();
@@ -235,12 +242,13 @@ private:
     void Begin()
     {
         RequireCharset(job_.charset);
+        begun_ = std::chrono::steady_clock::now();
         report_ = {};
         rows_of_.clear();
         left_out_ = 0;
         if (!FileIsThere())
             MakeFile();
-        database_.emplace(file_, Access::ReadWrite);
+        database_.emplace(file_, Access::Write);
         database_->Run("BEGIN IMMEDIATE");
         if (!HasSqliteTable(*database_, table_)) {
             RequireCreate(*database_);
@@ -407,6 +415,7 @@ private:
     bool create_, replace_, utf16_;
     std::vector<SqliteStorage> storages_;  // of the job's columns
     bool made_file_ = false;
+    std::chrono::steady_clock::time_point begun_;
     std::optional<SqliteDatabase> database_;
     std::array<SqliteStatement, std::size(kRowsAtOnce)> inserts_;  // null: not for rows this wide
     std::array<RowRecord, kRowsAtOnce[0]> waiting_;

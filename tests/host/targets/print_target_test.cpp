@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "host/targets/output_file.h"
@@ -59,6 +60,7 @@ TEST(PrintTarget, QuotesWhatCouldBeMistaken)
          {quote, Text("delimiter", "::")},
          {"a:b", "a::b"},
          "a:b::\"a::b\"\n"},
+        {"begins a long delimiter", {quote, Text("delimiter", "::")}, {"a:", ":b"}, "\"a:\":::b\n"},
         {"quote of two bytes",
          {Text("quote", "\u00b4")},
          {"a\u00b4", "b"},
@@ -76,9 +78,11 @@ TEST(PrintTarget, SettingsThatMakeRowsAmbiguousAreRefused)
         const char *what;
     } cases[] = {
         {{Text("delimiter", "a\n")}, "delimiter holds a line end"},
+        {{Text("delimiter", "")}, "delimiter is empty"},
         {{Text("quote", "''")}, "quote must be one character"},
         {{Text("quote", "|")}, "quote and delimiter hold each other"},
         {{Text("null", "a|b")}, "null holds"},
+        {{Text("delimiter", "::"), {"null", std::string("-:"), {3, 7}}}, "null holds"},
     };
     const TempDirectory folder;
     for (const auto &row : cases) {
@@ -95,6 +99,7 @@ TEST(PrintTarget, FileAppearsAtCommitOnly)
 {
     const TempDirectory folder;
     folder.Write("out.txt", "old");
+    chmod(folder.File("out.txt").c_str(), 0640);
     const Job job = TargetJob(folder, "print", {"a"}, {Text("file", "out.txt")});
     // More than a buffer, so that some of it is written before the end.
     const std::vector<Row> rows(6000, Row{std::string(99, 'x')});
@@ -107,6 +112,9 @@ TEST(PrintTarget, FileAppearsAtCommitOnly)
         EXPECT_EQ(FilesIn(folder), 1u);
     }
     EXPECT_EQ(Contents(folder.File("out.txt")).size(), 600'000u);
+    struct stat info;
+    ASSERT_EQ(stat(folder.File("out.txt").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0640u);
 }
 
 TEST(PrintTarget, FilesThatCanNotBeMadeAreNamed)

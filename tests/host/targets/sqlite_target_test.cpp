@@ -1,8 +1,11 @@
 // tests/host/targets/sqlite_target_test.cpp - rows in a table, none of them after a fault, and faults in words.
 
+#include <csignal>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -267,12 +270,68 @@ TEST_F(SqliteTargetTest, KilledJobLeavesWhatWasThere)
 
 TEST_F(SqliteTargetTest, CheckChangesNothing)
 {
+    const auto files = [&] {
+        const std::filesystem::directory_iterator all(folder.path());
+        return std::distance(begin(all), end(all));
+    };
     MakeTarget(MakeJob({"id"}))->Check();
-    EXPECT_NE(access(file.c_str(), F_OK), 0);
-    Sql("CREATE TABLE u(a)");
+    EXPECT_EQ(files(), 0);
+    for (const char *mode : {"DELETE", "WAL"}) {
+        Sql(std::string("CREATE TABLE IF NOT EXISTS u(a); PRAGMA journal_mode = ") + mode);
+        const std::string before = Contents(file);
+        MakeTarget(MakeJob({"id"}))->Check();
+        EXPECT_TRUE(Contents(file) == before) << mode;
+        EXPECT_EQ(files(), 1) << mode;
+    }
+}
+
+TEST_F(SqliteTargetTest, MissingRightsAreSaid)
+{
+    // clang-format off
+    static constexpr struct {
+        mode_t file, folder;
+        const char *what;
+    } kCases[] = {
+        {0444, 0777, "t.db\" can't be written: Permission denied"},
+        {0000, 0777, "t.db\" can't be written: Permission denied"},
+        {0666, 0555, "SQLite makes its journal there"},
+    };
+    // clang-format on
+    constexpr uid_t kNobody = 65534;
+    const auto without_rights = [] {
+        if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0))
+            _exit(2);
+    };
+    Sql("CREATE TABLE t(id)");
+    const auto target = MakeTarget(MakeJob({"id"}));
+    for (const auto &row : kCases) {
+        chmod(file.c_str(), row.file);
+        chmod(folder.path().c_str(), row.folder);
+        const std::string words = ErrorOfChild(without_rights, [&] { target->Check(); });
+        EXPECT_TRUE(Holds(words, row.what)) << words;
+        EXPECT_EQ(ErrorOfChild(without_rights, [&] { target->Open(); }), words);
+    }
+    chmod(folder.path().c_str(), 0700);
+}
+
+TEST_F(SqliteTargetTest, DiskThatTakesNoMoreLeavesWhatWasThere)
+{
+    Sql("CREATE TABLE t(id, v); INSERT INTO t VALUES (1, 'old')");
     const std::string before = Contents(file);
-    MakeTarget(MakeJob({"id"}))->Check();
-    EXPECT_EQ(Contents(file), before);
+    const std::vector<Row> rows(4000, Row{std::string(9000, 'x'), "v"});
+    const std::string words = ErrorOfChild(
+        [] {
+            const rlimit megabyte = {1 << 20, 1 << 20};
+            signal(SIGXFSZ, SIG_IGN);
+            setrlimit(RLIMIT_FSIZE, &megabyte);
+        },
+        [&] {
+            Load(MakeJob({"id", "v"}), rows);
+        });
+    EXPECT_TRUE(Holds(words, "t.db\" can't be read or written: disk I/O error (File too large)"))
+        << words;
+    EXPECT_EQ(Sql("SELECT * FROM t"), "1|old\n");
+    EXPECT_TRUE(Contents(file) == before);
 }
 
 TEST_F(SqliteTargetTest, LockedDatabaseIsSaidToBe)

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "host/targets/target.h"
 #include "tests/support/temp_directory.h"
 
@@ -86,6 +89,31 @@ std::string ErrorOf(Call &&call)
         return error.what();
     }
     return {};
+}
+
+// The same in a process of its own, which `prepare` has taken rights or room from.
+template <class Prepare, class Call>
+std::string ErrorOfChild(Prepare &&prepare, Call &&call)
+{
+    int ends[2];
+    if (pipe(ends) != 0)
+        return "no pipe";
+    const pid_t child = fork();
+    if (child == 0) {
+        prepare();
+        const std::string words = ErrorOf(call);
+        _exit(write(ends[1], words.data(), words.size()) == static_cast<ssize_t>(words.size()) ? 0
+                                                                                               : 1);
+    }
+    close(ends[1]);
+    std::string words;
+    char part[512];
+    for (ssize_t got; (got = read(ends[0], part, sizeof part)) > 0;)
+        words.append(part, static_cast<size_t>(got));
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status == 0 ? words : "the child ended with " + std::to_string(status);
 }
 
 #endif
