@@ -78,7 +78,9 @@ void AddTable(Lines &lines, const Table &table, size_t width)
 std::string NextSteps(const JobReport &report)
 {
     std::string steps;
-    if (!report.conserved)
+    // A job that stopped before its commit does not add up; what it left stands with the target.
+    const bool undone = HasStopped(report) && report.loaded == 0 && !report.target_note.empty();
+    if (!report.conserved && !undone)
         steps +=
             "do not rely on the rows in the target: some are not accounted for; keep the logs\n";
     if (report.status == "failed")
@@ -168,11 +170,15 @@ void AddConservation(Lines &lines, const JobReport &report)
 std::string Throughput(const JobReport &report)
 {
     const double bytes = static_cast<double>(report.bytes), rows = static_cast<double>(report.read);
+    // How much of an unfinished file was read is not known.
+    const bool whole = std::ranges::all_of(report.files, &FileReport::finished);
     const std::string amount =
-        fmt::format("{} in {}", Size(report.bytes), Duration(report.seconds));
+        fmt::format("{} in {}", whole ? Size(report.bytes) : Grouped(report.read) + " records",
+                    Duration(report.seconds));
     if (!(report.seconds > 0))
         return amount;
-    return fmt::format("{}: {}, {} rows/s", amount, Megabytes(bytes / report.seconds),
+    return fmt::format("{}: {}{} rows/s", amount,
+                       whole ? Megabytes(bytes / report.seconds) + ", " : "",
                        Grouped(PerSecond(rows, report.seconds)));
 }
 

@@ -170,6 +170,9 @@ JobReport Coordinator::Run()
     report.target = DescribeTarget(job_);
     report.log = public_log_.path().string();
     ledger_.Write(report);
+    const TargetKind *kind = FindTargetKind(job_.target_type);
+    if (kind != nullptr && !ledger_.committed() && !commit_in_doubt_)
+        report.target_note = kind->after_failure(job_);
     const std::string private_log = job_.producer.Text("PrivateLogName", kPrivateLogName);
     for (InstanceReport &instance : report.instances) {
         const auto log =

@@ -95,6 +95,7 @@ private:
     std::unique_ptr<Child> target_;
     bool target_open_ = false;
     Settling settling_ = Settling::NotYet;
+    bool commit_in_doubt_ = false;  // the target was told to commit, and did not say how that ended
     int signals_seen_ = 0;
     std::optional<Clock::time_point> recall_until_;
 };

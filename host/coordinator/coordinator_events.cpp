@@ -137,9 +137,9 @@ void Coordinator::FromTarget(InMessage &message)
         OnDrained(message.U64());
         break;
     case MessageKind::Committed: {
-        const uint64_t rows = message.U64();
+        const uint64_t rows = message.U64(), refused = message.U64();
         (void)message.U64();
-        ledger_.SetCommitted(rows, message.Text());
+        ledger_.SetCommitted(rows, refused, message.Text());
         settling_ = Settling::Settled;
         phases_.GoOnToTerminate();
         break;
@@ -148,6 +148,7 @@ void Coordinator::FromTarget(InMessage &message)
         const std::string words = message.Text();
         PublicLine(Error, "target: " + words);
         Fail(words);
+        settling_ = Settling::Undone;  // it undoes before it says so
         break;
     }
     case MessageKind::Aborted:
@@ -190,6 +191,7 @@ void Coordinator::TargetGone()
                   ? " while it committed; look at the target before the job is run again"
                   : ""));
     }
+    commit_in_doubt_ = settling_ == Settling::Committing;
     GiveUpRows();
     settling_ = Settling::Undone;
 }

@@ -77,10 +77,11 @@ void Ledger::SetProcess(int instance, uint64_t peak_memory, double cpu_seconds)
     of.cpu_seconds = cpu_seconds;
 }
 
-void Ledger::SetCommitted(uint64_t rows, const std::string &note)
+void Ledger::SetCommitted(uint64_t rows, uint64_t refused, const std::string &note)
 {
     committed_ = true;
     committed_rows_ = rows;
+    target_refused_ = refused;
     note_ = note;
 }
 
@@ -147,6 +148,7 @@ void Ledger::Write(JobReport &report) const
         report.bytes += file.bytes;
     }
     report.loaded = committed_ ? committed_rows_ : 0;
+    report.refused += target_refused_;
     report.target_note = note_;
     report.conserved = committed_ && report.read == report.loaded + report.refused + report.skipped;
 

@@ -26,11 +26,13 @@ public:
     void AddReason(const std::string &reason, Weight weight = Weight::Cause);
     void SetPlace(const std::string &place);  // where the first failure was
     void SetProcess(int instance, uint64_t peak_memory, double cpu_seconds);
-    void SetCommitted(uint64_t rows, const std::string &note);
+    // refused: rows that the target left out by its own rules.
+    void SetCommitted(uint64_t rows, uint64_t refused, const std::string &note);
     void SetInterrupted(int signal_number) { interrupted_by_ = signal_number; }
 
     uint64_t rows_handed_over() const;  // as the operator counts them
     std::string Imbalance() const;  // words for records read that became nothing; empty: none did
+    bool committed() const { return committed_; }
     int exit_code() const;          // highest of all instances
     bool failing() const { return !reason_.empty(); }
 
@@ -48,7 +50,7 @@ private:
     int warnings_ = 0;
     int interrupted_by_ = 0;
     bool committed_ = false;
-    uint64_t committed_rows_ = 0;
+    uint64_t committed_rows_ = 0, target_refused_ = 0;
     std::string note_;
 };
 

@@ -88,6 +88,7 @@ private:
             open_ = false;
             channel_.Send(OutMessage(MessageKind::Committed)
                               .Put(report.rows)
+                              .Put(report.refused)
                               .Put(report.bytes)
                               .Put(std::string_view(report.note)));
             return true;

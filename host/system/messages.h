@@ -49,7 +49,7 @@ enum class MessageKind : uint32_t {
     // target -> coordinator
     Opened,
     Drained,    // rows put
-    Committed,  // rows, bytes, note
+    Committed,  // rows, rows refused, bytes, note
     Aborted,
     TargetFailed,  // words
     kEnd

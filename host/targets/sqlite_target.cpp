@@ -168,9 +168,9 @@ public:
         inserts_ = {};
         database_.reset();
         made_file_ = false;
-        if (left_out_ > 0)
+        if (report_.refused > 0)
             report_.note = fmt::format(
-                "{} rows left out by ON CONFLICT rules or triggers of the table", left_out_);
+                "{} rows left out by ON CONFLICT rules or triggers of the table", report_.refused);
         return report_;
     }
 
@@ -245,7 +245,6 @@ private:
         begun_ = std::chrono::steady_clock::now();
         report_ = {};
         rows_of_.clear();
-        left_out_ = 0;
         if (!FileIsThere())
             MakeFile();
         database_.emplace(file_, Access::Write);
@@ -300,7 +299,7 @@ private:
             const auto taken = static_cast<uint64_t>(sqlite3_changes64(database_->get()));
             rows_of_[static_cast<size_t>(instance_)] += count;
             report_.rows += std::min<uint64_t>(taken, count);
-            left_out_ += count - std::min<uint64_t>(taken, count);
+            report_.refused += count - std::min<uint64_t>(taken, count);
             return;
         }
         if (RowFaultRemedy(code) == nullptr)
@@ -422,7 +421,6 @@ private:
     size_t waits_ = 0;
     int instance_ = 0;
     std::vector<uint64_t> rows_of_;  // inserted, by instance
-    uint64_t left_out_ = 0;
     TargetReport report_;
 };
 

@@ -26,9 +26,10 @@ class TargetError : public std::runtime_error {
 };
 
 struct TargetReport {
-    uint64_t rows = 0;   // taken for good: counted when committed
-    uint64_t bytes = 0;  // of data
-    std::string note;    // one line for the summary, such as a checksum; may be empty
+    uint64_t rows = 0;     // taken for good: counted when committed
+    uint64_t refused = 0;  // left out by the target's own rules, such as ON CONFLICT IGNORE
+    uint64_t bytes = 0;    // of data
+    std::string note;      // one line for the summary, such as a checksum; may be empty
 };
 
 class Target {
@@ -66,6 +67,8 @@ struct TargetKind {
         const Job &job);  // throws TargetError for settings that don't fit
     // Complaints about the settings that need no opening; appended.
     void (*check_settings)(const Job &job, std::vector<Complaint> &found);
+    // What a job leaves that failed before its commit, however it ended: a clause for the summary.
+    const char *(*after_failure)(const Job &job);
 };
 
 std::span<const TargetKind> TargetKinds();

@@ -5,10 +5,22 @@
 
 #include "host/job/words.h"
 #include "host/targets/kinds.h"
+#include "host/targets/settings.h"
 
 namespace fenwire {
 
 namespace {
+
+const char *AfterFailedNull(const Job &) { return "nothing was kept"; }
+
+const char *AfterFailedPrint(const Job &job)
+{
+    return FindSetting(job, "file") != nullptr
+               ? "no file was written; what stood under its name still does"
+               : "some rows may have gone to standard output";
+}
+
+const char *AfterFailedSqlite(const Job &) { return "the database is as it was before the job"; }
 
 // clang-format off
 constexpr TargetKey kPrintKeys[] = {
@@ -26,11 +38,11 @@ constexpr TargetKey kSqliteKeys[] = {
 };
 constexpr TargetKind kTargets[] = {
     {"null", "counts rows and sums them up; keeps nothing",
-     {}, MakeNullTarget, nullptr},
+     {}, MakeNullTarget, nullptr, AfterFailedNull},
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
-     kPrintKeys, MakePrintTarget, CheckPrintSettings},
+     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint},
     {"sqlite", "a table of an SQLite database: all rows of the job, or none",
-     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings},
+     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite},
 };
 // clang-format on
 

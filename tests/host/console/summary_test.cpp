@@ -112,6 +112,21 @@ TEST(Summary, ABrokenSumIsAFailureWhateverTheStatus)
     EXPECT_FALSE(Has(whole, "  reason"));
 }
 
+TEST(Summary, AnUndoneJobTellsWhatItLeftAndClaimsNoLoss)
+{
+    JobReport report = SmallReport();
+    report.status = "failed";
+    report.loaded = 0;
+    report.conserved = false;
+    report.target_note = "the database is as it was before the job";
+    report.files[0].finished = false;
+    EXPECT_FALSE(Has(Whole(report), "do not rely on the rows"));
+    EXPECT_TRUE(Has(Whole(report), "table orders\n          the database is as it was"));
+    EXPECT_TRUE(Has(Whole(report), "  speed   2,000 records in 2.0 s: 1,000 rows/s\n"));
+    report.target_note.clear();  // it may have committed
+    EXPECT_TRUE(Has(Whole(report), "do not rely on the rows"));
+}
+
 TEST(Summary, LongListsShowTheirEnds)
 {
     JobReport report = SmallReport();
