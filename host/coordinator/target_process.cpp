@@ -48,7 +48,6 @@ private:
             const RowBatch batch = readers_[i].Next(columns_, kBatchBytes);
             if (batch.start == batch.end)
                 continue;
-            batch.ForEach([&](const RowRecord &) { ++rows_; });
             if (open_)
                 target_->Put(static_cast<int>(i) + 1, batch);
             readers_[i].Release(batch);
@@ -81,7 +80,10 @@ private:
         if (kind == MessageKind::Drain) {
             while (TakeRows()) {
             }
-            return channel_.Send(OutMessage(MessageKind::Drained).Put(rows_));
+            uint64_t rows = 0;
+            for (const RingReader &reader : readers_)
+                rows += reader.rows();
+            return channel_.Send(OutMessage(MessageKind::Drained).Put(rows));
         }
         if (kind == MessageKind::Commit) {
             const TargetReport report = target_->Commit();
@@ -107,7 +109,6 @@ private:
     const uint32_t columns_;
     std::unique_ptr<Target> target_;
     bool open_ = false;
-    uint64_t rows_ = 0;
 };
 
 }  // namespace

@@ -13,6 +13,35 @@ constexpr uint32_t kNoBytes = 0xFFFFFFFF;
 
 constexpr size_t Aligned(size_t bytes) { return (bytes + 7) & ~size_t{7}; }
 
+struct PutArrays {
+    const uint8_t *indicators;
+    const uint32_t *offsets, *lengths;
+    const void *row;
+    uint32_t size;
+};
+
+// Rows with NULL, or with bytes between the columns. False: a column lies outside the row.
+bool PackColumns(uint32_t columns, const PutArrays &from, uint8_t *record, uint64_t *total)
+{
+    auto *words = reinterpret_cast<uint32_t *>(record);
+    uint8_t *const data = record + 8 + 4 * size_t{columns};
+    *total = 0;
+    for (uint32_t i = 0; i < columns; ++i) {
+        if (from.indicators[i] != 0) {
+            words[2 + i] = kNullColumn;
+            continue;
+        }
+        const uint32_t length = words[2 + i] = from.lengths[i];
+        if (length == 0)
+            continue;  // wherever it is said to lie
+        if (uint64_t{from.offsets[i]} + length > from.size || *total + length > from.size)
+            return false;
+        memcpy(data + *total, static_cast<const uint8_t *>(from.row) + from.offsets[i], length);
+        *total += length;
+    }
+    return true;
+}
+
 }  // namespace
 
 // Hot: a row costs a pass over its columns and one copy of its bytes.
@@ -23,41 +52,29 @@ PxStatus OperatorServices::PutRow(PxSchema *schema, int32_t columns, const uint8
     Stream &stream = *reinterpret_cast<Stream *>(schema);
     if (columns == 0 && indicators == nullptr)
         return PXSTC_NotSupported;  // rows in the job's layout come with indicator mode
-    if (static_cast<uint32_t>(columns) != stream.columns)
+    const uint32_t count = stream.columns;
+    if (static_cast<uint32_t>(columns) != count)
         return kCountError;
     if (indicators == nullptr || offsets == nullptr || lengths == nullptr || row == nullptr)
         return PXSTC_NullPointer;
     const uint32_t size = row_length == kNoBytes ? 0 : row_length;
-    const size_t head = 8 + 4 * size_t{stream.columns};
+    const size_t head = 8 + 4 * size_t{count};
     // The row's own size bounds what its columns may need: they do not overlap.
     if (Aligned(head + size) > RowRing::kMaxRecordBytes)
         return PXSTC_Length;
     uint8_t *record = stream.rows->Reserve(Aligned(head + size));
 
     auto *words = reinterpret_cast<uint32_t *>(record);
-    uint64_t total = 0;
-    bool gaps = false, outside = false;
-    for (uint32_t i = 0; i < stream.columns; ++i) {
-        const uint32_t length = indicators[i] != 0 ? 0 : lengths[i];
-        words[2 + i] = indicators[i] != 0 ? kNullColumn : length;
-        gaps |= offsets[i] != total && length != 0;
-        outside |= uint64_t{offsets[i]} + length > size && length != 0;
-        total += length;
+    uint64_t total = 0, differs = 0;  // from a row without NULL whose columns touch each other
+    for (uint32_t i = 0; i < count; ++i) {
+        differs |= indicators[i] | (offsets[i] ^ total);
+        words[2 + i] = lengths[i];
+        total += lengths[i];
     }
-    if (outside || total > size) [[unlikely]]
+    if (differs == 0 && total <= size) [[likely]]
+        memcpy(record + head, row, total);
+    else if (!PackColumns(count, {indicators, offsets, lengths, row, size}, record, &total))
         return PXSTC_Length;
-    uint8_t *data = record + head;
-    const auto *from = static_cast<const uint8_t *>(row);
-    if (!gaps) [[likely]] {
-        memcpy(data, from, total);
-    } else {
-        for (uint32_t i = 0; i < stream.columns; ++i) {
-            if (indicators[i] != 0)
-                continue;
-            memcpy(data, from + offsets[i], lengths[i]);
-            data += lengths[i];
-        }
-    }
     words[0] = static_cast<uint32_t>(Aligned(head + total));
     words[1] = static_cast<uint32_t>(total);
     stream.rows->Append(words[0]);

@@ -39,13 +39,25 @@ RingWriter::RingWriter(RowRing &ring, Board &board, int instance)
 {
 }
 
-void RingWriter::Publish()
+void RingWriter::Advance()
 {
-    if (position_ == published_)
-        return;
     published_ = position_;
     ring_.words().written.store(published_, std::memory_order_release);
     mine_.rows.store(rows_, std::memory_order_relaxed);
+    if (published_ - rung_ < kWakeBytes)
+        return;
+    rung_ = published_;
+    RingDoorbell(board_);
+}
+
+void RingWriter::Publish()
+{
+    if (position_ == rung_)
+        return;
+    Advance();
+    if (rung_ == position_)
+        return;
+    rung_ = position_;
     RingDoorbell(board_);
 }
 
@@ -88,6 +100,7 @@ RowBatch RingReader::Next(uint32_t columns, size_t most)
         if (bytes > left || bytes % 8 != 0 || bytes < uint64_t{head} + record.data_bytes())
             throw std::runtime_error("a row record in an instance's ring is damaged");
         end += bytes;
+        ++rows_;
     }
     return {start, end, columns};
 }

@@ -3,10 +3,12 @@
 // One writer, one reader. The ring's bytes are mapped twice behind each other, so a record never wraps
 // and a batch is one run of bytes. Positions only grow; position modulo the size is the place.
 //
-// The writer keeps its position to itself and publishes it every kPublishBytes: a waiting target is not
-// woken for a single row. The instance publishes the rest whenever it has nothing to do. A full ring puts the writer to sleep; the reader wakes it once half the ring is free. An
-// empty set of rings puts the reader to sleep on the board's doorbell. Whoever goes to sleep raises its
-// flag first, so that no wake-up is lost; sleeps are bounded all the same, and end when the job is aborted.
+// The writer keeps its position to itself and publishes it every kPublishBytes; a sleeping target is
+// woken for kWakeBytes only, since waking costs as much as some hundred rows. The instance hands over the
+// rest whenever it has nothing to do. A full ring puts the writer to sleep; the reader wakes it once half
+// the ring is free. An empty set of rings puts the reader to sleep on the board's doorbell. Whoever goes
+// to sleep raises its flag first, so that no wake-up is lost; sleeps are bounded all the same, and a
+// writer's ends when the job is aborted.
 
 #ifndef FENWIRE_HOST_STREAMS_ROW_RING_H
 #define FENWIRE_HOST_STREAMS_ROW_RING_H
@@ -58,19 +60,21 @@ public:
         position_ += bytes;
         ++rows_;
         if (position_ - published_ >= kPublishBytes) [[unlikely]]
-            Publish();
+            Advance();
     }
 
-    void Publish();  // everything appended becomes visible
+    void Publish();  // everything appended becomes visible, and the target sees to it
     uint64_t rows() const { return rows_; }
 
 private:
-    static constexpr uint64_t kPublishBytes = 128 << 10;
+    static constexpr uint64_t kPublishBytes = 64 << 10;
+    static constexpr uint64_t kWakeBytes = 512 << 10;
+    void Advance();
     void WaitForRoom(size_t bytes);
     RowRing &ring_;
     Board &board_;
     InstanceBoard &mine_;
-    uint64_t position_ = 0, published_ = 0, taken_ = 0, rows_ = 0;
+    uint64_t position_ = 0, published_ = 0, rung_ = 0, taken_ = 0, rows_ = 0;
 };
 
 class RingReader {
@@ -80,11 +84,12 @@ public:
     // What is there, at most about most bytes, in whole records; empty when nothing is. The records
     // are checked: a size that can't be throws std::runtime_error.
     RowBatch Next(uint32_t columns, size_t most);
-    void Release(const RowBatch &batch);  // its bytes may be written again
+    void Release(const RowBatch &batch);     // its bytes may be written again
+    uint64_t rows() const { return rows_; }  // in all batches so far
 
 private:
     RowRing &ring_;
-    uint64_t position_ = 0;
+    uint64_t position_ = 0, rows_ = 0;
 };
 
 // Sleeps until the doorbell is no longer as it was seen, at most so long. Load the doorbell before the
