@@ -56,6 +56,7 @@ private:
     void OnDrained(uint64_t rows);
     void FromInstance(int instance, InMessage &message);
     void OnAnswer(int instance, int32_t status);
+    void NoteFailed(int instance);
     void OnLogLine(InMessage &message);
     void OnFileCounts(int instance, InMessage &message);
     void InstanceGone(int instance);

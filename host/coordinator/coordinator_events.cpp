@@ -169,7 +169,7 @@ void Coordinator::OnDrained(uint64_t rows)
              std::to_string(ledger_.rows_handed_over()) + "; nothing was committed");
     } else if (const std::string imbalance = ledger_.Imbalance(); !imbalance.empty()) {
         Fail(imbalance + "; nothing was committed");
-    } else if (ledger_.exit_code() >= 12) {
+    } else if (ledger_.exit_code() >= Ledger::kFatal) {
         Fail("an instance ended with exit code 12", Ledger::Weight::Consequence);
     } else {
         settling_ = Settling::Committing;
@@ -259,7 +259,7 @@ void Coordinator::OnAnswer(int instance, int32_t status)
     phases_.Answered(instance, status);
     if (status == PXSTC_NextPhase || status == PXSTC_EndMethod || status == kStopped)
         return;
-    board_.Of(instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
+    NoteFailed(instance);
     const std::string who = "instance " + std::to_string(instance);
     if (!file.empty())
         ledger_.SetPlace(who + " was at " + file);
@@ -269,6 +269,12 @@ void Coordinator::OnAnswer(int instance, int32_t status)
         Fail(who + " failed in " + method + " with status " + std::to_string(status) + " (" +
                  PxStatusName(status) + ")",
              Ledger::Weight::Consequence);
+}
+
+void Coordinator::NoteFailed(int instance)
+{
+    board_.Of(instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
+    ledger_.RaiseExitCode(instance, Ledger::kFatal);
 }
 
 void Coordinator::OnLogLine(InMessage &message)
@@ -299,11 +305,11 @@ void Coordinator::InstanceGone(int instance)
 {
     const std::string file = CurrentFile(instance);
     Of(instance).Reap(kAfterEndMs);
-    board_.Of(instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
     const bool expected = phases_.done();
     phases_.Died(instance);
     if (expected)
         return;
+    NoteFailed(instance);
     const std::string end = Of(instance).end().empty() ? "ended early" : Of(instance).end();
     const std::string words = "instance " + std::to_string(instance) + " " + end +
                               (file.empty() ? "" : " while it had " + file);

@@ -12,7 +12,6 @@ namespace fenwire {
 namespace {
 
 constexpr size_t kErrorsShown = 5;
-constexpr int kFatal = 12, kWarned = 4;
 
 }  // namespace
 

@@ -14,6 +14,7 @@ namespace fenwire {
 
 class Ledger {
 public:
+    static constexpr int kWarned = 4, kFatal = 12;  // exit codes
     explicit Ledger(int instances) : instances_(static_cast<size_t>(instances)) {}
 
     void AddFile(int instance, const PxFileCounts &counts, const std::string &name, double seconds);
@@ -33,7 +34,7 @@ public:
     uint64_t rows_handed_over() const;  // as the operator counts them
     std::string Imbalance() const;  // words for records read that became nothing; empty: none did
     bool committed() const { return committed_; }
-    int exit_code() const;          // highest of all instances
+    int exit_code() const;  // highest of all instances
     bool failing() const { return !reason_.empty(); }
 
     // Fills counts, status and exit code of the report.
