@@ -160,6 +160,12 @@ void AddInstances(Lines &lines, const JobReport &report, size_t width)
 
 void AddConservation(Lines &lines, const JobReport &report)
 {
+    // Of a job that kept nothing there is nothing to add up.
+    if (report.exit_code != 0 && report.loaded == 0 && !report.conserved) {
+        lines.push_back({fmt::format("  {:<6}  read {}, kept none", "rows", Grouped(report.read)),
+                         Tone::Bad});
+        return;
+    }
     lines.push_back(
         {fmt::format("  {:<6}  read {} = loaded {} + refused {} + skipped {}: {}", "rows",
                      Grouped(report.read), Grouped(report.loaded), Grouped(report.refused),
