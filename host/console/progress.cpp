@@ -115,8 +115,9 @@ std::vector<const InstanceSnapshot *> ShownInstances(const JobSnapshot &now, siz
         shown.push_back(&instance);
     if (shown.size() <= most)
         return shown;
-    std::ranges::stable_partition(
-        shown, [](const InstanceSnapshot *instance) { return instance->state != "finished"; });
+    std::stable_partition(shown.begin(), shown.end(), [](const InstanceSnapshot *instance) {
+        return instance->state != "finished";
+    });
     shown.resize(most);
     std::ranges::sort(shown, {}, &InstanceSnapshot::instance);
     return shown;

@@ -162,8 +162,8 @@ void AddConservation(Lines &lines, const JobReport &report)
 {
     // Of a job that kept nothing there is nothing to add up.
     if (report.exit_code != 0 && report.loaded == 0 && !report.conserved) {
-        lines.push_back({fmt::format("  {:<6}  read {}, kept none", "rows", Grouped(report.read)),
-                         Tone::Bad});
+        lines.push_back(
+            {fmt::format("  {:<6}  read {}, kept none", "rows", Grouped(report.read)), Tone::Bad});
         return;
     }
     lines.push_back(
@@ -178,7 +178,7 @@ std::string Throughput(const JobReport &report)
     const double bytes = static_cast<double>(report.bytes), rows = static_cast<double>(report.read);
     // How much of an unfinished file was read is not known.
     const bool whole = std::ranges::all_of(report.files, &FileReport::finished);
-    const std::string amount =
+    std::string amount =
         fmt::format("{} in {}", whole ? Size(report.bytes) : Grouped(report.read) + " records",
                     Duration(report.seconds));
     if (!(report.seconds > 0))

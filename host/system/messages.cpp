@@ -25,7 +25,7 @@ OutMessage &OutMessage::Put(std::string_view text)
 InMessage::InMessage(std::string body, UniqueFd fd) : body_(std::move(body)), fd_(std::move(fd))
 {
     const uint32_t kind = U32();
-    if (kind == 0 || kind >= static_cast<uint32_t>(MessageKind::kEnd))
+    if (kind == 0 || kind >= static_cast<uint32_t>(MessageKind::End))
         throw ProtocolError("a message of unknown kind " + std::to_string(kind));
     kind_ = static_cast<MessageKind>(kind);
 }

@@ -52,7 +52,7 @@ enum class MessageKind : uint32_t {
     Committed,  // rows, rows refused, bytes, note
     Aborted,
     TargetFailed,  // words
-    kEnd
+    End
 };
 
 class OutMessage {
@@ -102,7 +102,7 @@ private:
     }
     std::string body_;
     size_t at_ = 0;
-    MessageKind kind_ = MessageKind::kEnd;
+    MessageKind kind_ = MessageKind::End;
     UniqueFd fd_;
 };
 

@@ -19,8 +19,7 @@ public:
     UniqueFd(UniqueFd &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     UniqueFd &operator=(UniqueFd &&other) noexcept
     {
-        Close();
-        fd_ = std::exchange(other.fd_, -1);
+        std::swap(fd_, other.fd_);  // what was held before is closed with other
         return *this;
     }
     ~UniqueFd() { Close(); }

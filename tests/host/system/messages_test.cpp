@@ -40,7 +40,7 @@ TEST(Channel, NonsenseIsAnErrorAndNoMore)
         {"too short for a kind",     "abc"                                                   },
         {"kind 0",                   std::string(4, '\0')                                    },
         {"an unknown kind",          std::string("\xff\x00\x00\x00", 4)                      },
-        {"a text longer than the message", std::string("\x0c\x00\x00\x00\xff\xff\x00\x00ab", 10)},
+        {"a text longer than the message", std::string("\x0c\x00\x00\x00\xff\xff\x00\x00" "ab", 10)},
         {"a packet beyond the limit", std::string(Channel::kMaxBytes + 1, '\1')               },
     };
     // clang-format on
