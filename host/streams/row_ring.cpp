@@ -76,8 +76,7 @@ void RingWriter::WaitForRoom(size_t bytes)
         }
         const uint32_t seen = words.writer_bell.load(std::memory_order_acquire);
         words.writer_waiting.store(1, std::memory_order_seq_cst);
-        std::atomic_thread_fence(std::memory_order_seq_cst);
-        if (position_ + bytes - words.taken.load(std::memory_order_acquire) > RowRing::kBytes)
+        if (position_ + bytes - words.taken.load(std::memory_order_seq_cst) > RowRing::kBytes)
             FutexWait(words.writer_bell, seen, kLookAgainMs);
         words.writer_waiting.store(0, std::memory_order_relaxed);
     }
@@ -109,9 +108,9 @@ void RingReader::Release(const RowBatch &batch)
 {
     RingWords &words = ring_.words();
     position_ += static_cast<uint64_t>(batch.end - batch.start);
-    words.taken.store(position_, std::memory_order_release);
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    if (words.writer_waiting.load(std::memory_order_relaxed) == 0)
+    // Either this look sees the raised flag, or the writer's second look sees the new position.
+    words.taken.store(position_, std::memory_order_seq_cst);
+    if (words.writer_waiting.load(std::memory_order_seq_cst) == 0)
         return;
     // Half a ring of room is worth a wake-up; less only when there is nothing more to take.
     const uint64_t pending = words.written.load(std::memory_order_acquire) - position_;
