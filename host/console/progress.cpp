@@ -186,6 +186,7 @@ std::vector<std::string> ProgressBlock(const JobSnapshot &now, const JobRates &r
     const std::string indent(number_columns + 2, ' ');
 
     std::vector<std::string> lines;
+    lines.reserve(shown.size() + 2);
     for (const InstanceSnapshot *instance : shown)
         lines.push_back(InstanceLine(*instance, rates.Rows(instance->instance), number_columns,
                                      std::min(screen.columns, kMostColumns)));

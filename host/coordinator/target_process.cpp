@@ -17,8 +17,7 @@ constexpr int kLookAgainMs = 500;
 class TargetProcess {
 public:
     TargetProcess(const TargetSetup &setup, Channel &channel)
-        : board_(setup.board), channel_(channel), rings_(setup.rings),
-          readers_(setup.rings.begin(), setup.rings.end()),
+        : board_(setup.board), channel_(channel), readers_(setup.rings.begin(), setup.rings.end()),
           columns_(static_cast<uint32_t>(setup.job.columns.size())), target_(MakeTarget(setup.job))
     {
     }
@@ -104,7 +103,6 @@ private:
 
     Board &board_;
     Channel &channel_;
-    std::vector<RowRing> &rings_;
     std::vector<RingReader> readers_;
     const uint32_t columns_;
     std::unique_ptr<Target> target_;
