@@ -63,7 +63,6 @@ void Coordinator::Start()
                 for (auto &other : instances_)
                     other->channel().Close();
             }));
-        board_.Of(i).pid.store(static_cast<uint32_t>(Of(i).pid()), std::memory_order_relaxed);
     }
 }
 

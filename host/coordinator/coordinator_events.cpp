@@ -223,6 +223,8 @@ void Coordinator::FromInstance(int instance, InMessage &message)
 {
     switch (message.kind()) {
     case MessageKind::Hello:
+        PublicLine(Information, "instance " + std::to_string(instance) +
+                                    ": operator library version " + message.Text());
         break;
     case MessageKind::Answer:
         OnAnswer(instance, message.I32());
@@ -236,11 +238,10 @@ void Coordinator::FromInstance(int instance, InMessage &message)
     case MessageKind::ExitCode:
         ledger_.RaiseExitCode(instance, message.I32());
         break;
-    case MessageKind::Statistic: {
-        const int32_t number = message.I32();
-        ledger_.AddStatistic(instance, number, message.U64());
+    case MessageKind::Statistic:
+        PublicLine(Information,
+                   "instance " + std::to_string(instance) + ": statistic " + message.Text());
         break;
-    }
     case MessageKind::FileCounts:
         OnFileCounts(instance, message);
         break;
@@ -375,8 +376,7 @@ JobSnapshot Coordinator::Snapshot() const
         InstanceSnapshot &of = shot.instances[static_cast<size_t>(file.instance - 1)];
         of.file.assign(file.name, strnlen(file.name, sizeof file.name));
         of.file_bytes = size;
-        const auto pid = board_.Of(file.instance).pid.load(std::memory_order_relaxed);
-        of.file_read = std::min(size, FilePosition(static_cast<pid_t>(pid), of.file));
+        of.file_read = std::min(size, FilePosition(Of(file.instance).pid(), of.file));
         shot.read_bytes += of.file_read;
     }
     return shot;

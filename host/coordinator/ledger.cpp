@@ -34,11 +34,6 @@ void Ledger::AddFile(int instance, const PxFileCounts &counts, const std::string
     of.files += counts.ended != 0 ? 1 : 0;
 }
 
-void Ledger::AddStatistic(int, int32_t, uint64_t)
-{
-    // The 32-bit statistics say less than the file counts; they are for other infrastructures.
-}
-
 void Ledger::RaiseExitCode(int instance, int code)
 {
     int &of = instances_[static_cast<size_t>(instance - 1)].exit_code;

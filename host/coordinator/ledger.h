@@ -18,7 +18,6 @@ public:
     explicit Ledger(int instances) : instances_(static_cast<size_t>(instances)) {}
 
     void AddFile(int instance, const PxFileCounts &counts, const std::string &name, double seconds);
-    void AddStatistic(int instance, int32_t number, uint64_t value);
     void RaiseExitCode(int instance, int code);
     void AddMessage(int severity, const std::string &line);  // warnings and errors are remembered
     // Why the job failed: the first one counts, the rest follows from it. A consequence says less than

@@ -27,6 +27,34 @@ PxStatus Guarded(Body &&body) noexcept
     }
 }
 
+std::string StatisticName(int32_t statistic)
+{
+    static constexpr struct {
+        int32_t number;
+        const char *name;
+    } kNames[] = {
+        {PX_STAT_RowsRead, "FWRowsRead"},         {PX_STAT_RowsWritten, "FWRowsWritten"},
+        {PX_STAT_FilesRead, "FWFilesRead"},       {PX_STAT_FilesWritten, "FWFilesWritten"},
+        {PX_STAT_FileName, "FWFileName"},         {PX_STAT_RowErrorNo, "FWRowErrorNo"},
+        {PX_STAT_CheckPointNo, "FWCheckPointNo"},
+    };
+    for (const auto &row : kNames) {
+        if (row.number == statistic)
+            return row.name;
+    }
+    return std::to_string(statistic);
+}
+
+std::string StatisticValue(int32_t type, const void *value, size_t length)
+{
+    constexpr int32_t kUnsigned = 1;
+    uint64_t number = 0;
+    if (type != kUnsigned || length > sizeof number)
+        return std::string(static_cast<const char *>(value), length);
+    memcpy(&number, value, length);
+    return std::to_string(number);
+}
+
 std::string UserName()
 {
     const passwd *entry = getpwuid(getuid());
@@ -63,10 +91,8 @@ PxStatus OperatorServices::PutStatistic(int32_t statistic, int32_t type, const v
                        .Raw(&counts, sizeof counts));
         return PXSTC_Success;
     }
-    uint64_t number = 0;
-    if (type == 1 && static_cast<size_t>(length) <= sizeof number)
-        memcpy(&number, value, static_cast<size_t>(length));
-    link_.Tell(OutMessage(MessageKind::Statistic).Put(statistic).Put(number));
+    const std::string shown = StatisticValue(type, value, static_cast<size_t>(length));
+    link_.Tell(OutMessage(MessageKind::Statistic).Put(StatisticName(statistic) + " = " + shown));
     return PXSTC_Success;
 }
 

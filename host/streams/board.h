@@ -17,7 +17,6 @@ enum class InstanceState : uint32_t { Starting, Loading, Waiting, Finished, Fail
 struct alignas(64) InstanceBoard {
     std::atomic<uint64_t> rows;        // handed over, published in steps
     std::atomic<InstanceState> state;  // for people
-    std::atomic<uint32_t> pid;
 };
 
 struct alignas(64) Board {

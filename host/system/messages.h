@@ -26,7 +26,6 @@ enum class MessageKind : uint32_t {
     // coordinator -> instance
     Call = 1,  // method, phase, whether execute passed
     Reply,     // status, number; perhaps a descriptor
-    Quit,
     // instance -> coordinator
     Hello,           // the library is loaded: its version
     Answer,          // status of the method, or kStopped
@@ -39,7 +38,7 @@ enum class MessageKind : uint32_t {
     LogLine,         // number, class, severity, rendered leader and text
     ConsoleLine,     // text
     ExitCode,        // code
-    Statistic,       // number, value or text
+    Statistic,       // words: name and value
     FileCounts,      // PxFileCounts
     Trouble,         // words: the instance can't start or go on
     // coordinator -> target

@@ -50,7 +50,6 @@ inline int32_t MaxRecordsPerInstance = -1;
 inline int32_t bEnableScan = 0;
 inline int32_t bArchiveFatal = 1;  // a file that can't be archived ends the job
 inline uint32_t Archiving = 0;
-inline uint32_t UsingVigilWindow = 0;
 
 // ---- File attributes --------------------------------------------------------------------------
 // Writers: attributes/file_attributes.cpp attributes/delimited_attributes.cpp operator/file_info.cpp schema/establish.cpp
@@ -60,7 +59,6 @@ inline uint32_t FileFormat = 0;   // 1 TEXT and DELIMITED, 2 BINARY, 3 FORMATTED
 inline char FormatWord[24] = "";  // as given, upper case
 inline char OpenModeWord[16] = "";
 inline int32_t BufferSize = -1;
-inline int32_t Valid_UTFX = 0;
 inline uint32_t bTruncateUTF8 = 0;
 inline int32_t bAcceptEOFasEOR = 1;
 inline int32_t bAppendDelimiter = 0;
@@ -71,7 +69,6 @@ inline int32_t TruncateColumnsOpt = 0;
 inline char SG_RowErrFileName[kMaxPath + 1] = "";
 inline int32_t SG_ErrorRowLimit = -1;
 inline int32_t RowErrorVerbosity = 0;
-inline int32_t SG_ContinueOnRowError = 0;  // 0 no record error file, 1 open, 2 limit reached
 
 // ---- Special characters -----------------------------------------------------------------------
 // Writers: attributes/delimited_attributes.cpp attributes/special_chars.cpp attributes/parsing_case.cpp

@@ -59,7 +59,6 @@ inline FileNode *FirstFileNode = nullptr, *CurrentFileNode = nullptr;
 inline FileNamesEntry CurrentFile = {};  // image of the current file's element
 inline int32_t CurrentFileIndex = 0;     // its index, from 1
 inline char CurrentFullPath[8200] = "";  // directory and name of the current file
-inline const char *pCurrentFileName = CurrentFullPath;
 inline char SG_PathSeparater[2] = "/";
 
 #endif

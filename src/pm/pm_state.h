@@ -17,7 +17,6 @@ inline uint32_t bTakeAMcheckpoint = 1;
 // ---- Current record ---------------------------------------------------------------------------
 // Writers: rows/write_row.cpp delimited/extract.cpp delimited/trim_blanks.cpp
 inline pmRecord pmBuffer = {};
-inline pmRecord pmBufferOrig = {};  // the record as it was read, for the record error file
 
 // ---- Character set ----------------------------------------------------------------------------
 // Writers: pm/char_sets.cpp pm/char_lengths.cpp delimited/characters.cpp pm/formats/text_discovery.cpp

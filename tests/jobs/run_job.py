@@ -15,6 +15,7 @@ A .job file is a run of sections, each with a head line:
     == rows [ordered]            what the print target wrote to standard output
     == says                      each line must stand in standard error
     == never says                no line may stand there
+    == logs                      each line must stand in the public log
     == query out.db SQL          rows of the query, columns between bars
     == json                      each "key value" line must be so in the object on standard output
 
@@ -84,7 +85,7 @@ def main(job_file, build):
         kind, *rest = head.split()
         if kind == "about":
             continue
-        if kind in ("exit", "rows", "says", "never", "query", "json"):
+        if kind in ("exit", "rows", "says", "never", "logs", "query", "json"):
             expect.append((kind, head, lines(body)))
         elif kind == "args":
             args = " ".join(body).split()
@@ -125,6 +126,9 @@ def main(job_file, build):
                 bad.append("rows differ:\n  " + "\n  ".join(got[:50]) + "\nwanted:\n  " + "\n  ".join(wanted[:50]))
         elif kind == "says":
             bad += [f"does not say: {line}" for line in body if line not in err]
+        elif kind == "logs":
+            log = "".join(p.read_text() for p in work.glob(".fenwire/*/logs/public.log"))
+            bad += [f"does not log: {line}" for line in body if line not in log]
         elif kind == "never":
             bad += [f"says: {line}" for line in body if line in err]
         elif kind == "query":

@@ -27,7 +27,7 @@ TEST(Channel, FieldsAndDescriptorsArriveAsTheyWereSent)
     EXPECT_EQ(there.TryReceive(message), Channel::Result::Nothing);
     here.Close();
     EXPECT_FALSE(there.Receive(message));
-    EXPECT_FALSE(there.Send(OutMessage(MessageKind::Quit)));
+    EXPECT_FALSE(there.Send(OutMessage(MessageKind::Drain)));
 }
 
 TEST(Channel, NonsenseIsAnErrorAndNoMore)
