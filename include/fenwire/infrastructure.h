@@ -193,6 +193,7 @@ enum {
     PX_STAT_RowErrorNo = 125,
     PX_STAT_CheckPointNo = 126,
     PX_STAT_FileCounts = 1000, /* PxFileCounts: a file is finished, or was left in a failure */
+    PX_STAT_BadRecord = 1001,  /* PxBadRecord and what follows it: a record that was found bad */
     PX_STAT_RECORD = 9         /* type word of the records */
 };
 
@@ -207,6 +208,22 @@ typedef struct PxFileCounts {
     uint64_t bytes;   /* size of the file as it was found, 0 for a pipe */
     double cpu_seconds;
 } PxFileCounts;
+
+/* A record that was left out, or that went on changed and is kept in the record error file. 48 bytes;
+ * behind them text_bytes of the reason in words and raw_bytes of the record as it was read, without its
+ * end-of-record mark. The statistic's length is the sum of the three. */
+typedef struct PxBadRecord {
+    uint32_t index;      /* element of FileNames, from 1 */
+    uint32_t left_out;   /* 1: no row came of it; 0: its row was handed over all the same */
+    uint64_t record;     /* of its file, from 1; records skipped at its start count */
+    int64_t offset;      /* of its first byte in the file; -1: not known, as in a pipe */
+    uint32_t message;    /* number of the message that tells of the same fault, 0: none */
+    uint32_t column;     /* at fault, from 1, as the schema counts; 0: none, or beyond the schema */
+    uint32_t kept;       /* 1: it was written to the record error file, too */
+    uint32_t text_bytes; /* no terminating zero */
+    uint32_t raw_bytes;
+    uint32_t unused;
+} PxBadRecord;
 
 /* ---- Global variables that an infrastructure may read -----------------------------------------
  * FileNames has one element for each input file of the job, written by the instance that reads it. */
