@@ -29,7 +29,7 @@ using ScanRoutine = void (*)(ScanState &);
 enum class FastRoad : uint8_t { Never, Always, AsciiRecords };
 
 // ---- Outcome of a record ----------------------------------------------------------------------
-// Writers: delimited/extract.cpp delimited/verdict.cpp operator/file_info.cpp
+// Writers: delimited/extract.cpp delimited/verdict.cpp delimited/raw_record.cpp operator/file_info.cpp
 inline uint32_t bUnclosedQuote = 0;  // the record ended inside quotes
 inline uint32_t bUsingUDDI = 0;  // the parsing case was validated; extraction refuses to run before
 inline int32_t ActualColumnCount = 0;  // columns found in the record
@@ -44,6 +44,11 @@ inline ScanRoutine FastScanner = nullptr;   // its twin that looks at marks only
 inline FastRoad FastScannerFor = FastRoad::Never;
 inline uint8_t *TargetBuffer = nullptr;  // the packed row
 inline size_t TargetBufferSize = 0;      // without the slack behind it
+
+// ---- Copy of a record that the scan changes ------------------------------------------------------
+// Writers: delimited/raw_record.cpp
+inline uint8_t *RawCopy = nullptr;
+inline size_t RawCopySize = 0;
 
 // ---- Character lengths of the open column -----------------------------------------------------
 // Writers: delimited/characters.cpp

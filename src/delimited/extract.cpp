@@ -9,6 +9,7 @@
 #include "delimited/delimited.h"
 #include "delimited/delimited_state.h"
 #include "delimited/marks.h"
+#include "delimited/raw_record.h"
 #include "delimited/scan_state.h"
 #include "delimited/verdict.h"
 #include "operator/messages.h"
@@ -93,7 +94,9 @@ int32_t ExtractDelimitedText()
                  UDDI_FeatureName);
         return NotInitialized;
     }
-    // The raw record is kept here for the record error file, once there is one.
+    pmBufferOrig = pmBuffer;
+    if (pmBuffer.DataLength > RawCopySize && !GrowRawCopy(pmBuffer.DataLength)) [[unlikely]]
+        return OutOfMemory;
     if (!GrowCharacterLength(pmBuffer.DataLength))
         return RefuseRecord(OutOfMemory, 0, 0);
     // Buffer mode zeroes its sum of variable data here, and each stored column adds to it.

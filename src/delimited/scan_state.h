@@ -7,7 +7,8 @@
 //     compacted                            to be moved down by gap        not read yet
 //
 // A stretch of data is moved once, when the next escape behind it is taken out or when somebody has
-// to look at it (Settle). A record without escapes is never moved.
+// to look at it (Settle). A record without escapes is never moved. Before the first byte is taken out,
+// the record is copied (raw_record.h).
 
 #ifndef FENWIRE_DELIMITED_SCAN_STATE_H
 #define FENWIRE_DELIMITED_SCAN_STATE_H
@@ -15,6 +16,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "delimited/raw_record.h"
 #include "delimited/verdict.h"
 
 // The schema's arrays, so that a store into one of them doesn't make the compiler read all of the
@@ -78,6 +80,8 @@ inline void Settle(ScanState &s, uint8_t *upto)
 // Takes the bytes at the cursor out of the record.
 inline void TakeOut(ScanState &s, uint32_t bytes)
 {
+    if (s.gap == 0)
+        KeepRawRecord();
     Settle(s, s.cursor);
     s.cursor += bytes;
     s.settled = s.cursor;

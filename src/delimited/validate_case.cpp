@@ -9,6 +9,7 @@
 #include "delimited/characters.h"
 #include "delimited/delimited.h"
 #include "delimited/delimited_state.h"
+#include "delimited/raw_record.h"
 #include "delimited/scan_columns.h"
 #include "operator/messages.h"
 #include "pm/pm_state.h"
@@ -171,9 +172,8 @@ int32_t ValidateUDDIcase()
         TraceSettings(digits);
     TakeScannerView();
     ChooseScanner();
-    // A consumer's converted columns get their records here; the original buffer of the record error
-    // file is allocated beside the target buffer.
-    return AllocateTarget() ? kValid : kNoMemory;
+    // A consumer's converted columns get their records here.
+    return AllocateTarget() && GrowRawCopy(TargetBufferSize) ? kValid : kNoMemory;
 }
 
 void FreeDelimitedBuffers()
@@ -182,4 +182,5 @@ void FreeDelimitedBuffers()
     TargetBuffer = nullptr;
     TargetBufferSize = 0;
     FreeCharacterLength();
+    FreeRawCopy();
 }

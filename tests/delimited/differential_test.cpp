@@ -237,6 +237,9 @@ std::string OfScanner(const std::string &record, bool stopped)
     if (stopped)
         row += " in " +
                Shown(std::string(reinterpret_cast<char *>(pmBuffer.Data), pmBuffer.DataLength));
+    const auto *raw = reinterpret_cast<const char *>(pmBufferOrig.Data);
+    if (std::string_view(raw, pmBufferOrig.DataLength) != record)
+        row += " and the raw record is lost";
     return Outcome(verdict, ActualColumnCount, row);
 }
 
