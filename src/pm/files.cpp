@@ -1,5 +1,6 @@
 // pm/files.cpp - opening and closing a file: its object, its tables, its buffer.
 
+#include <algorithm>
 #include <cstring>
 
 #include "attributes/attributes_state.h"
@@ -8,15 +9,22 @@
 #include "pm/pm_state.h"
 
 // clang-format off
-const pmFormatter kFormatters[9] = {
+constexpr pmFormatter kFormatters[9] = {
     {},
-    {pmrwfmtRtext, "text formatted I/O"},  // 1 TEXT, DELIMITED
-    {}, {}, {}, {}, {}, {},                // 2 to 7: records with a length prefix come in here
-    {},                                    // 8 UNFORMATTED comes in here
+    {pmrwfmtRtext, pmrwfmtWtext, "text formatted I/O"},  // 1 TEXT, DELIMITED
+    {}, {}, {}, {}, {}, {},                              // 2 to 7: records with a length prefix come in here
+    {},                                                  // 8 UNFORMATTED comes in here
 };
 // clang-format on
 
 namespace {
+
+constexpr bool IsWholeOrAbsent(const pmFormatter &format)
+{
+    return (format.FmtRead != nullptr) == (format.FmtWrite != nullptr) &&
+           (format.FmtRead != nullptr) == (format.trace != nullptr);
+}
+static_assert(std::ranges::all_of(kFormatters, IsWholeOrAbsent));
 
 uint32_t Platform_Endian() { return kLittleEndian; }
 
@@ -54,10 +62,12 @@ pmFile *NewFile(Paramod *module)
 void Describe(pmFile *file, uint16_t open_mode, uint32_t format, uint32_t buffer_size,
               const char *name)
 {
-    file->OpenMode = open_mode;
+    file->OpenMode = open_mode & ~kOpenPrivate;
+    file->bPrivate = (open_mode & kOpenPrivate) != 0;
     file->Format = format;
     file->BufferSize = buffer_size;
     file->BeginningOfFile = 1;
+    file->bQuotes = bQuotedData != 0;
     file->FlipBytes = EndianFlip != 0;
     file->BypassAMCheckpoint = bTakeAMcheckpoint == 0;
     file->Endian = Platform_Endian();
@@ -180,7 +190,10 @@ int pmClose(pmToken handle)
     PM_TRACE(1, "Closing file=%s", file->FName);
     PM_TRACE(1, "closed via default paramod");
     PM_TRACE(1, "Record count=%u", file->RecCount);
-    // A writer's buffer goes out here, and a module is sent its close block.
+    // Kept: the close of the disk decides, so that a last block that can't be written does not show
+    // here. Callers that must know call pmFlush first. A module is sent its close block in here.
+    if (file->OpenMode != kOpenRead)
+        file->Fmt.FmtWrite(file, nullptr, true);
     code = file->Dsk.DskClose(file);
     if (const int lost = Unlink(file); lost != pmrcOk)
         return lost;

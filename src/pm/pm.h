@@ -52,6 +52,18 @@ struct [[gnu::packed]] pmData {
     const void *bytes;  // not zero-terminated
 };
 
+// Read calls take files of mode 1 and 3, write calls those of mode 2 and 3.
+enum pmOpenMode : uint16_t {
+    kOpenRead = 1,
+    kOpenWrite = 2,        // creates the file, or empties it
+    kOpenWriteAppend = 3,  // the file must exist
+
+    // Added to a mode, for a file of the job's own in a folder where others may write. With
+    // kOpenWrite the name must be free, links included, and the file is readable by its owner only;
+    // with kOpenRead it must be a plain file of this user under one name.
+    kOpenPrivate = 0x100,
+};
+
 struct pmInitParms {
     uint32_t TraceLvl;  // 1 to 5
     const char *UtilityId;
@@ -86,7 +98,18 @@ int pmOpen(uint16_t open_mode, bool parallel_master, uint32_t format, const Hado
            const uint32_t *extra, pmToken *file);
 int pmRead(pmToken file, pmRecord *record);
 int pmWrite(pmToken file, const pmRecord *record);
-int pmFlush(pmToken file);
+int pmFlush(pmToken file);  // what was written so far is on the device
+
+// From here on the file's bytes go through unchanged: what is read from one file and written to
+// another, both set, is the same at the end. Read: records end where the writer of this layer would
+// end them, and neither quotes nor a byte order mark are looked for. Write: a record without bytes is
+// written as one, where it would be left out. To be called before the first record.
+int pmSetExact(pmToken file);
+
+// Where in its file the record begins that pmRead answered last. -1 when there is none, or when the
+// file has no offsets, as a pipe.
+int64_t pmRecordOffset(pmToken file);
+
 int pmGetPos(pmToken file, uint32_t user_done, pmData *position);
 int pmRepos(pmToken file, const pmData *position);
 int pmClose(pmToken file);

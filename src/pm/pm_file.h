@@ -21,7 +21,6 @@
 
 #include "pm/pm.h"
 
-enum : uint16_t { kOpenRead = 1, kOpenWrite = 2, kOpenWriteAppend = 3 };
 enum : uint32_t { kKindModule = 0x444F4D50, kKindFile = 0x4C494650 };  // "PMOD", "PFIL" in a dump
 
 inline constexpr uint32_t kMaxFileName = 4096;
@@ -45,12 +44,17 @@ private:
 };
 
 // A storage back end. All entries answer a pm return code. An entry may read and move the file's
-// buffer fields; it knows nothing of records. The writers' entry comes with writing, those of the
-// position with checkpoints.
+// buffer fields; it knows nothing of records. The entries of the position come with checkpoints.
 struct pmDiskEntries {
     // Next block behind BufferEnd, at most BufferSize bytes. 9 at the end of the file, 55 when a pipe
     // stays silent.
     Required<int(pmFile *file, uint32_t *bytes_read)> DskRBuf;
+
+    // Writes Buffer to BufferEnd, and empties it even when that fails.
+    Required<int(pmFile *file)> DskWBuf;
+
+    // Waits until what was written is on the device.
+    Required<int(pmFile *file)> DskSync;
 
     // Sets FIData. 29 is a success: the file is open, and empty.
     Required<int(pmFile *file)> DskOpen;
@@ -59,9 +63,10 @@ struct pmDiskEntries {
     Required<int(pmFile *file)> DskClose;
 };
 
-// A record format: how records lie in the blocks. The writer comes in here.
+// A record format: how records lie in the blocks.
 struct pmFormatter {
     int (*FmtRead)(pmFile *file, pmRecord *record);
+    int (*FmtWrite)(pmFile *file, const pmRecord *record, bool flush);  // record null: flush alone
     const char *trace;
 };
 
@@ -89,12 +94,17 @@ struct pmFile {
     uint32_t BufferEnd;       // offset behind the last byte
     uint8_t *Buffer;
     int32_t BufferBlkStrt;  // where the block begins that was read last, less BlkHeaderLen
+    uint64_t BufferOffset;  // file offset of the buffer's first byte
+    const uint8_t *Served;  // the record that pmRead answered last; null when it answered none
     uint8_t FlipBytes;
     uint8_t BypassAMCheckpoint;
     uint8_t atEOF;            // end of file was answered
     uint8_t BeginningOfFile;  // no record was served yet
     uint8_t bBOMFound;
-    uint8_t reserved;
+    uint8_t bQuotes;       // a line end inside quotes is data
+    uint8_t bPrivate;      // opened with kOpenPrivate
+    uint8_t bExact;        // see pmSetExact
+    uint8_t bOffsetKnown;  // the back end reads a file by its offsets: BufferOffset counts
     uint16_t EORLength;    // bytes of the end-of-record mark, 0 until it was found
     uint8_t EOR[kMaxEOR];  // as it stands in the file
     uint32_t Endian;       // 1 big, 2 little

@@ -1,6 +1,9 @@
 // pm/records.cpp - records in and out, and positions between them.
 
+#include <cstring>
+
 #include "attributes/attributes_state.h"
+#include "pm/formats/formats.h"
 #include "pm/handles.h"
 
 namespace {
@@ -22,9 +25,27 @@ namespace {
 int CheckWritable(const pmFile *file)
 {
     if (file->OpenMode == kOpenWrite || file->OpenMode == kOpenWriteAppend)
-        return pmrcUnsupported;  // the record writers come in here; no file is opened for them yet
+        return pmrcOk;
     PM_TRACE(1, "!ERROR! Writing a Read ONLY file");
     return pmrcReadOnly;
+}
+
+// A file that is appended to stands at its end, and its buffer holds what is to be written.
+int CheckReadable(pmFile *file, pmRecord *record)
+{
+    if (file->OpenMode == kOpenWrite) {
+        PM_TRACE(1, "!ERROR! Reading a Write ONLY file");
+        return pmrcWriteOnly;
+    }
+    record->DataLength = 0;
+    file->atEOF = 1;
+    return pmrcEOF;
+}
+
+// Rows of the record error file reach the disk at once where the job asks for it.
+bool WantsEachRecordWritten(const pmFile *file)
+{
+    return SG_LatencyOn == 'Y' && strcmp(file->FName, SG_RowErrFileName) == 0;
 }
 
 }  // namespace
@@ -35,10 +56,8 @@ int pmRead(pmToken handle, pmRecord *record)
     pmFile *file = EnterFile(__func__, handle, &code);
     if (file == nullptr) [[unlikely]]
         return code;
-    if (file->OpenMode == kOpenWrite) [[unlikely]] {
-        PM_TRACE(1, "!ERROR! Reading a Write ONLY file");
-        return pmrcWriteOnly;
-    }
+    if (file->OpenMode != kOpenRead) [[unlikely]]
+        return CheckReadable(file, record);
     if (file->atEOF != 0) [[unlikely]] {
         record->DataLength = 0;
         return pmrcEOF;
@@ -52,23 +71,53 @@ int pmRead(pmToken handle, pmRecord *record)
         file->BeginningOfFile = 0;
     record->Reserved = 0;
     record->RecCount = file->RecCount;
+    file->Served = record->Data;
     if (pmTraceLvl > 3) [[unlikely]]
         pmHexDmp(kDumpMessage, kDumpBytes, record->Data, record->DataLength, "Buffer->Data", true);
     return code;
 }
 
-int pmWrite(pmToken handle, const pmRecord *)
+int pmWrite(pmToken handle, const pmRecord *record)
 {
     int code = pmrcOk;
-    const pmFile *file = EnterFile(__func__, handle, &code);
-    return file == nullptr ? code : CheckWritable(file);
+    pmFile *file = EnterFile(__func__, handle, &code);
+    if (file == nullptr || (code = CheckWritable(file)) != pmrcOk)
+        return code;
+    ++file->RecCount;
+    code = file->Fmt.FmtWrite(file, record, WantsEachRecordWritten(file));
+    file->BeginningOfFile = 0;
+    return code;
 }
 
 int pmFlush(pmToken handle)
 {
     int code = pmrcOk;
+    pmFile *file = EnterFile(__func__, handle, &code);
+    if (file == nullptr || (code = CheckWritable(file)) != pmrcOk)
+        return code;
+    code = file->Fmt.FmtWrite(file, nullptr, true);
+    return code != pmrcOk ? code : int{file->Dsk.DskSync(file)};
+}
+
+int pmSetExact(pmToken handle)
+{
+    int code = pmrcOk;
+    pmFile *file = EnterFile(__func__, handle, &code);
+    if (file == nullptr)
+        return code;
+    file->bExact = 1;
+    file->bQuotes = 0;
+    SetWriterMark(file);
+    return pmrcOk;
+}
+
+int64_t pmRecordOffset(pmToken handle)
+{
+    int code = pmrcOk;
     const pmFile *file = EnterFile(__func__, handle, &code);
-    return file == nullptr ? code : CheckWritable(file);
+    if (file == nullptr || file->Served == nullptr || file->bOffsetKnown == 0)
+        return -1;
+    return static_cast<int64_t>(file->BufferOffset) + (file->Served - file->Buffer);
 }
 
 // Position blocks, for checkpoints and restarts, come in here.

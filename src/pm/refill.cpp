@@ -14,6 +14,7 @@ void MoveUnreadToFront(pmFile *file)
     PM_TRACE(4, "Overlap BufferEnd=%u", file->BufferEnd);
     PM_TRACE(4, "Overlap BufferPos=%u", file->BufferPosition);
     // Several readers of one file go on in the next shared buffer instead.
+    file->BufferOffset += file->BufferPosition;
     const uint32_t unread = file->BufferEnd - file->BufferPosition;
     memmove(file->Buffer, file->Buffer + file->BufferPosition, unread);
     file->BufferPosition = 0;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 class TempDirectory {
@@ -28,6 +29,11 @@ public:
     void Write(const std::string &name, const std::string &contents) const
     {
         std::ofstream(File(name), std::ios::binary) << contents;
+    }
+    std::string Read(const std::string &name) const
+    {
+        std::ifstream file(File(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
 private:

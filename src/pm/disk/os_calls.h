@@ -17,7 +17,12 @@ struct OsCalls {
     int (*open)(const char *path, int flags) = [](const char *path, int flags) {
         return ::open(path, flags);
     };
+    int (*create)(const char *path, int flags, mode_t mode) =
+        [](const char *path, int flags, mode_t mode) { return ::open(path, flags, mode); };
     ssize_t (*read)(int descriptor, void *to, size_t bytes) = ::read;
+    ssize_t (*write)(int descriptor, const void *from, size_t bytes) = ::write;
+    off_t (*lseek)(int descriptor, off_t offset, int whence) = ::lseek;
+    int (*fdatasync)(int descriptor) = ::fdatasync;
     int (*close)(int descriptor) = ::close;
     int (*stat)(const char *path, struct stat *info) = ::stat;
     int (*fstat)(int descriptor, struct stat *info) = ::fstat;

@@ -14,6 +14,8 @@
 
 constexpr pmDiskEntries kUnxDskEntries = {
     .DskRBuf = pmunxRBuf,
+    .DskWBuf = pmunxWBuf,
+    .DskSync = pmunxSync,
     .DskOpen = pmUnxDskOpen,
     .DskClose = pmUnxDskClose,
 };
@@ -21,36 +23,17 @@ constexpr pmDiskEntries kUnxDskEntries = {
 namespace {
 
 constexpr uint32_t kDefaultBlock = 65536;
-
-struct DiskFile {
-    pmToken MMToken;
-    int32_t descriptor;
-    uint64_t block_start;  // file offset of the block in the buffer
-    uint64_t next_block;   // file offset of the next one
-    uint32_t isFIFO;
-    uint32_t waits;   // a read may find nothing yet: the file is a pipe or a device
-    uint32_t at_end;  // a read found the end: a pipe's next writer does not prolong the file
-};
+constexpr const char *kStreamModes[] = {"rb", "wb", "rb+"};  // by open mode, as the log names them
 
 // ---- Open --------------------------------------------------------------------------------------
 
 int CheckMode(const pmFile *file)
 {
-    switch (file->OpenMode) {
-    case kOpenRead:
+    const bool known = file->OpenMode >= kOpenRead && file->OpenMode <= kOpenWriteAppend;
+    if (known && !(file->bPrivate != 0 && file->OpenMode == kOpenWriteAppend))
         return pmrcOk;
-    case kOpenWrite:
-    case kOpenWriteAppend: {
-        // Writing: the file is created, or opened at its end, here.
-        constexpr char kNotYet[] = "writing files is not available in this version";
-        pmSetErrTxt(kNotYet, sizeof kNotYet - 1);
-        PM_TRACE(1, "!ERROR! %s", kNotYet);
-        return pmrcText;
-    }
-    default:
-        PM_TRACE(1, "!ERROR! invalid open mode");
-        return pmrcBadParameter;
-    }
+    PM_TRACE(1, "!ERROR! invalid open mode");
+    return pmrcBadParameter;
 }
 
 // Only the name's first suffix counts, and only at its end: "a.gz.gz" is a plain file.
@@ -84,6 +67,8 @@ void LookAtPath(const pmFile *file)
 
     if (os.stat(file->FName, &info) != 0) {
         const int error = errno;
+        if (error == ENOENT && file->OpenMode == kOpenWrite)
+            return;  // it is about to be created
         PM_TRACE(1, "!WARNING! 'stat' call failed: %s", strerror_r(error, reason, sizeof reason));
         PM_TRACE(1, "errno=%d", error);
     } else if (S_ISFIFO(info.st_mode)) {
@@ -91,17 +76,19 @@ void LookAtPath(const pmFile *file)
     }
 }
 
-// With a time-out nothing may block, whatever lies under the name by now.
-int OpenFlags()
+// With a time-out nothing may block, whatever lies under the name by now; nor may a pipe that was put
+// in the place of a file of our own.
+int OpenFlags(const pmFile *file)
 {
-    return O_RDONLY | O_CLOEXEC | O_NOCTTY | (FIFO_TimeOutSeconds != 0 ? O_NONBLOCK : 0);
+    const int own = file->bPrivate != 0 ? O_NOFOLLOW | O_NONBLOCK : 0;
+    return O_RDONLY | O_CLOEXEC | O_NOCTTY | own | (FIFO_TimeOutSeconds != 0 ? O_NONBLOCK : 0);
 }
 
 int OpenForReading(const pmFile *file)
 {
     int descriptor = 0;
     do {
-        descriptor = os.open(file->FName, OpenFlags());
+        descriptor = os.open(file->FName, OpenFlags(file));
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
@@ -112,19 +99,37 @@ int OpenFailed(const pmFile *file)
     snprintf(text, sizeof text, "File: '%s'", file->FName);
     const int code = pmDiskError("pmUnxDskOpen", text);
     PM_TRACE(1, "Can't open FName=%s", file->FName);
-    PM_TRACE(1, "oOption=%s", "rb");
+    PM_TRACE(1, "oOption=%s", kStreamModes[file->OpenMode - kOpenRead]);
     return code;
 }
 
+int NotOurFile(const pmFile *file)
+{
+    char words[kMaxFileName + 100];
+    snprintf(words, sizeof words, "'%s' is not a plain file of this job's user", file->FName);
+    errno = 0;
+    return pmDiskError("pmUnxDskOpen", words);
+}
+
+bool IsOurFile(const struct stat &info)
+{
+    return S_ISREG(info.st_mode) && info.st_uid == geteuid() && info.st_nlink == 1;
+}
+
 // What was opened, which may differ from what was looked at.
-int Classify(const pmFile *file, DiskFile *disk)
+int Classify(pmFile *file, DiskFile *disk)
 {
     struct stat info = {};
     if (os.fstat(disk->descriptor, &info) != 0)
         return OpenFailed(file);
     disk->isFIFO = S_ISFIFO(info.st_mode);
+    disk->regular = file->bOffsetKnown = S_ISREG(info.st_mode);
     disk->waits = !S_ISREG(info.st_mode) && FIFO_TimeOutSeconds != 0;
-    if (!S_ISREG(info.st_mode) || info.st_size != 0)
+    if (file->bPrivate != 0 && !IsOurFile(info))
+        return NotOurFile(file);
+    if (file->OpenMode == kOpenWriteAppend)
+        return SeekToEnd(file, disk);
+    if (!S_ISREG(info.st_mode) || info.st_size != 0 || file->OpenMode != kOpenRead)
         return pmrcOk;
     PM_TRACE(1, "!WARNING! Empty file detected (for read)");
     return pmrcEmptyFile;
@@ -185,7 +190,7 @@ int pmUnxDskOpen(pmFile *file)
     if (file->BufferSize == 0)
         file->BufferSize = kDefaultBlock;
     LookAtPath(file);
-    disk->descriptor = OpenForReading(file);
+    disk->descriptor = file->OpenMode == kOpenRead ? OpenForReading(file) : OpenForWriting(file);
     code = disk->descriptor < 0 ? OpenFailed(file) : Classify(file, disk);
     if (code != pmrcOk && code != pmrcEmptyFile) {
         if (disk->descriptor >= 0)
@@ -221,7 +226,8 @@ int pmunxRBuf(pmFile *file, uint32_t *bytes_read)
 int pmUnxDskClose(pmFile *file)
 {
     auto *disk = static_cast<DiskFile *>(file->FIData);
-    os.close(disk->descriptor);
+    if (os.close(disk->descriptor) != 0 && file->OpenMode != kOpenRead)
+        PM_TRACE(1, "!WARNING! 'close' call failed: errno=%d", errno);
     pmFreeMem(disk->MMToken);
     file->FIData = nullptr;
     return pmrcOk;

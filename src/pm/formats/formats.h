@@ -9,4 +9,12 @@
 // last record, and there is no end-of-record mark in the file; 17, 45, 46 and the back end's codes.
 int pmrwfmtRtext(pmFile *file, pmRecord *record);
 
+// Appends a record and its mark to the I/O buffer, which is written out when it is full, or when flush
+// says so. A record without bytes is left out, unless the file is exact. Null: flush alone. 0; 17: the
+// record is longer than the buffer; 34 and the back end's codes.
+int pmrwfmtWtext(pmFile *file, const pmRecord *record, bool flush);
+
+// The end-of-record mark of a written text file. It is a line feed in the width of the data.
+void SetWriterMark(pmFile *file);
+
 #endif

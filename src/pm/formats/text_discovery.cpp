@@ -36,7 +36,7 @@ int MakeRoom(TextScan &scan)
         code = RefillForScan(scan);
     if (code != pmrcOk)
         return code;
-    uint32_t wanted = bQuotedData != 0 ? LongestQuoteMark() : 0;
+    uint32_t wanted = file->bQuotes != 0 ? LongestQuoteMark() : 0;
     if (IsUtf16() || file->Buffer[scan.offset] >= 0x80)
         wanted = std::max(wanted, kLongestCharacter);
     while (code == pmrcOk && scan.offset + wanted > file->BufferEnd)
@@ -158,7 +158,7 @@ int FindMark(TextScan &scan)
                 return code;
             continue;
         }
-        if (bQuotedData != 0 && MarkAt(scan, OpenQuoteMark)) {
+        if (scan.file->bQuotes != 0 && MarkAt(scan, OpenQuoteMark)) {
             StepIntoQuotes(scan);
             continue;
         }

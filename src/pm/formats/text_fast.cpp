@@ -156,7 +156,7 @@ int ScanFast(TextScan &scan)
 {
     if (CharSetFamily == kFamilyUtf16)
         return ScanLiteral(scan);
-    if (bQuotedData == 0) [[likely]]
+    if (scan.file->bQuotes == 0) [[likely]]
         return ScanPlain(scan);
     return QuotesAreSimple(scan.file) ? ScanQuoted(scan) : ScanLiteral(scan);
 }

@@ -142,7 +142,7 @@ int ScanLiteral(TextScan &scan)
     for (;;) {
         if (const int code = MakeRoom(scan, needed); code != pmrcOk)
             return code;
-        if (bQuotedData != 0) {
+        if (file->bQuotes != 0) {
             if (StepIntoQuotes(scan))
                 continue;
             scan.at_field_start = false;
