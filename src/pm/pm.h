@@ -53,7 +53,7 @@ struct [[gnu::packed]] pmData {
 };
 
 // Read calls take files of mode 1 and 3, write calls those of mode 2 and 3.
-enum pmOpenMode : uint16_t {
+enum PmOpenMode : uint16_t {
     kOpenRead = 1,
     kOpenWrite = 2,        // creates the file, or empties it
     kOpenWriteAppend = 3,  // the file must exist
@@ -109,6 +109,13 @@ int pmSetExact(pmToken file);
 // Where in its file the record begins that pmRead answered last. -1 when there is none, or when the
 // file has no offsets, as a pipe.
 int64_t pmRecordOffset(pmToken file);
+
+// Which file a handle has open, so that it is known again under whatever name. Zeros from a back end
+// that has no such numbers.
+struct PmIdentity {
+    uint64_t device, inode;
+};
+int pmIdentity(pmToken file, PmIdentity *identity);
 
 int pmGetPos(pmToken file, uint32_t user_done, pmData *position);
 int pmRepos(pmToken file, const pmData *position);

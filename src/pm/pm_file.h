@@ -95,6 +95,7 @@ struct pmFile {
     uint8_t *Buffer;
     int32_t BufferBlkStrt;  // where the block begins that was read last, less BlkHeaderLen
     uint64_t BufferOffset;  // file offset of the buffer's first byte
+    PmIdentity Identity;    // of what was opened
     const uint8_t *Served;  // the record that pmRead answered last; null when it answered none
     uint8_t FlipBytes;
     uint8_t BypassAMCheckpoint;

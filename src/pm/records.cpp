@@ -120,6 +120,14 @@ int64_t pmRecordOffset(pmToken handle)
     return static_cast<int64_t>(file->BufferOffset) + (file->Served - file->Buffer);
 }
 
+int pmIdentity(pmToken handle, PmIdentity *identity)
+{
+    int code = pmrcOk;
+    const pmFile *file = EnterFile(__func__, handle, &code);
+    *identity = file != nullptr ? file->Identity : PmIdentity{};
+    return code;
+}
+
 // Position blocks, for checkpoints and restarts, come in here.
 
 int pmGetPos(pmToken handle, uint32_t, pmData *position)

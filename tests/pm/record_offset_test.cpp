@@ -6,28 +6,33 @@ using RecordOffset = Pm;
 
 TEST_F(RecordOffset, PointsAtTheRecordWhereverTheBlocksEnd)
 {
-    static constexpr const char *kTexts[] = {
-        "\xEF\xBB\xBF"
-        "one,1\ntwo,22\n\nthree,333\n'fo\nur',4\nlast\n",
-        "one\r\n\r\n,'x\r\ny'\r\nthree three\r\nlast without a mark",
-        "\n\n\n\na",
-        "one record and no mark",
-        "\xEF\xBB\xBF\n",
+    // clang-format off
+    static constexpr struct {
+        const char *text;
+        uint32_t first, mark, records;  // bytes before the first record and of the mark
+    } kCases[] = {
+        {"\xEF\xBB\xBF" "one,1\ntwo,22\n\nthree,333\n'fo\nur',4\nlast\n",    3, 1, 6},
+        {"one\r\n\r\n,'x\r\ny'\r\nthree three\r\nlast without a mark", 0, 2, 5},
+        {"\n\n\n\na",                                                    0, 1, 5},
+        {"one record and no mark",                                       0, 0, 1},
+        {"\xEF\xBB\xBF\n",                                              3, 1, 0},
     };
+    // clang-format on
     pmSetCharSet("UTF8");
     Quote("'", "'");
-    for (const std::string text : kTexts) {
+    for (const auto &c : kCases) {
         for (uint32_t buffer_size = 22; buffer_size < 64; ++buffer_size) {
-            OpenText(text, buffer_size);
+            OpenText(c.text, buffer_size);
             EXPECT_EQ(pmRecordOffset(file), -1);
             pmRecord record = {};
-            int64_t behind = text.starts_with('\xEF') ? 3 : 0;
+            uint32_t records = 0;
+            int64_t behind = c.first;
             while (pmRead(file, &record) != pmrcEOF) {
-                EXPECT_EQ(pmRecordOffset(file), behind) << text << ", " << buffer_size;
-                behind += record.DataLength;
-                behind += text.find('\r') != std::string::npos ? 2 : 1;
+                EXPECT_EQ(pmRecordOffset(file), behind) << c.text << ", " << buffer_size;
+                behind += record.DataLength + c.mark;
+                ++records;
             }
-            EXPECT_GE(behind, static_cast<int64_t>(text.size()) - (text.size() == 4)) << text;
+            EXPECT_EQ(records, c.records) << c.text;
             pmClose(file);
             EXPECT_EQ(pmRecordOffset(file), -1);
         }

@@ -122,6 +122,7 @@ int Classify(pmFile *file, DiskFile *disk)
     struct stat info = {};
     if (os.fstat(disk->descriptor, &info) != 0)
         return OpenFailed(file);
+    file->Identity = {.device = info.st_dev, .inode = info.st_ino};
     disk->isFIFO = S_ISFIFO(info.st_mode);
     disk->regular = file->bOffsetKnown = S_ISREG(info.st_mode);
     disk->waits = !S_ISREG(info.st_mode) && FIFO_TimeOutSeconds != 0;
