@@ -60,6 +60,22 @@ void NoteIdleAttributes(const Job &job)
     }
 }
 
+// A column that takes their names must have room for the longest. Converted ones are left to the run.
+std::vector<Complaint> CheckFileNames(const Job &job, const std::vector<DataFile> &files)
+{
+    const auto column = std::ranges::find_if(job.columns, &Column::file_name);
+    if (column == job.columns.end() || files.empty())
+        return {};
+    const std::string &longest =
+        std::ranges::max(files, {}, [](const DataFile &file) { return file.opened.size(); }).opened;
+    if (longest.size() <= column->length)
+        return {};
+    return {{column->at,
+             fmt::format("column {} holds {} bytes; the file name {} has {}", Quoted(column->name),
+                         column->length, Quoted(longest), longest.size()),
+             "make the column longer"}};
+}
+
 std::vector<Complaint> CheckInput(const Job &job)
 {
     DataFiles found = FindDataFiles(job);
@@ -70,6 +86,8 @@ std::vector<Complaint> CheckInput(const Job &job)
     uint64_t bytes = 0;
     for (const DataFile &file : found.files)
         bytes += file.bytes;
+    if (std::vector<Complaint> faults = CheckFileNames(job, found.files); !faults.empty())
+        return faults;
     const std::string where =
         found.pattern
             ? (found.directory / job.producer.Text("FileName")).lexically_normal().string()

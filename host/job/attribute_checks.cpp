@@ -400,7 +400,7 @@ void CheckColumnsFitFormat(const Job &job, std::vector<Complaint> &found)
     if (!delimited && !SameWord(format, "Text"))
         return;
     for (const Column &column : job.columns) {
-        if (delimited ? FitsDelimited(column.type) : FitsText(column.type))
+        if (column.file_name || (delimited ? FitsDelimited(column.type) : FitsText(column.type)))
             continue;
         found.push_back(
             {column.at,

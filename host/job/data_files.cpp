@@ -125,7 +125,20 @@ private:
                   "unpack it first");
         else
             result_.files.push_back(
-                {path, S_ISREG(info.st_mode) ? static_cast<uint64_t>(info.st_size) : 0});
+                {path, Opened(path),
+                 S_ISREG(info.st_mode) ? static_cast<uint64_t>(info.st_size) : 0});
+    }
+
+    std::string Opened(const fs::path &path) const
+    {
+        std::string directory = job_.producer.Text("DirectoryPath");
+        if (name_.find('/') != std::string::npos)
+            return name_;
+        if (directory.empty())
+            return path.string();
+        if (!directory.ends_with('/'))
+            directory += '/';
+        return directory + path.filename().string();
     }
 
     static std::string NearestFile(const fs::path &path)

@@ -18,6 +18,8 @@ namespace fenwire {
 
 struct DataFile {
     std::filesystem::path path;
+    std::string
+        opened;  // the path that the operator opens, which counts from the job file's folder
     uint64_t bytes = 0;  // 0 for a pipe
 };
 

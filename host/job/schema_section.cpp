@@ -20,7 +20,6 @@ constexpr size_t kMaxSqlTypeBytes = 128;
 constexpr struct {
     std::string_view key, feature;
 } kLaterColumnKeys[] = {
-    {"metadata", "a column with the name of the input file"},
     {"input_format", "reformatting of dates"},
     {"output_format", "reformatting of dates"},
 };
@@ -39,6 +38,16 @@ bool IsSqlType(std::string_view text)
     return true;
 }
 
+bool ReadMetadata(const std::string &text, SourcePosition at, Column &column,
+                  std::vector<Complaint> &found)
+{
+    column.file_name = SameWord(text, "FileName");
+    if (!column.file_name)
+        found.push_back({at, fmt::format("metadata can't be {}", Quoted(text)),
+                         "\"FileName\" fills the column with the input file's name"});
+    return column.file_name;
+}
+
 bool ReadColumnKey(const Entry &entry, Column &column, std::vector<Complaint> &found)
 {
     for (const auto &[key, feature] : kLaterColumnKeys) {
@@ -48,8 +57,9 @@ bool ReadColumnKey(const Entry &entry, Column &column, std::vector<Complaint> &f
             return false;
         }
     }
-    if (entry.key != "name" && entry.key != "type" && entry.key != "sql_type") {
-        UnknownKey(entry, "a column", {"name", "type", "sql_type"}, found);
+    if (entry.key != "name" && entry.key != "type" && entry.key != "sql_type" &&
+        entry.key != "metadata") {
+        UnknownKey(entry, "a column", {"name", "type", "sql_type", "metadata"}, found);
         return false;
     }
     const std::string *text = TextOf(entry, found);
@@ -61,6 +71,8 @@ bool ReadColumnKey(const Entry &entry, Column &column, std::vector<Complaint> &f
     }
     if (entry.key == "type")
         return ParseColumnType(*text, entry.value.at, column, found);
+    if (entry.key == "metadata")
+        return ReadMetadata(*text, entry.value.at, column, found);
     column.sql_type = *text;
     if (IsSqlType(*text))
         return true;
@@ -114,6 +126,32 @@ void CheckNames(const std::vector<Column> &columns, std::vector<Complaint> &foun
     }
 }
 
+// The column of the file's name is not read, so the data needs one of its own.
+void CheckFileNameColumns(const std::vector<Column> &columns, std::vector<Complaint> &found)
+{
+    constexpr uint32_t kChar = 5, kVarchar = 7;
+    const Column *first = nullptr;
+    for (const Column &column : columns) {
+        if (!column.file_name)
+            continue;
+        if (column.type != kChar && column.type != kVarchar)
+            found.push_back({column.at,
+                             fmt::format("column {} takes the file's name, but is no text",
+                                         Quoted(column.name)),
+                             "give it type VARCHAR(n) or CHAR(n)"});
+        if (first != nullptr)
+            found.push_back({column.at,
+                             fmt::format("columns {} and {} both take the file's name",
+                                         Quoted(first->name), Quoted(column.name)),
+                             "one column can; remove the other"});
+        first = &column;
+    }
+    if (first != nullptr && columns.size() == 1)
+        found.push_back({first->at,
+                         "the only column takes the file's name, and none is left to read",
+                         "add the columns of the file"});
+}
+
 void ReadColumns(const Entry &entry, Job &job, std::vector<Complaint> &found)
 {
     const Value &list = entry.value;
@@ -137,6 +175,8 @@ void ReadColumns(const Entry &entry, Job &job, std::vector<Complaint> &found)
         job.columns.push_back(std::move(column));
     }
     CheckNames(job.columns, found);
+    if (good)
+        CheckFileNameColumns(job.columns, found);
     if (!good)
         job.columns.clear();  // nothing more can be said of them
 }

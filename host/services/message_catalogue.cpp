@@ -525,6 +525,8 @@ constexpr CatalogueRow kCatalogue[] = {
     {19991, "tn",        "record %2 of file \"%1\" ends inside quotes: everything behind its last open quote mark was "
                          "taken for one value",
                          "close the quote in the file, or set QuotedData to No if the mark is data"},
+    {19992, "tt",        "the name of file \"%1\" can't be converted to %2",
+                         "rename the file to valid UTF-8, or remove the column that takes its name"},
 };
 // clang-format on
 

@@ -291,7 +291,7 @@ void px_UCNV_FROM_U_CALLBACK_STOP(const void *context, UConverterFromUnicodeArgs
 
 int32_t UTF8toUTF16(const uint8_t *source, int32_t length, uint8_t *target, int32_t capacity)
 {
-    constexpr int32_t kMostUnits = 256;
+    constexpr int32_t kMostUnits = 4200;  // of the longest path
     char16_t units[kMostUnits];
     UErrorCode status = 0;
     int32_t made = 0;

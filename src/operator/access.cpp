@@ -8,6 +8,7 @@
 #include "operator/methods.h"
 #include "pm/pm.h"
 #include "pm/pm_state.h"
+#include "schema/insert_filename.h"
 #include "schema/schema_state.h"
 
 namespace {
@@ -162,6 +163,5 @@ PxStatus FW_FenwireOpen(const char *path)
         return FW_Fatal<19304>();
     }
     // The reader of unformatted records with variable fields is put in here.
-    // The name for an inserted file name column is taken here.
-    return PXSTC_Success;
+    return NoteFilename(path);
 }

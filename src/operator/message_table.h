@@ -272,6 +272,7 @@ inline constexpr MessageRow kMessages[] = {
     {19618, 3, Error,       ""},
     {19990, 3, Error,       "tt"},
     {19991, 3, Warning,     "tn"},
+    {19992, 3, Error,       "tt"},
 };
 // clang-format on
 

@@ -14,4 +14,7 @@ PxStatus FW_WriteRow(PxOperator *handle);
 // Hands over one row. 43, 29 or 48.
 PxStatus FW_CheckPutRow(const uint8_t *row, uint32_t length, uint32_t expected_length);
 
+// The same for the row in pmBuffer, with the current file's name in its column. 43, 29 or 48.
+PxStatus PutRowWithFilename(uint32_t expected_length);
+
 #endif

@@ -138,8 +138,10 @@ PxStatus FW_WriteRow(PxOperator *)
         return status;
     if (const PxStatus status = CutRecord(&expected_length); status != PXSTC_Success)
         return status;
-    // A column for the input file's name is put in here, and taken out again behind the delivery.
-    const PxStatus status = FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length);
+    const PxStatus status =
+        InsertFilenameColNum != 0
+            ? PutRowWithFilename(expected_length)
+            : FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length);
     if (status != PXSTC_SamePhase) [[unlikely]]
         return status;  // a record that was not taken is in no count: neither a row nor refused
     ++RowCount;

@@ -10,6 +10,7 @@
 
 #include "attributes/attributes_state.h"
 #include "operator/messages.h"
+#include "schema/insert_filename.h"
 #include "schema/schema_state.h"
 #include "schema/type_table.h"
 
@@ -109,13 +110,16 @@ PxStatus FetchColumns(PxColumn ***list)
 
 PxStatus FetchColumn(PxColumn *object, Column *column)
 {
+    // The infrastructure's row has the file name column in it, the file's record does not.
+    const int32_t inserted = InsertFilenameColNum != 0 ? InsertFilenameMaxLen : 0;
     PxStatus status = Service(object, &PxColumn::PX_GetMetadataColumnSchema, &column->name,
                               &column->type, &column->length, &column->offset, &column->precision,
                               &column->scale, &column->indicator, &column->metadata);
-    if (status == PXSTC_Success && column->offset < 0)
+    if (status == PXSTC_Success && column->offset < inserted)
         status = PXSTC_InvalidArgument;
     if (status != PXSTC_Success)
         return ServiceFailed(__func__, "PX_GetMetadataColumnSchema", status);
+    column->offset -= inserted;
     if (column->name == nullptr)
         column->name = "";
     return PXSTC_Success;
@@ -136,20 +140,6 @@ PxStatus CheckDateFormats(PxColumn *object, const Column &column)
     // Date reformatting: both formats are compiled here, and the row's values rewritten by them.
     return IsText(input) && IsText(output) ? NotAvailable(column.name, "date reformatting")
                                            : PXSTC_Success;
-}
-
-PxStatus CheckMetadata(const Column &column)
-{
-    constexpr uint32_t kFileNameColumn = 1;
-    if (Reading == 0 || column.metadata == 0)
-        return PXSTC_Success;
-    // Inserted file name: such a column stays out of the arrays and takes the input file's name.
-    if (column.metadata == kFileNameColumn)
-        return NotAvailable(column.name, "a column that takes the input file's name");
-    FW_ERROR("%s '%s' (%d) %s", "Unsupported Metadata type", "", static_cast<int>(column.metadata),
-             "in schema");
-    RaiseExitCode(12);
-    return PXSTC_FatalError;
 }
 
 uint32_t TextWidthOf(const TypeRow &type, uint16_t precision)
@@ -206,30 +196,46 @@ void StoreColumn(int32_t at, const Column &column, const TypeRow &type, Verdicts
     verdicts->prefixes += PrefixBytes(column.type, type.type_class);
 }
 
-PxStatus TakeColumn(PxColumn *object, int32_t at, Verdicts *verdicts)
+PxStatus TakeColumn(PxColumn *object, int32_t number, Verdicts *verdicts)
 {
     Column column;
     if (const PxStatus status = FetchColumn(object, &column))
         return status;
     if (const PxStatus status = CheckDateFormats(object, column))
         return status;
-    if (const PxStatus status = CheckMetadata(column))
-        return status;
-    const TypeRow &type = TypeOf(column.type);
-    JudgeColumn(column, type, verdicts);
-    StoreColumn(at, column, type, verdicts);
+    const bool metadata = Reading != 0 && column.metadata != 0;
+    if (metadata) {
+        if (const PxStatus status =
+                TakeMetadataColumn(number, column.metadata, column.type, column.length))
+            return status;
+    } else {
+        const TypeRow &type = TypeOf(column.type);
+        JudgeColumn(column, type, verdicts);
+        StoreColumn(number - (InsertFilenameColNum != 0 ? 2 : 1), column, type, verdicts);
+    }
     FW_TRACE(1, "%16.16s (%3d) %3d %7d %7d %c %s", TypeName(column.type),
-             static_cast<int>(column.type), column.indicator, column.length, column.offset, 'N',
-             column.name);
+             static_cast<int>(column.type), column.indicator, column.length, column.offset,
+             metadata ? 'Y' : 'N', column.name);
     return PXSTC_Success;
 }
 
 // ---- All columns ----
 
+// Only the file's own columns count from here on: its records have no others, nor do their indicators.
+PxStatus LeaveOutFilenameColumn()
+{
+    if (InsertFilenameColNum == 0)
+        return PXSTC_Success;
+    if (--SG_ColCount > 0)
+        return AllocateFilenameRow();
+    FW_ERROR("ZERO columns defined in schema");
+    return FW_Fatal<19106>(SG_ColCount);
+}
+
 void ClearFlags()
 {
     DelimitedExtraLength = 0;
-    InsertFilenameColNum = 0;
+    FreeFilenameColumn();
     SG_VARtypesFlag = SG_LOBStypesFlag = SG_NUMtypesFlag = bLOBsINschema = 0;
     ConvertDelimitedData = 0;
     TotalFixedLength = 0;
@@ -328,11 +334,13 @@ PxStatus FW_EstablishSchema()
         return status;
     ClearFlags();
     FW_TRACE(1, "%s", "Data Type       Ind  Length  Offset M Name");
-    for (int32_t at = 0; at < SG_ColCount; ++at) {
+    for (int32_t number = 1; number <= SG_ColCount; ++number) {
         // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): FetchColumns lets no null list through
-        if (const PxStatus status = TakeColumn(list[at], at, &verdicts))
+        if (const PxStatus status = TakeColumn(list[number - 1], number, &verdicts))
             return status;
     }
+    if (const PxStatus status = LeaveOutFilenameColumn())
+        return status;
     SettleConsumerVerdicts(&verdicts);
     FW_TRACE(1, "%s all character data", verdicts.all_character ? "Schema is" : "Schema is not");
     FW_TRACE(1, "%s compatible with delimited data",
@@ -359,5 +367,6 @@ void FreeSchema()
     Release(&SG_ColNames);
     Release(&SG_IsInlineLOB);
     Release(&SG_IsVarType);
+    FreeFilenameColumn();
     SG_ColCount = 0;
 }

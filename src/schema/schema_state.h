@@ -10,7 +10,7 @@
 #include "infrastructure/infrastructure.h"
 
 // ---- Columns ----------------------------------------------------------------------------------
-// Writers: schema/establish.cpp delimited/extract.cpp
+// Writers: schema/establish.cpp delimited/extract.cpp rows/insert_filename.cpp
 // Filled through ScanState: delimited/column_close.h, delimited/column_close.cpp, delimited/assemble.cpp
 inline PxSchema *schemaHandle = nullptr;
 inline int32_t SG_ColCount = 0;
@@ -32,6 +32,24 @@ inline uint32_t TotalFixedLength = 0;   // bytes of a row with every column at i
 inline uint32_t BufferFixedLength = 0;  // NumIndBytes and the declared lengths, without prefixes
 inline uint32_t ConvertDelimitedData = 0;
 inline int32_t DelimitedExtraLength = 0;
-inline int32_t InsertFilenameColNum = 0;  // from 1; 0: no column holds the file's name
+
+// ---- The column that takes the input file's name ----------------------------------------------
+// It is no data column: the arrays and SG_ColCount are without it.
+// Writers: schema/insert_filename.cpp
+inline int32_t InsertFilenameColNum = 0;     // as the schema counts, from 1. 0: there is none
+inline uint32_t InsertFilenameColType = 0;   // CHAR or VARCHAR
+inline int32_t InsertFilenameMaxLen = 0;     // declared bytes
+inline int32_t InsertFilenameColLen = 0;     // in a row: CHAR as declared, VARCHAR as the name has
+inline int32_t InsertFilenamePrefixLen = 0;  // bytes of a length prefix in front of them
+inline int32_t CurrentFilenameLen = 0;
+inline char *CurrentFilename = nullptr;  // what goes into the row, blank padded in a CHAR column
+
+// The row with the name in it: room for BufferSize bytes, and arrays of SG_ColCount + 1 columns.
+struct WidenedRow {
+    uint8_t *bytes = nullptr;
+    uint8_t *indicators = nullptr;
+    uint32_t *offsets = nullptr, *lengths = nullptr;
+};
+inline WidenedRow FilenameRow;
 
 #endif

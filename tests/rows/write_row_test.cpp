@@ -6,6 +6,7 @@
 #include "fileset/fileset_state.h"
 #include "operator/messages.h"
 #include "rows/rows.h"
+#include "schema/insert_filename.h"
 #include "tests/delimited/extraction.h"
 #include "tests/support/fake_infrastructure.h"
 
@@ -275,4 +276,66 @@ TEST_F(WriteRow, ATextRecordHasTheSchemasLength)
     EXPECT_EQ(Rows(), "[abc|de]");
     EXPECT_EQ(fake.public_log, "19113(5,4) ");
     EXPECT_EQ(fake.exit_code, 0) << "the caller's statuses decide what that costs";
+}
+
+TEST_F(WriteRow, FileNameGoesIntoItsColumn)
+{
+    static constexpr struct {
+        int32_t column;
+        uint32_t type;
+        const char *rows;
+    } kCases[] = {
+        {1, 7, "[in/a.csv|a|b][in/a.csv|NULL|b][in/a.csv|c|NULL]"},
+        {2, 7, "[a|in/a.csv|b][NULL|in/a.csv|b][c|in/a.csv|NULL]"},
+        {3, 5, "[a|b|in/a.csv  ][NULL|b|in/a.csv  ][c|NULL|in/a.csv  ]"},
+    };
+    Reading = OperatorType = FileFormat = 1;
+    BufferSize = 100;
+    SG_AcceptMissingColumns = kYes;
+    for (const auto &c : kCases) {
+        FreeFilenameColumn();
+        ASSERT_EQ(TakeMetadataColumn(c.column, 1, c.type, 10), PXSTC_Success);
+        ASSERT_EQ(AllocateFilenameRow(), PXSTC_Success);
+        ASSERT_EQ(NoteFilename(CurrentFullPath), PXSTC_Success);
+        EXPECT_EQ(Run({"a|b", "|b", "c"}), "43 43 43 12");
+        EXPECT_EQ(Rows(), c.rows);
+        EXPECT_EQ(SG_ColCount, 2) << "as if nothing had been there";
+    }
+    BufferSize = 10 + 5;
+    EXPECT_EQ(Run({"abc|de"}), "43 12");
+    EXPECT_EQ(Run({"abc|def"}), "48");
+    EXPECT_EQ(fake.public_log, "19156(16,15) 19015(12) ");
+    FreeFilenameColumn();
+}
+
+// A record of eight prefixed columns with indicators gets a ninth in front of its fourth.
+TEST_F(WriteRow, IndicatorsAndPrefixesMakeRoomForTheFileName)
+{
+    const std::string record("\x91"
+                             "abc\x03\x00"
+                             "defghij",
+                             13);
+    Reading = OperatorType = 1;
+    FileFormat = 2;
+    BufferSize = 100;
+    ASSERT_EQ(TakeMetadataColumn(4, 1, 7, 10), PXSTC_Success);
+    SetColumns({1, 1, 1, 9, 1, 1, 1, 1});
+    const uint32_t offsets[] = {1, 2, 3, 6, 9, 10, 11, 12}, lengths[] = {1, 1, 1, 3, 1, 1, 1, 1};
+    std::copy_n(offsets, 8, SG_ColOffs);
+    std::copy_n(lengths, 8, SG_ColLens);
+    ASSERT_EQ(AllocateFilenameRow(), PXSTC_Success);
+    ASSERT_EQ(NoteFilename("n.x"), PXSTC_Success);
+    SG_IndicatorData = kYes;
+    NumIndBytes = 1;
+    SetRecord(record);
+    EXPECT_EQ(PutRowWithFilename(pmBuffer.DataLength), PXSTC_SamePhase);
+    const std::string row = std::string("\x88\x80"
+                                        "abc\x03\x00"
+                                        "n.x\x03\x00"
+                                        "defghij",
+                                        19);
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(FilenameRow.bytes), row.size()), row);
+    EXPECT_EQ(FilenameRow.offsets[3], 7U);
+    EXPECT_EQ(FilenameRow.offsets[4], 12U);
+    FreeFilenameColumn();
 }

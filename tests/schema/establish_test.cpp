@@ -185,18 +185,55 @@ TEST_F(Schema, ConsumerKnowsTheWidthOfItsText)
 
 TEST_F(Schema, FeaturesToComeAreRefusedByName)
 {
-    FakeColumn date = Column(kVarchar, 10), file = Column(kVarchar, 10), odd = Column(kVarchar, 10);
+    FakeColumn date = Column(kVarchar, 10);
     date.input_format = "MM/DD/YYYY";
     EXPECT_EQ(Establish({date}), "0 ");  // both formats make a conversion
     date.output_format = "YYYY-MM-DD";
     EXPECT_EQ(Establish({date}), "48 19990(c,date reformatting) 19015(12) ");
-    file.metadata = 1;
-    EXPECT_EQ(Establish({file}),
-              "48 19990(c,a column that takes the input file's name) 19015(12) ");
-    odd.metadata = 2;
-    EXPECT_EQ(Establish({odd}), "48 19015(12) ");
     Play(2, kDelimited);
-    EXPECT_EQ(Establish({date, file, odd}), "0 ");  // ordinary columns to a consumer
+    EXPECT_EQ(Establish({date}), "0 ");  // an ordinary column to a consumer
+}
+
+TEST_F(Schema, FileNameColumnIsNoDataColumn)
+{
+    const auto name = [](uint32_t type, uint32_t metadata = 1) {
+        FakeColumn column = Column(type, 20);
+        column.metadata = metadata;
+        return column;
+    };
+    const FakeColumn data = Column(kVarchar, 10);
+    // clang-format off
+    const struct {
+        const char *about;
+        int32_t side;
+        std::vector<FakeColumn> columns;
+        std::string result, trace;
+    } cases[] = {
+        {"between others", 1, {data, name(kVarchar), data}, "0 ", "(  7)   0      20      10 Y c"},
+        {"CHAR in delimited data", 1, {name(kChar), data}, "0 ", "supported for column 1"},
+        {"two of them", 1, {name(kChar), data, name(kVarchar)}, "48 19015(12) ", "schema at column 3.  Previously found in column 1"},
+        {"no text", 1, {data, name(kInteger)}, "48 19015(12) ", "Metadata type 'FileName' (1) must be data type VARCHAR or CHAR"},
+        {"unknown metadata", 1, {data, name(kVarchar, 2)}, "48 19015(12) ", "Unsupported Metadata type '' (2) in schema"},
+        {"nothing to read", 1, {name(kVarchar)}, "48 19106(0) 19015(12) ", "ZERO columns"},
+        {"ordinary to a consumer", 2, {name(kInteger), name(kVarchar, 2)}, "0 ", "N c"},
+    };
+    // clang-format on
+    FW_TraceLvl = 2;
+    for (const auto &c : cases) {
+        Play(c.side, kDelimited);
+        fake.private_log.clear();
+        EXPECT_EQ(Establish(c.columns), c.result) << c.about;
+        EXPECT_NE(fake.private_log.find(c.trace), std::string::npos) << c.about << fake.private_log;
+    }
+    Play(1, kBinary);
+    SG_IndicatorData = kYes;
+    std::vector<FakeColumn> nine(8, data);
+    nine.insert(nine.begin() + 1, name(kVarchar));
+    EXPECT_EQ(Establish(nine), "0 ");
+    EXPECT_EQ(SG_ColCount, 8);
+    EXPECT_EQ(NumIndBytes, 1U) << "a record's indicators tell of its own columns";
+    EXPECT_EQ(TotalFixedLength, 8U * 12 + 1);
+    EXPECT_EQ(SG_ColOffs[1], 10U);
 }
 
 TEST_F(Schema, FailingServicesAndWildAnswersAreFatal)
