@@ -1,6 +1,5 @@
 // pm/files.cpp - opening and closing a file: its object, its tables, its buffer.
 
-#include <algorithm>
 #include <cstring>
 
 #include "attributes/attributes_state.h"
@@ -9,22 +8,17 @@
 #include "pm/pm_state.h"
 
 // clang-format off
-constexpr pmFormatter kFormatters[9] = {
-    {},
-    {pmrwfmtRtext, pmrwfmtWtext, "text formatted I/O"},  // 1 TEXT, DELIMITED
-    {}, {}, {}, {}, {}, {},                              // 2 to 7: records with a length prefix come in here
-    {},                                                  // 8 UNFORMATTED comes in here
+constexpr pmFormatter kTextFormatter = {pmrwfmtRtext, pmrwfmtWtext, "text formatted I/O"};
+
+const pmFormatter *const kFormatters[9] = {
+    nullptr,
+    &kTextFormatter,                                       // 1 TEXT, DELIMITED
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,  // 2 to 7: records with a length prefix come in here
+    nullptr,                                               // 8 UNFORMATTED comes in here
 };
 // clang-format on
 
 namespace {
-
-constexpr bool IsWholeOrAbsent(const pmFormatter &format)
-{
-    return (format.FmtRead != nullptr) == (format.FmtWrite != nullptr) &&
-           (format.FmtRead != nullptr) == (format.trace != nullptr);
-}
-static_assert(std::ranges::all_of(kFormatters, IsWholeOrAbsent));
 
 uint32_t Platform_Endian() { return kLittleEndian; }
 
@@ -38,7 +32,7 @@ int CheckName(const char *name)
 
 int CheckFormat(uint32_t format)
 {
-    if (format >= 1 && format <= 8 && kFormatters[format].FmtRead != nullptr)
+    if (format >= 1 && format <= 8 && kFormatters[format] != nullptr)
         return pmrcOk;
     PM_TRACE(1, "!ERROR! Invalid File format");
     return pmrcBadFormat;
@@ -74,7 +68,7 @@ void Describe(pmFile *file, uint16_t open_mode, uint32_t format, uint32_t buffer
     PM_TRACE(2, "default is %s endian", "LITTLE");
     file->FNameLen = static_cast<uint32_t>(strlen(name));
     memcpy(file->FName, name, file->FNameLen + 1);
-    file->Fmt = kFormatters[format];
+    file->Fmt = *kFormatters[format];
     PM_TRACE(2, "%s", file->Fmt.trace);
     file->Dsk = kUnxDskEntries;
     // HDFS and connector jobs put their own entries in here.

@@ -65,8 +65,8 @@ struct pmDiskEntries {
 
 // A record format: how records lie in the blocks.
 struct pmFormatter {
-    int (*FmtRead)(pmFile *file, pmRecord *record);
-    int (*FmtWrite)(pmFile *file, const pmRecord *record, bool flush);  // record null: flush alone
+    Required<int(pmFile *file, pmRecord *record)> FmtRead;
+    Required<int(pmFile *file, const pmRecord *record, bool flush)> FmtWrite;  // null: flush alone
     const char *trace;
 };
 
@@ -118,7 +118,7 @@ struct pmFile {
     pmFile *Next;
 };
 
-extern const pmFormatter kFormatters[9];  // by format code; 0 is none
+extern const pmFormatter *const kFormatters[9];  // by format code; null: not there
 extern const pmDiskEntries kUnxDskEntries;
 
 // Moves the unread bytes to the front and reads the next block behind them. The code is that of the
