@@ -101,6 +101,7 @@ std::string TotalLine(const JobSnapshot &now, const JobRates &rates, size_t colu
             {3, Megabytes(rates.Bytes())},
             {5, wide ? Grouped(rows) + " rows/s" : Brief(rows) + " rows/s"},
             {6, now.files > 1 ? fmt::format("{} of {} files", now.files_done, now.files) : ""},
+            {2, now.refused > 0 ? Brief(now.refused) + " refused" : ""},
             {2, left ? "ETA " + Countdown(*left) : ""},
             {7, left ? "" : Countdown(now.seconds)},
         },
@@ -203,9 +204,9 @@ std::string ProgressLine(const JobSnapshot &now, const JobRates &rates)
 {
     const auto total = now.total_bytes > 0 ? fmt::format("{}", now.total_bytes) : "-";
     return fmt::format("phase={} files_done={} files={} read_bytes={} total_bytes={} rows={} "
-                       "rows_per_s={:.0f} mb_per_s={:.1f} eta_s={}",
+                       "refused={} rows_per_s={:.0f} mb_per_s={:.1f} eta_s={}",
                        now.phase, now.files_done, now.files, now.read_bytes, total, now.rows,
-                       rates.Rows(), rates.Bytes() / 1e6, Known(rates.Left(now)));
+                       now.refused, rates.Rows(), rates.Bytes() / 1e6, Known(rates.Left(now)));
 }
 
 }  // namespace fenwire

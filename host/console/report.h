@@ -27,6 +27,7 @@ struct JobSnapshot {
     uint64_t total_bytes = 0;  // of all input files; 0: not known
     uint64_t read_bytes = 0;   // finished files and what is read of the open ones
     uint64_t rows = 0;
+    uint64_t refused = 0;
     uint32_t files = 0, files_done = 0;
     std::vector<InstanceSnapshot> instances;
 };
@@ -54,6 +55,21 @@ struct InstanceReport {
     std::string private_log;  // path; empty: none
 };
 
+struct RejectReason {
+    std::string words;  // "column 3 'amount' too long"
+    uint64_t count = 0;
+};
+
+// Bad records: those that were left out, and those whose rows went on changed.
+struct RejectsReport {
+    std::string file, list;  // the record error file, the list beside it; empty: the job keeps none
+    uint64_t kept = 0;       // in the record error file
+    uint64_t left_out = 0, changed = 0;
+    std::vector<RejectReason> reasons;  // the most frequent first
+    uint64_t others = 0;                // records with another reason
+    std::vector<std::string> next;      // commands that go on from here
+};
+
 struct JobReport {
     std::string job;
     std::string status;  // "loaded", "loaded with warnings", "failed", "interrupted"
@@ -63,7 +79,8 @@ struct JobReport {
     std::vector<InstanceReport> instances;
     uint64_t read = 0, loaded = 0, refused = 0, skipped = 0, bytes = 0;
     bool conserved = false;  // read = loaded + refused + skipped
-    std::string target;      // "sqlite orders.db, table orders"
+    RejectsReport rejects;
+    std::string target;  // "sqlite orders.db, table orders"
     std::string target_note;
     std::string failure;  // why it failed, in one or a few lines
     std::string log;      // path of the public log

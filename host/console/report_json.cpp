@@ -35,6 +35,21 @@ Json InstanceObject(const InstanceReport &instance)
             {"private_log", instance.private_log}};
 }
 
+Json RejectsObject(const RejectsReport &rejects)
+{
+    Json reasons = Json::array();
+    for (const RejectReason &reason : rejects.reasons)
+        reasons.push_back({{"reason", reason.words}, {"count", reason.count}});
+    return {{"file", rejects.file},
+            {"list", rejects.list},
+            {"records", rejects.kept},
+            {"left_out", rejects.left_out},
+            {"changed", rejects.changed},
+            {"reasons", reasons},
+            {"other_reasons", rejects.others},
+            {"next", rejects.next}};
+}
+
 template <class Item, class Object>
 Json Array(const std::vector<Item> &items, Object object)
 {
@@ -59,6 +74,7 @@ std::string ReportJson(const JobReport &report)
                          {"conserved", report.conserved},
                          {"bytes", report.bytes},
                          {"seconds", Milliseconds(report.seconds)},
+                         {"rejects", RejectsObject(report.rejects)},
                          {"target", report.target},
                          {"target_note", report.target_note},
                          {"log", report.log},

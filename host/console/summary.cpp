@@ -10,6 +10,10 @@
 //     1                 4  1,234,560      1     84.0 MiB      2.9 s
 //
 //       rows    read 1,234,567 = loaded 1,234,560 + refused 7 + skipped 0: ok
+//       bad     7 records are kept in orders.bad: 5 were left out, 2 went on changed
+//                       4  column 3 'amount' too long
+//                       3  too few columns
+//               fenwire rejects show orders.toml
 //       speed   98.1 MiB in 3.3 s: 31.2 MB/s, 374,111 rows/s
 //       target  sqlite orders.db, table orders
 //       log     ...
@@ -173,6 +177,24 @@ void AddConservation(Lines &lines, const JobReport &report)
          report.conserved ? Tone::Good : Tone::Bad});
 }
 
+// What to know of bad records, where a file keeps them; of others the reason of the failure tells.
+void AddRejects(Lines &lines, const RejectsReport &rejects)
+{
+    if (rejects.file.empty() || rejects.left_out + rejects.changed == 0)
+        return;
+    std::string text =
+        fmt::format("{} {} kept in {}: {} left out, {} went on changed\n", Grouped(rejects.kept),
+                    rejects.kept == 1 ? "record is" : "records are", rejects.file,
+                    Grouped(rejects.left_out), Grouped(rejects.changed));
+    for (const RejectReason &reason : rejects.reasons)
+        text += fmt::format("{:>9}  {}\n", Grouped(reason.count), reason.words);
+    if (rejects.others > 0)
+        text += fmt::format("{:>9}  for other reasons\n", Grouped(rejects.others));
+    for (const std::string &command : rejects.next)
+        text += command + "\n";
+    AddLabelled(lines, "bad", text, Tone::Caution);
+}
+
 std::string Throughput(const JobReport &report)
 {
     const double bytes = static_cast<double>(report.bytes), rows = static_cast<double>(report.read);
@@ -200,6 +222,7 @@ std::vector<SummaryLine> SummaryLines(const JobReport &report, size_t width)
     AddInstances(lines, report, width);
     lines.push_back({});
     AddConservation(lines, report);
+    AddRejects(lines, report.rejects);
     AddLabelled(lines, "speed", Throughput(report));
     AddLabelled(lines, "target", report.target);
     AddLabelled(lines, report.target.empty() ? "target" : "", report.target_note);

@@ -34,7 +34,8 @@ Coordinator::Coordinator(const Job &job, Console &console)
       public_log_(job.state / "logs" / "public.log"),
       board_block_(MakeSharedBlock("fenwire-board", Board::Bytes(count_))),
       board_map_(board_block_), board_(*reinterpret_cast<Board *>(board_map_.data())),
-      rings_(static_cast<size_t>(count_)), objects_(board_), phases_(count_), ledger_(count_)
+      rings_(static_cast<size_t>(count_)), objects_(board_), phases_(count_), ledger_(count_),
+      rejects_(job), last_bad_(static_cast<size_t>(count_))
 {
 }
 
@@ -42,6 +43,7 @@ void Coordinator::Start()
 {
     const auto library = FindOperatorLibrary();
     MakeTarget(job_)->Check();
+    rejects_.Open();
     target_ = std::make_unique<Child>(
         "target",
         [&](Channel channel) {
@@ -53,8 +55,8 @@ void Coordinator::Start()
         instances_.push_back(std::make_unique<Child>(
             "instance-" + std::to_string(i),
             [&, i](Channel channel) {
-                const InstanceSetup setup = {job_, i, library, board_,
-                                             rings_[static_cast<size_t>(i - 1)]};
+                const InstanceSetup setup = {
+                    job_, i, library, board_, rings_[static_cast<size_t>(i - 1)], rejects_.fd()};
                 return RunInstance(setup, std::move(channel));
             },
             [&] {
@@ -77,6 +79,8 @@ void Coordinator::CallInstances()
     if (!target_open_ && !phases_.failed())
         return;  // nobody starts before the rows have somewhere to go
     const MethodCall call = phases_.Next();
+    if (call.method == Method::Execute)
+        rejects_.Begin();
     for (const int instance : call.instances) {
         Of(instance).channel().Send(OutMessage(MessageKind::Call)
                                         .Put(static_cast<uint32_t>(call.method))
@@ -163,12 +167,14 @@ JobReport Coordinator::Run()
     if (ledger_.failing())
         GiveUpRows();
     End();
+    FinishRejects();
 
     JobReport report;
     report.job = job_.name;
     report.target = DescribeTarget(job_);
     report.log = public_log_.path().string();
     ledger_.Write(report);
+    rejects_.Write(report);
     const TargetKind *kind = FindTargetKind(job_.target_type);
     if (kind != nullptr && !ledger_.committed() && !commit_in_doubt_)
         report.target_note = kind->after_failure(job_);

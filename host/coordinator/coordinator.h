@@ -23,6 +23,7 @@
 #include "host/coordinator/signals.h"
 #include "host/coordinator/state_folder.h"
 #include "host/job/job.h"
+#include "host/rejects/reject_run.h"
 #include "host/services/log_file.h"
 #include "host/streams/row_ring.h"
 
@@ -59,6 +60,9 @@ private:
     void NoteFailed(int instance);
     void OnLogLine(InMessage &message);
     void OnFileCounts(int instance, InMessage &message);
+    void OnBadRecord(int instance, InMessage &message);
+    std::string PlaceOf(int instance) const;
+    void FinishRejects();
     void InstanceGone(int instance);
     void TargetGone();
 
@@ -73,6 +77,7 @@ private:
     JobSnapshot Snapshot() const;
     InstanceSnapshot SnapshotOf(int instance) const;
     std::string CurrentFile(int instance) const;
+    std::string FileName(uint32_t index) const;
     double Seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
 
     Child &Of(int instance) { return *instances_[static_cast<size_t>(instance - 1)]; }
@@ -91,6 +96,8 @@ private:
     SharedObjects objects_;
     Phases phases_;
     Ledger ledger_;
+    RejectRun rejects_;
+    std::vector<std::string> last_bad_;  // for each instance: where its last bad record was
     Signals signals_;
     std::vector<std::unique_ptr<Child>> instances_;
     std::unique_ptr<Child> target_;

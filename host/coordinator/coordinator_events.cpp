@@ -169,6 +169,10 @@ void Coordinator::OnDrained(uint64_t rows)
              std::to_string(ledger_.rows_handed_over()) + "; nothing was committed");
     } else if (const std::string imbalance = ledger_.Imbalance(); !imbalance.empty()) {
         Fail(imbalance + "; nothing was committed");
+    } else if (rejects_.left_out() != ledger_.refused()) {
+        Fail("the operator left out " + std::to_string(rejects_.left_out()) +
+             " bad records, but counts " + std::to_string(ledger_.refused()) +
+             " as refused; nothing was committed");
     } else if (ledger_.exit_code() >= Ledger::kFatal) {
         Fail("an instance ended with exit code 12", Ledger::Weight::Consequence);
     } else {
@@ -245,6 +249,9 @@ void Coordinator::FromInstance(int instance, InMessage &message)
     case MessageKind::FileCounts:
         OnFileCounts(instance, message);
         break;
+    case MessageKind::BadRecord:
+        OnBadRecord(instance, message);
+        break;
     case MessageKind::Trouble:
         Fail("instance " + std::to_string(instance) + ": " + message.Text());
         break;
@@ -256,14 +263,14 @@ void Coordinator::FromInstance(int instance, InMessage &message)
 
 void Coordinator::OnAnswer(int instance, int32_t status)
 {
-    const std::string method = MethodName(phases_.method()), file = CurrentFile(instance);
+    const std::string method = MethodName(phases_.method()), place = PlaceOf(instance);
     phases_.Answered(instance, status);
     if (status == PXSTC_NextPhase || status == PXSTC_EndMethod || status == kStopped)
         return;
     NoteFailed(instance);
     const std::string who = "instance " + std::to_string(instance);
-    if (!file.empty())
-        ledger_.SetPlace(who + " was at " + file);
+    if (!place.empty())
+        ledger_.SetPlace(who + " was at " + place);
     if (status == PXSTC_Checkpoint)  // the round of all instances comes with checkpoints
         Fail(who + " asked for a checkpoint, which this version can't take");
     else
@@ -287,19 +294,6 @@ void Coordinator::OnLogLine(InMessage &message)
     const std::string leader = message.Text(), text = message.Text();
     PublicLine(number == kDefaultUsed ? static_cast<int32_t>(Information) : severity,
                leader.empty() ? text : leader + " " + text);
-}
-
-void Coordinator::OnFileCounts(int instance, InMessage &message)
-{
-    const double seconds = static_cast<double>(message.U64()) * 1e-6;
-    const auto counts = message.Struct<PxFileCounts>();
-    const auto files = objects_.Files();
-    std::string name = "file " + std::to_string(counts.index);
-    if (counts.index >= 1 && counts.index <= files.size()) {
-        const char *text = files[counts.index - 1].name;
-        name.assign(text, strnlen(text, sizeof files[0].name));
-    }
-    ledger_.AddFile(instance, counts, name, seconds);
 }
 
 void Coordinator::InstanceGone(int instance)
@@ -363,6 +357,7 @@ JobSnapshot Coordinator::Snapshot() const
         shot.instances.push_back(SnapshotOf(i));
         shot.rows += shot.instances.back().rows;
     }
+    shot.refused = rejects_.left_out();
     for (const PxFileNamesEntry &file : objects_.Files()) {
         const auto size = static_cast<uint64_t>(file.size > 0 ? file.size : 0);
         ++shot.files;

@@ -87,6 +87,14 @@ uint64_t Ledger::rows_handed_over() const
     return rows;
 }
 
+uint64_t Ledger::refused() const
+{
+    uint64_t refused = 0;
+    for (const FileReport &file : files_)
+        refused += file.refused;
+    return refused;
+}
+
 std::string Ledger::Imbalance() const
 {
     uint64_t records = 0, rows = 0, refused = 0, skipped = 0;

@@ -31,6 +31,7 @@ public:
     void SetInterrupted(int signal_number) { interrupted_by_ = signal_number; }
 
     uint64_t rows_handed_over() const;  // as the operator counts them
+    uint64_t refused() const;           // likewise
     std::string Imbalance() const;  // words for records read that became nothing; empty: none did
     bool committed() const { return committed_; }
     int exit_code() const;  // highest of all instances

@@ -44,7 +44,7 @@ public:
     Instance(const InstanceSetup &setup, Channel channel)
         : board_(setup.board), mine_(setup.board.Of(setup.instance)),
           link_(std::move(channel), setup.board), rows_(setup.ring, setup.board, setup.instance),
-          services_(setup.job, setup.instance, link_, rows_)
+          services_(setup.job, setup.instance, link_, rows_, setup.rejects)
     {
     }
 

@@ -24,6 +24,7 @@ struct InstanceSetup {
     std::filesystem::path library;
     Board &board;
     RowRing &ring;
+    int rejects = -1;  // the list of bad records, open for appending
 };
 
 // Never throws; the exit status of the process.

@@ -67,6 +67,8 @@ struct Job {
     std::string target_type;
     std::vector<Setting> target;
     SourcePosition target_at;
+    // A retry of bad records: what was known of them when they were chosen (host/rejects); else empty.
+    std::string retry_of;
 };
 
 // --set step.Name=value and --instances N. The text is read as TOML where that works, else as text.

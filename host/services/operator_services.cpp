@@ -63,8 +63,10 @@ std::string UserName()
 
 }  // namespace
 
-OperatorServices::OperatorServices(const Job &job, int instance, Link &link, RingWriter &rows)
-    : job_(job), instance_(instance), link_(link), attributes_(job, instance), user_(UserName())
+OperatorServices::OperatorServices(const Job &job, int instance, Link &link, RingWriter &rows,
+                                   int rejects)
+    : job_(job), instance_(instance), link_(link), attributes_(job, instance), user_(UserName()),
+      rejects_(rejects)
 {
     operator_.owner = stream_.owner = this;
     stream_.rows = &rows;
@@ -91,6 +93,9 @@ PxStatus OperatorServices::PutStatistic(int32_t statistic, int32_t type, const v
                        .Raw(&counts, sizeof counts));
         return PXSTC_Success;
     }
+    if (statistic == PX_STAT_BadRecord)
+        return type == PX_STAT_RECORD ? PutBadRecord(value, static_cast<size_t>(length))
+                                      : PxStatus{PXSTC_InvalidArgument};
     const std::string shown = StatisticValue(type, value, static_cast<size_t>(length));
     link_.Tell(OutMessage(MessageKind::Statistic).Put(StatisticName(statistic) + " = " + shown));
     return PXSTC_Success;

@@ -23,7 +23,8 @@ namespace fenwire {
 
 class OperatorServices {
 public:
-    OperatorServices(const Job &job, int instance, Link &link, RingWriter &rows);
+    // rejects: the list of bad records, open for appending; -1: none is kept.
+    OperatorServices(const Job &job, int instance, Link &link, RingWriter &rows, int rejects = -1);
     PxOperator *handle() { return &operator_.object; }
     void SetExecutePassed(bool passed)
     {
@@ -65,6 +66,8 @@ private:
     PxStatus WritePublic(uint32_t number, int32_t msg_class, int32_t severity,
                          const PxLogArg *args);
     PxStatus PutStatistic(int32_t statistic, int32_t type, const void *value, int32_t length);
+    PxStatus PutBadRecord(const void *value, size_t length);
+    std::string FileName(uint32_t index);
     static PxStatus PutRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
                            const uint32_t *offsets, const uint32_t *lengths, const void *row,
                            uint32_t row_length);
@@ -81,6 +84,8 @@ private:
     std::vector<ColumnHandle> columns_;
     std::vector<PxColumn *> column_list_;
     std::list<Log> logs_;
+    const int rejects_;
+    bool rejects_failed_ = false;
     Clock::time_point file_start_ = Clock::now();
 };
 

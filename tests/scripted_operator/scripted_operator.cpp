@@ -7,6 +7,8 @@
 //     message NUMBER SEVERITY TEXT              code N      exit code
 //     variable N      makes FileNames           files       reads FileNames back into the trace
 //     counts INDEX RECORDS ROWS REFUSED SKIPPED    crash, leave S, hang [SIGNAL ..], spin    the ways to go
+//     bad RECORD LEFT_OUT COLUMN RAW TEXT    a bad record of file 1; RAW: @N is N bytes, 0xNN hexadecimal
+//     lie             a bad record whose lengths are wrong        limit N   no file grows beyond N bytes
 //     signal S ..     to the runner             pid         into the trace
 //
 // Every call leaves a line "instance method phase" in the file Trace, each time the phase or method is new.
@@ -21,6 +23,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "fenwire/infrastructure.h"
@@ -186,6 +189,56 @@ PxStatus Counts(PxOperator *op, const Step &step)
     return op->PX_PutJobStat(op, PX_STAT_FileCounts, PX_STAT_RECORD, &counts, sizeof counts, 0, 0);
 }
 
+std::string Raw(const std::string &word)
+{
+    if (word.starts_with("@"))
+        return std::string(static_cast<size_t>(atoll(word.c_str() + 1)), 'r');
+    if (!word.starts_with("0x"))
+        return word;
+    std::string bytes;
+    for (size_t i = 2; i + 1 < word.size(); i += 2)
+        bytes += static_cast<char>(strtol(word.substr(i, 2).c_str(), nullptr, 16));
+    return bytes;
+}
+
+PxStatus BadRecord(PxOperator *op, const Step &step)
+{
+    std::string text = step.words.size() > 4 ? step.words[4] : "";
+    for (size_t i = 5; i < step.words.size(); ++i)
+        text += " " + step.words[i];
+    const std::string raw = Raw(step.words[3]);
+    PxBadRecord head = {};
+    head.index = 1;
+    head.record = static_cast<uint64_t>(step.Number(0));
+    head.left_out = static_cast<uint32_t>(step.Number(1));
+    head.column = static_cast<uint32_t>(step.Number(2));
+    head.offset = head.record == 1 ? -1 : static_cast<int64_t>(head.record) * 10;
+    head.message = 19134;
+    head.kept = Attribute(op, "RecordErrorFileName").empty() ? 0 : 1;
+    head.text_bytes = static_cast<uint32_t>(text.size());
+    head.raw_bytes = static_cast<uint32_t>(raw.size());
+    const std::string all =
+        std::string(reinterpret_cast<const char *>(&head), sizeof head) + text + raw;
+    return op->PX_PutJobStat(op, PX_STAT_BadRecord, PX_STAT_RECORD, all.data(),
+                             static_cast<int32_t>(all.size()), 0, 0);
+}
+
+PxStatus Lie(PxOperator *op)
+{
+    PxBadRecord head = {};
+    head.text_bytes = UINT32_MAX;
+    head.raw_bytes = 1;  // together 0, where 32 bits are taken for enough
+    return op->PX_PutJobStat(op, PX_STAT_BadRecord, PX_STAT_RECORD, &head, sizeof head, 0, 0);
+}
+
+void Limit(const Step &step)
+{
+    signal(SIGXFSZ, SIG_IGN);
+    const auto bytes = static_cast<rlim_t>(step.Number(0));
+    const rlimit limit = {bytes, bytes};
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
 void Signal(const Step &step)
 {
     for (size_t i = 0; i < step.words.size(); ++i)
@@ -241,6 +294,12 @@ PxStatus Perform(PxOperator *op, Script &script)
         status = Variable(op, static_cast<uint32_t>(step.Number(0)));
     if (step.name == "counts")
         status = Counts(op, step);
+    if (step.name == "bad")
+        status = BadRecord(op, step);
+    if (step.name == "lie")
+        status = Lie(op);
+    if (step.name == "limit")
+        Limit(step);
     if (step.name == "files")
         status = Files(op);
     return status == PXSTC_Success ? PXSTC_SamePhase : status;

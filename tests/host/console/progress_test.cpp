@@ -150,12 +150,13 @@ TEST(Progress, ForecastOnlyWhenItMeansSomething)
 TEST(Progress, LineHasAllKeys)
 {
     SteadyLoad load(1);
+    load.now.refused = 7;
     EXPECT_EQ(ProgressLine(load.now, load.rates),
               "phase=loading files_done=0 files=1 read_bytes=20000000 total_bytes=100000000 "
-              "rows=120000 rows_per_s=12000 mb_per_s=2.0 eta_s=40");
+              "rows=120000 refused=7 rows_per_s=12000 mb_per_s=2.0 eta_s=40");
     JobSnapshot start;
     start.phase = "starting";
     EXPECT_EQ(ProgressLine(start, JobRates()),
-              "phase=starting files_done=0 files=0 read_bytes=0 total_bytes=- rows=0 rows_per_s=0 "
-              "mb_per_s=0.0 eta_s=-");
+              "phase=starting files_done=0 files=0 read_bytes=0 total_bytes=- rows=0 refused=0 "
+              "rows_per_s=0 mb_per_s=0.0 eta_s=-");
 }

@@ -28,6 +28,14 @@ JobReport SmallReport()
     report.skipped = 3;
     report.bytes = 6'000'000;
     report.conserved = true;
+    report.rejects = {"orders.bad",
+                      "orders.bad.jsonl",
+                      8,
+                      7,
+                      1,
+                      {{"column 3 'amount' too long", 4}, {"too few \x1b columns", 3}},
+                      1,
+                      {"fenwire rejects show orders.toml"}};
     report.target = "sqlite orders.db, table orders";
     report.target_note = "committed once";
     report.log = "/log/public";
@@ -73,6 +81,11 @@ instance  exit code   rows  files  peak memory  processor
 2                 0    500      1      1.0 KiB      0.5 s
 
   rows    read 2,000 = loaded 1,990 + refused 7 + skipped 3: ok
+  bad     8 records are kept in orders.bad: 7 left out, 1 went on changed
+                  4  column 3 'amount' too long
+                  3  too few \x1b columns
+                  1  for other reasons
+          fenwire rejects show orders.toml
   speed   5.7 MiB in 2.0 s: 3.0 MB/s, 1,000 rows/s
   target  sqlite orders.db, table orders
           committed once
@@ -184,7 +197,12 @@ TEST(ReportJson, SaysWhatTheReportSays)
     const auto expected = nlohmann::json::parse(R"({
       "job": "orders", "status": "loaded with warnings", "exit_code": 4, "failure": "",
       "read": 18446744073709551615, "loaded": 1990, "refused": 7, "skipped": 3, "conserved": true,
-      "bytes": 6000000, "seconds": 2.0, "target": "sqlite orders.db, table orders",
+      "bytes": 6000000, "seconds": 2.0,
+      "rejects": {"file": "orders.bad", "list": "orders.bad.jsonl", "records": 8, "left_out": 7,
+        "changed": 1, "reasons": [{"reason": "column 3 'amount' too long", "count": 4},
+        {"reason": "too few \u001b columns", "count": 3}], "other_reasons": 1,
+        "next": ["fenwire rejects show orders.toml"]},
+      "target": "sqlite orders.db, table orders",
       "target_note": "committed once", "log": "/log/public",
       "files": [
         {"name": "/data/a.tbl", "instance": 1, "records": 1500, "loaded": 1490, "refused": 7,

@@ -1,0 +1,66 @@
+// host/coordinator/coordinator_counts.cpp - what instances tell of their files and bad records.
+
+#include <cstring>
+
+#include "host/coordinator/coordinator.h"
+#include "host/rejects/bad_record.h"
+#include "operator/message_table.h"
+
+namespace fenwire {
+
+std::string Coordinator::FileName(uint32_t index) const
+{
+    const auto files = objects_.Files();
+    if (index < 1 || index > files.size())
+        return "file " + std::to_string(index);
+    return std::string(files[index - 1].name, strnlen(files[index - 1].name, sizeof files[0].name));
+}
+
+void Coordinator::OnFileCounts(int instance, InMessage &message)
+{
+    const double seconds = static_cast<double>(message.U64()) * 1e-6;
+    const auto counts = message.Struct<PxFileCounts>();
+    ledger_.AddFile(instance, counts, FileName(counts.index), seconds);
+}
+
+void Coordinator::OnBadRecord(int instance, InMessage &message)
+{
+    const auto record = message.Struct<PxBadRecord>();
+    const std::string kind = message.Text(), excerpt = message.Text();
+    const std::string column = ColumnWords(job_, record.column);
+    rejects_.Add(record, column.empty() ? kind : column + " " + kind);
+    std::string &place = last_bad_[static_cast<size_t>(instance - 1)];
+    // Where a file keeps it, the record that ends a job is found there.
+    place.clear();
+    if (record.left_out == 0 || (rejects_.keeps() && record.kept != 0))
+        return;
+    place = FileName(record.index) + ", record " + std::to_string(record.record);
+    if (record.offset >= 0)
+        place += ", byte offset " + std::to_string(record.offset);
+    if (!column.empty())
+        place += ", " + column;
+    place += ": " + Excerpt(excerpt);
+}
+
+// Where an instance failed: at the bad record that it told of last, when no file keeps that, else
+// somewhere in its file.
+std::string Coordinator::PlaceOf(int instance) const
+{
+    const std::string &bad = last_bad_[static_cast<size_t>(instance - 1)];
+    return bad.empty() ? CurrentFile(instance) : bad;
+}
+
+// A state that can't be written is the old one, "running", with which no retry starts by itself.
+void Coordinator::FinishRejects()
+{
+    try {
+        rejects_.End(ledger_.committed() ? RejectRun::Rows::Committed
+                     : commit_in_doubt_ || settling_ == Settling::Committing
+                         ? RejectRun::Rows::InDoubt
+                         : RejectRun::Rows::Undone);
+    } catch (const std::exception &failure) {
+        PublicLine(Warning, failure.what());
+    }
+}
+
+}  // namespace fenwire

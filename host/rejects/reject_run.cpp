@@ -1,0 +1,88 @@
+// host/rejects/reject_run.cpp
+
+#include "host/rejects/reject_run.h"
+
+#include <fmt/format.h>
+
+#include "host/job/words.h"
+
+namespace fenwire {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Outcome = RejectState::Outcome;
+
+// A path as short as it can be told from where the user stands.
+std::string Shown(const fs::path &path)
+{
+    std::error_code failure;
+    const fs::path near = fs::proximate(path, failure);
+    return failure || near.string().starts_with("..") ? path.string() : near.string();
+}
+
+}  // namespace
+
+void RejectRun::Open()
+{
+    if (keeps())
+        list_ = std::make_unique<RejectList>(RejectListOf(error_file_));
+}
+
+void RejectRun::Begin()
+{
+    if (std::exchange(begun_, true))
+        return;
+    if (!keeps()) {
+        RemoveRejectState(job_);  // nothing is kept for a retry, and what was is of an earlier run
+        return;
+    }
+    if (!job_.retry_of.empty()) {
+        before_ = ReadRejectState(job_);
+        if (!before_ || before_->text != job_.retry_of)
+            throw std::runtime_error("the job was run or retried in the meantime; nothing was "
+                                     "loaded: look at its bad records again");
+        state_ = *before_;
+        state_.outcome = Outcome::Retrying;
+    } else {
+        state_ = {error_file_, Outcome::Running, 0, RemarksOf(job_), {}};
+    }
+    list_->PutInPlace();
+    WriteRejectState(job_, state_);
+}
+
+void RejectRun::End(Rows rows)
+{
+    rows_ = rows;
+    if (!begun_ || !keeps() || rows == Rows::InDoubt || state_.text.empty())
+        return;
+    if (before_ && rows == Rows::Undone) {
+        WriteRejectState(job_, *before_);  // its records wait as they did before
+        return;
+    }
+    state_.outcome = rows == Rows::Committed ? Outcome::Loaded : Outcome::Failed;
+    if (before_) {
+        state_.file = error_file_;
+        state_.retries += 1;
+        state_.remarks = RemarksOf(job_);
+    }
+    WriteRejectState(job_, state_);
+}
+
+void RejectRun::Write(JobReport &report) const
+{
+    RejectsReport &rejects = report.rejects;
+    tally_.Write(rejects);
+    if (!keeps() || !begun_)
+        return;
+    rejects.file = Shown(error_file_);
+    rejects.list = Shown(RejectListOf(error_file_));
+    if (rejects.left_out + rejects.changed == 0)
+        return;
+    const std::string job = Shown(job_.file);
+    rejects.next.push_back("fenwire rejects show " + job);
+    if (rows_ == Rows::Committed && rejects.left_out > 0)
+        rejects.next.push_back("fenwire rejects retry " + job);
+}
+
+}  // namespace fenwire

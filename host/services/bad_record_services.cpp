@@ -1,0 +1,53 @@
+// host/services/bad_record_services.cpp - what the operator tells of a bad record: to the list of them,
+// from this process, because a record may be longer than a message; and in short to the coordinator.
+
+#include <cstring>
+
+#include "host/rejects/bad_record.h"
+#include "host/rejects/reject_list.h"
+#include "host/services/operator_services.h"
+
+namespace fenwire {
+
+namespace {
+
+constexpr size_t kExcerptBytes = 200;
+
+}  // namespace
+
+std::string OperatorServices::FileName(uint32_t index)
+{
+    uint8_t *bytes = nullptr;
+    uint32_t length = 0;
+    PxFileNamesEntry entry;
+    if (link_.Element("FileNames", index, &bytes, &length) != PXSTC_Success ||
+        length != sizeof entry)
+        return "file " + std::to_string(index);
+    memcpy(&entry, bytes, sizeof entry);
+    return {entry.name, strnlen(entry.name, sizeof entry.name)};
+}
+
+PxStatus OperatorServices::PutBadRecord(const void *value, size_t length)
+{
+    BadRecord record;
+    if (!ReadBadRecord(value, length, record))
+        return PXSTC_Length;
+    if (rejects_ >= 0 && !rejects_failed_) {
+        const std::string line =
+            BadRecordLine(job_, instance_, FileName(record.head.index), record);
+        if (const std::string trouble = AppendLine(rejects_, line); !trouble.empty()) {
+            rejects_failed_ = true;
+            link_.Tell(OutMessage(MessageKind::Trouble)
+                           .Put("the list of bad records " +
+                                RejectListOf(RecordErrorFile(job_)).string() +
+                                " can't be written: " + trouble));
+        }
+    }
+    link_.Tell(OutMessage(MessageKind::BadRecord)
+                   .Raw(&record.head, sizeof record.head)
+                   .Put(ReasonKind(record.text))
+                   .Put(record.raw.substr(0, kExcerptBytes)));
+    return rejects_failed_ ? PxStatus{PXSTC_FatalError} : PxStatus{PXSTC_Success};
+}
+
+}  // namespace fenwire
