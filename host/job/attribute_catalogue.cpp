@@ -47,10 +47,10 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "The end of a file also ends its last record, so that a last line without its line end is read. With No such a line is an error."},
     {.name = "WriteBOM",                   .kind = YesNo,            .group = AttributeGroup::Format,      .side = AttributeSide::Consumer, .absent = "No",
      .about = "Begins each written file with a byte order mark. A step that reads goes on without it, with a warning."},
-    {.name = "ValidUTF8",                  .kind = Word,             .group = AttributeGroup::Format,      .support = Support::Later, .feature = "the check of UTF-8 data", .words = "UTF8 UTFX",
-     .about = "Checks that delimited data is valid UTF-8."},
+    {.name = "ValidUTF8",                  .kind = Word,             .group = AttributeGroup::Format,      .words = "UTF8 UTFX",
+     .about = "A column of delimited UTF-8 data that is longer than its type is cut, at the end of a character. Needs charset UTF8. Bytes that are no UTF-8 stay as they are in this version, with either word."},
     {.name = "ReplacementUTF8Char",        .kind = Text,             .group = AttributeGroup::Format,      .support = Support::Ignored, .max_bytes = 1,
-     .about = "Character that takes the place of invalid UTF-8. Looked at with ValidUTF8 only."},
+     .about = "Character to take the place of invalid UTF-8. Looked at with ValidUTF8 only."},
 
     // ---- Delimiters, quotes, escapes ---------------------------------------------------------------
     {.name = "TextDelimiter",              .kind = Mark,             .group = AttributeGroup::Marks,       .absent = "|", .partner = "TextDelimiterHEX",

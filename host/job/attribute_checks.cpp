@@ -414,6 +414,21 @@ void CheckColumnsFitFormat(const Job &job, std::vector<Complaint> &found)
     }
 }
 
+void CheckValidUtf8(const Job &job, std::vector<Complaint> &found)
+{
+    const auto given = std::ranges::find(job.producer.attributes, "ValidUTF8", &Attribute::name);
+    if (given == job.producer.attributes.end())
+        return;
+    const std::string set = job.charset.substr(0, job.charset.find_last_not_of(' ') + 1);
+    if (!SameWord(set, "UTF8") && set != "63")
+        found.push_back({given->at,
+                         fmt::format("ValidUTF8 needs data in UTF8, not {}", Quoted(set)),
+                         "remove it, or set charset in [job] to UTF8"});
+    if (!SameWord(job.producer.Text("Format"), "Delimited"))
+        found.push_back({given->at, "ValidUTF8 needs delimited data",
+                         "remove it, or set Format to \"Delimited\""});
+}
+
 void CheckCharacterSet(const std::string &name, SourcePosition at, std::vector<Complaint> &found)
 {
     const std::string upper = UpperCase(name.substr(0, name.find_last_not_of(' ') + 1));

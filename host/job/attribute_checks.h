@@ -19,6 +19,8 @@ std::optional<Attribute> ReadAttribute(const Entry &entry, std::vector<Complaint
 void CheckProducerAttributes(const Step &step, const Value &section, std::vector<Complaint> &found);
 
 // Whether the columns can be read from the step's format.
+// ValidUTF8 is about delimited data of UTF-8.
+void CheckValidUtf8(const Job &job, std::vector<Complaint> &found);
 void CheckColumnsFitFormat(const Job &job, std::vector<Complaint> &found);
 
 void CheckCharacterSet(const std::string &name, SourcePosition at, std::vector<Complaint> &found);

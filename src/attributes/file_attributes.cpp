@@ -8,6 +8,7 @@
 #include "attributes/delimited_attributes.h"
 #include "operator/messages.h"
 #include "pm/pm_state.h"
+#include "pm/utf8_validation.h"
 
 namespace {
 
@@ -92,6 +93,47 @@ PxStatus CheckFormat()
         return FW_AttributeFatal<19208>("IndicatorMode", format);
     }
     return PXSTC_Success;
+}
+
+// ---- UTF-8 ----
+
+char validation_word[8];
+
+bool ValidUtf8Given() { return Valid_UTFX != 0; }
+
+PxStatus SettleValidation()
+{
+    constexpr uint32_t kWithWindows1252 = 2;
+    static constexpr char kName[] = "ValidUTF8", kSet[] = "SYSTEM_CharSetId";
+    const char *name = kName, *word = validation_word, *set = kSet, *format = FormatWord;
+    if (CharSetFamily != kFamilyUtf8) {
+        FW_ERROR("Attribute %s ('%s') requires attribute %s be '%s' or '%s'", name, word, set,
+                 "UTF8", "63");
+        return FW_AttributeFatal<19244>(name, word, set, "UTF8", "63");
+    }
+    if (!Delimited()) {
+        FW_ERROR("'%s' is not allowed with data format '%s'.", name, format);
+        return FW_AttributeFatal<19208>(name, format);
+    }
+    SetupUTF8Validation(Valid_UTFX == kWithWindows1252);
+    bTruncateUTF8 = 1;
+    FW_TRACE(1, "%s: '%s'", name, word);
+    return PXSTC_Success;
+}
+
+PxStatus NoteReplacement()
+{
+    FW_TRACE(1, "%s: %s", "ReplacementUTF8Char", "White-Space 0x'E296A1'");
+    return PXSTC_Success;
+}
+
+PxStatus TakeReplacement()
+{
+    if (SetUTF8Replacement(reinterpret_cast<const uint8_t *>(ReplacementUTF8Char), 1) == 1)
+        return PXSTC_Success;
+    FW_ERROR("Attribute '%s' value is invalid.  A Valid UTF8 value must be provided.",
+             "ReplacementUTF8Char");
+    return FW_AttributeFatal<19245>("ReplacementUTF8Char");
 }
 
 PxStatus ReadDelimited() { return ReadDelimitedAttributes(); }
@@ -233,6 +275,7 @@ constexpr AttrWord kConsumerModes[] = {{"WRITE", kWrite}, {"WRITEAPPEND", kWrite
 constexpr AttrWord kFormats[] = {
     {"TEXT", 1}, {"DELIMITED", 1}, {"BINARY", 2}, {"FORMATTED", 3}, {"FORMATTED2", 5}, {"BINARY4", 6}, {"FORMATTED4", 7}, {"UNFORMATTED", 8},
 };
+constexpr AttrWord kValidations[] = {{"UTF8", 1}, {"UTFX", 2}};
 constexpr AttrWord kVerbosities[] = {
     {"OFF", 0}, {"O", 0}, {"LOW", 1}, {"L", 1}, {"MED", 2}, {"M", 2}, {"HIGH", 3}, {"H", 3},
 };
@@ -270,8 +313,10 @@ constexpr AttributeRow kFileAttributes[] = {
     {.name = "Format",     .kind = AttrKind::Word, .target = &FileFormat, .required = true, .limit = 20, .words = kFormats,
      .valid = "TEXT, FORMATTED, BINARY, FORMATTED4, BINARY4, UNFORMATTED or DELIMITED", .keep = &FormatWord},
     {.name = "Format",     .kind = AttrKind::Rule, .rule = CheckFormat},
-    // With ValidUTF8 comes ReplacementUTF8Char, which nobody asks for without it.
-    {.name = "ValidUTF8",  .kind = AttrKind::Refused, .feature = "validation of UTF-8 data"},
+    {.name = "ValidUTF8",  .kind = AttrKind::Word, .target = &Valid_UTFX, .limit = 200, .words = kValidations, .valid = "UTF8 or UTFX",
+     .keep = &validation_word, .on_given = SettleValidation},
+    {.name = "ReplacementUTF8Char",   .kind = AttrKind::Text, .target = &ReplacementUTF8Char, .limit = 1, .exact = true,
+     .wanted = ValidUtf8Given, .on_given = TakeReplacement, .on_absent = NoteReplacement},
     {.name = "delimited",  .kind = AttrKind::Rule, .wanted = Delimited, .rule = ReadDelimited},
     {.name = "UseGeneralUDDIcase",    .kind = AttrKind::YesNo,   .target = &bUseGeneralUDDIcase},
     {.name = "parsing case",          .kind = AttrKind::Rule,    .rule = Compose},

@@ -20,7 +20,7 @@ inline pmRecord pmBuffer = {};
 inline pmRecord pmBufferOrig = {};  // the same as it was read, whatever the scan did to it
 
 // ---- Character set ----------------------------------------------------------------------------
-// Writers: pm/char_sets.cpp pm/char_lengths.cpp delimited/characters.cpp pm/formats/text_discovery.cpp
+// Writers: pm/char_sets.cpp pm/char_lengths.cpp pm/utf8_validation.cpp delimited/characters.cpp pm/formats/text_discovery.cpp
 // A character-length function stores the bytes of the character and answers 1; it answers 0 when the
 // byte stands alone. It may read three bytes beyond the first.
 using CharLengthRoutine = int32_t (*)(const uint8_t *at, uint32_t *bytes);
@@ -36,5 +36,12 @@ inline char SG_CharsetName[32] = "";  // as established; the attribute's text is
 inline uint8_t badmbcs = 0;           // set by a length function: the character is malformed
 inline uint8_t fourByteUTF = 0;       // set by the UTF-16 function: a surrogate pair
 inline int32_t OptMBCerr = 1;         // 0 would switch the length functions off; nothing clears it
+
+// ---- Replacement of malformed UTF-8 -----------------------------------------------------------
+// Writers: pm/utf8_validation.cpp
+inline uint8_t UTF8Replacement[4] = {0xE2, 0x96, 0xA1};
+inline uint32_t UTF8ReplacementLength = 3;
+inline uint32_t ByteFixTable[128] =
+    {};  // bytes 0x80 to 0xFF of Windows-1252 as UTF-8, first byte lowest
 
 #endif

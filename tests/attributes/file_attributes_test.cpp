@@ -31,7 +31,6 @@ TEST_F(FileAttributes, AreHeldToTheirRules)
         {"no such format", {{"Format", "CSV"}}, "48 19205(Format,CSV,TEXT, FORMATTED, BINARY, FORMATTED4, BINARY4, UNFORMATTED or DELIMITED) 19015(12) "},
         {"format not offered", {{"Format", "Formatted2"}}, "0 "},
         {"delimited attributes are no business of TEXT", {{"TextDelimiterHEX", "X"}, {"TrimColumns", "*"}}, "0 "},
-        {"validation", {{"ValidUTF8", "UTF8"}}, "48 19990(ValidUTF8,validation of UTF-8 data) 19015(12) "},
         {"its character alone is not read", {{"ReplacementUTF8Char", "long"}}, "0 "},
         {"connector", {{"HadoopJobType", "hive"}}, "48 19990(HadoopJobType,Hadoop) 19015(12) "},
         {"byte order mark on reading", {{"WriteBOM", "Y"}}, "0 19246(WriteBOM) "},
@@ -49,6 +48,45 @@ TEST_F(FileAttributes, AreHeldToTheirRules)
     EXPECT_EQ(ReadFile({}), "48 19201(FileName) 19015(12) ");
     bIOviaAccessModule = 1;
     EXPECT_EQ(ReadFile({}), "0 ");
+}
+
+TEST_F(FileAttributes, ValidUtf8NeedsUtf8AndDelimitedData)
+{
+    // clang-format off
+    const struct {
+        const char *about;
+        int32_t family;
+        Given given;
+        const char *result;
+        uint32_t truncates;
+        const char *replacement;
+    } cases[] = {
+        {"absent",              kFamilyUtf8, {}, "0 ", 0, "\xE2\x96\xA1"},
+        {"in any case",         kFamilyUtf8, {{"ValidUTF8", "utfx"}}, "0 ", 1, "\xE2\x96\xA1"},
+        {"replacement",         kFamilyUtf8, {{"ValidUTF8", "UTF8"}, {"ReplacementUTF8Char", "?"}}, "0 ", 1, "?"},
+        {"unknown",             kFamilyUtf8, {{"ValidUTF8", "yes"}}, "48 19205(ValidUTF8,yes,UTF8 or UTFX) 19015(12) ", 0, ""},
+        {"long",                kFamilyUtf8, {{"ValidUTF8", std::string(201, 'u')}}, "48 19202(ValidUTF8,201,200) 19015(12) ", 0, ""},
+        {"a list",              kFamilyUtf8, {{"ValidUTF8", "*"}}, "48 19205(ValidUTF8,Multi-value,Single-value) 19015(12) ", 0, ""},
+        {"another set",     kFamilyOrdinary, {{"ValidUTF8", "utf8"}}, "48 19244(ValidUTF8,UTF8,SYSTEM_CharSetId,UTF8,63) 19015(12) ", 0, ""},
+        {"text",                kFamilyUtf8, {{"ValidUTF8", "UTF8"}, {"Format", "Text"}}, "48 19208(ValidUTF8,TEXT) 19015(12) ", 0, ""},
+        {"two bytes",           kFamilyUtf8, {{"ValidUTF8", "UTF8"}, {"ReplacementUTF8Char", "\xC3\xA9"}}, "48 19202(ReplacementUTF8Char,2,1) 19015(12) ", 1, ""},
+        {"no byte",             kFamilyUtf8, {{"ValidUTF8", "UTF8"}, {"ReplacementUTF8Char", ""}}, "48 19202(ReplacementUTF8Char,0,1) 19015(12) ", 1, ""},
+        {"no character",        kFamilyUtf8, {{"ValidUTF8", "UTF8"}, {"ReplacementUTF8Char", "\xC3"}}, "48 19245(ReplacementUTF8Char) 19015(12) ", 1, ""},
+    };
+    // clang-format on
+    fake.text["Format"] = "Delimited";
+    fake.text["TextDelimiter"] = "|";
+    for (const auto &c : cases) {
+        CharSetFamily = c.family;
+        bTruncateUTF8 = 0;
+        EXPECT_EQ(ReadFile(c.given), c.result) << c.about;
+        EXPECT_EQ(bTruncateUTF8, c.truncates) << c.about;
+        const std::string kept(UTF8Replacement, UTF8Replacement + UTF8ReplacementLength);
+        EXPECT_TRUE(*c.replacement == '\0' || kept == c.replacement) << c.about;
+    }
+    EXPECT_EQ(ByteFixTable[0], 0xAC82E2U);  // the euro sign
+    EXPECT_EQ(ByteFixTable[1], 0U);         // no character
+    EXPECT_EQ(ByteFixTable[0x7F], 0xBFC3U);
 }
 
 TEST_F(FileAttributes, ConsumerHasItsOwnModesAndMarks)
