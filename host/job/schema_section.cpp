@@ -1,11 +1,16 @@
 // host/job/schema_section.cpp - [schema]: the columns, as text or as tables.
 //
-//     columns = ["id VARCHAR(12)", { name = "amount", type = "VARCHAR(16)", sql_type = "REAL" }]
+//     columns = ["id VARCHAR(12)", { name = "amount", type = "VARCHAR(16)", sql_type = "REAL" },
+//         { name = "on", type = "VARCHAR(10)", input_format = "MM/DD/YY", output_format = "YYYY-MM-DD" }]
+//
+// What date formats may say, the operator library knows: it compiles them when the job starts.
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <map>
 
 #include "host/job/column_syntax.h"
+#include "host/job/column_types.h"
 #include "host/job/sections.h"
 #include "host/job/words.h"
 
@@ -15,14 +20,11 @@ namespace {
 
 constexpr size_t kMaxColumns = 4096;
 constexpr size_t kMaxSqlTypeBytes = 128;
+constexpr size_t kMaxDateFormatBytes = 127;
+constexpr std::string_view kDateType = "VARCHAR";
 
-// Keys of a column's table that later versions take.
-constexpr struct {
-    std::string_view key, feature;
-} kLaterColumnKeys[] = {
-    {"input_format", "reformatting of dates"},
-    {"output_format", "reformatting of dates"},
-};
+constexpr std::string_view kColumnKeys[] = {"name",     "type",         "sql_type",
+                                            "metadata", "input_format", "output_format"};
 
 // It goes into the target's own language as it stands, so it may hold no more than a type does.
 bool IsSqlType(std::string_view text)
@@ -48,18 +50,23 @@ bool ReadMetadata(const std::string &text, SourcePosition at, Column &column,
     return column.file_name;
 }
 
+bool ReadDateFormat(const Entry &entry, const std::string &text, Column &column,
+                    std::vector<Complaint> &found)
+{
+    (entry.key == "input_format" ? column.input_format : column.output_format) = text;
+    if (!text.empty() && text.size() <= kMaxDateFormatBytes && text.find('\0') == std::string::npos)
+        return true;
+    found.push_back({entry.value.at,
+                     fmt::format("{} can't be {}; it has 1 to {} bytes", entry.key, Quoted(text),
+                                 kMaxDateFormatBytes),
+                     "a format of dates, such as YYYY-MM-DD"});
+    return false;
+}
+
 bool ReadColumnKey(const Entry &entry, Column &column, std::vector<Complaint> &found)
 {
-    for (const auto &[key, feature] : kLaterColumnKeys) {
-        if (entry.key == key) {
-            found.push_back({entry.at, fmt::format("{} is not available in this version", feature),
-                             "remove the key"});
-            return false;
-        }
-    }
-    if (entry.key != "name" && entry.key != "type" && entry.key != "sql_type" &&
-        entry.key != "metadata") {
-        UnknownKey(entry, "a column", {"name", "type", "sql_type", "metadata"}, found);
+    if (!std::ranges::count(kColumnKeys, entry.key)) {
+        UnknownKey(entry, "a column", {kColumnKeys, std::end(kColumnKeys)}, found);
         return false;
     }
     const std::string *text = TextOf(entry, found);
@@ -73,11 +80,36 @@ bool ReadColumnKey(const Entry &entry, Column &column, std::vector<Complaint> &f
         return ParseColumnType(*text, entry.value.at, column, found);
     if (entry.key == "metadata")
         return ReadMetadata(*text, entry.value.at, column, found);
+    if (entry.key != "sql_type")
+        return ReadDateFormat(entry, *text, column, found);
     column.sql_type = *text;
     if (IsSqlType(*text))
         return true;
     found.push_back({entry.value.at, fmt::format("sql_type can't be {}", Quoted(*text)),
                      "the name of a type, such as INTEGER or DECIMAL(10,2)"});
+    return false;
+}
+
+// A date is rewritten by two formats, and only text has room for dates in any form.
+bool CheckDateFormats(const Value &table, const Column &column, std::vector<Complaint> &found)
+{
+    const Entry *input = table.Find("input_format"), *output = table.Find("output_format");
+    if (input == nullptr && output == nullptr)
+        return true;
+    if (input == nullptr || output == nullptr) {
+        found.push_back({(input != nullptr ? input : output)->at,
+                         fmt::format("input_format and output_format go together; {} is missing",
+                                     input == nullptr ? "input_format" : "output_format"),
+                         "give both to rewrite the column's dates, or none"});
+        return false;
+    }
+    const std::string_view type = ColumnTypes()[column.type].name;
+    if (type == kDateType && !column.file_name)
+        return true;
+    found.push_back({input->value.at,
+                     fmt::format("date formats are for columns of type {}; {} is {}", kDateType,
+                                 Quoted(column.name), column.file_name ? "a file name" : type),
+                     "give the column as VARCHAR(n), wide enough for both forms"});
     return false;
 }
 
@@ -94,7 +126,7 @@ bool ReadColumnTable(const Value &value, Column &column, std::vector<Complaint> 
             good = false;
         }
     }
-    return good;
+    return good && CheckDateFormats(value, column, found);
 }
 
 bool ReadColumn(const Value &value, Column &column, std::vector<Complaint> &found)

@@ -15,7 +15,7 @@ inline uint32_t bIOviaAccessModule = 0;
 inline uint32_t bTakeAMcheckpoint = 1;
 
 // ---- Current record ---------------------------------------------------------------------------
-// Writers: rows/write_row.cpp rows/verdicts.cpp delimited/extract.cpp delimited/trim_blanks.cpp delimited/raw_record.cpp
+// Writers: rows/write_row.cpp rows/verdicts.cpp rows/date_columns.cpp delimited/extract.cpp delimited/trim_blanks.cpp delimited/raw_record.cpp
 inline pmRecord pmBuffer = {};
 inline pmRecord pmBufferOrig = {};  // the same as it was read, whatever the scan did to it
 

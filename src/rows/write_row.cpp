@@ -14,6 +14,7 @@
 #include "delimited/verdict.h"
 #include "operator/messages.h"
 #include "pm/pm_state.h"
+#include "rows/date_columns.h"
 #include "rows/rows.h"
 #include "rows/verdicts.h"
 #include "schema/schema_state.h"
@@ -122,7 +123,10 @@ static PxStatus CutRecord(uint32_t *expected_length)
     }
     if (bUnclosedQuote != 0) [[unlikely]]
         WarnOfUnclosedQuote();
-    // Date columns are reformatted here, in every row that goes on.
+    if (DateColumnCount != 0) [[unlikely]] {
+        if (const PxStatus status = ReformatDates(); status != PXSTC_Success)
+            return status;
+    }
     *expected_length = pmBuffer.DataLength;
     return PXSTC_Success;
 }

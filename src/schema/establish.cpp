@@ -10,6 +10,7 @@
 
 #include "attributes/attributes_state.h"
 #include "operator/messages.h"
+#include "schema/date_columns.h"
 #include "schema/insert_filename.h"
 #include "schema/schema_state.h"
 #include "schema/type_table.h"
@@ -127,21 +128,6 @@ PxStatus FetchColumn(PxColumn *object, Column *column)
 
 // ---- One column ----
 
-bool IsText(const char *text) { return text != nullptr && text[0] != '\0'; }
-
-PxStatus CheckDateFormats(PxColumn *object, const Column &column)
-{
-    const char *input = nullptr, *output = nullptr;
-    if (!Producer() || column.type != kTypeVarchar)
-        return PXSTC_Success;
-    const PxStatus status = Service(object, &PxColumn::PX_GetColumnDateFormats, &input, &output, 0);
-    if (status != PXSTC_Success)
-        return ServiceFailed(__func__, "PX_GetColumnDateFormats", status);
-    // Date reformatting: both formats are compiled here, and the row's values rewritten by them.
-    return IsText(input) && IsText(output) ? NotAvailable(column.name, "date reformatting")
-                                           : PXSTC_Success;
-}
-
 uint32_t TextWidthOf(const TypeRow &type, uint16_t precision)
 {
     const TextWidth &width = type.width;
@@ -201,8 +187,6 @@ PxStatus TakeColumn(PxColumn *object, int32_t number, Verdicts *verdicts)
     Column column;
     if (const PxStatus status = FetchColumn(object, &column))
         return status;
-    if (const PxStatus status = CheckDateFormats(object, column))
-        return status;
     const bool metadata = Reading != 0 && column.metadata != 0;
     if (metadata) {
         if (const PxStatus status =
@@ -211,7 +195,12 @@ PxStatus TakeColumn(PxColumn *object, int32_t number, Verdicts *verdicts)
     } else {
         const TypeRow &type = TypeOf(column.type);
         JudgeColumn(column, type, verdicts);
-        StoreColumn(number - (InsertFilenameColNum != 0 ? 2 : 1), column, type, verdicts);
+        const int32_t at = number - (InsertFilenameColNum != 0 ? 2 : 1);
+        StoreColumn(at, column, type, verdicts);
+        if (Producer() && column.type == kTypeVarchar) {
+            if (const PxStatus status = TakeDateFormats(object, column.name, at))
+                return status;
+        }
     }
     FW_TRACE(1, "%16.16s (%3d) %3d %7d %7d %c %s", TypeName(column.type),
              static_cast<int>(column.type), column.indicator, column.length, column.offset,
@@ -326,6 +315,7 @@ PxStatus FW_EstablishSchema()
     PxColumn **list = nullptr;
     Verdicts verdicts;
 
+    FreeDateColumns();
     if (const PxStatus status = FetchSchema())
         return status;
     if (const PxStatus status = FetchColumns(&list))
@@ -346,6 +336,8 @@ PxStatus FW_EstablishSchema()
     FW_TRACE(1, "%s compatible with delimited data",
              verdicts.delimited ? "Schema is" : "Schema is not");
     if (const PxStatus status = SettleRowLengths(verdicts))
+        return status;
+    if (const PxStatus status = AllocateDateRow())
         return status;
     if (const PxStatus status = CheckFormatRules(verdicts))
         return status;
@@ -368,5 +360,6 @@ void FreeSchema()
     Release(&SG_IsInlineLOB);
     Release(&SG_IsVarType);
     FreeFilenameColumn();
+    FreeDateColumns();
     SG_ColCount = 0;
 }

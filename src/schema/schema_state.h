@@ -7,10 +7,11 @@
 
 #include <cstdint>
 
+#include "convert/dates.h"
 #include "infrastructure/infrastructure.h"
 
 // ---- Columns ----------------------------------------------------------------------------------
-// Writers: schema/establish.cpp delimited/extract.cpp rows/insert_filename.cpp
+// Writers: schema/establish.cpp delimited/extract.cpp rows/insert_filename.cpp rows/date_columns.cpp
 // Filled through ScanState: delimited/column_close.h, delimited/column_close.cpp, delimited/assemble.cpp
 inline PxSchema *schemaHandle = nullptr;
 inline int32_t SG_ColCount = 0;
@@ -51,5 +52,14 @@ struct WidenedRow {
     uint32_t *offsets = nullptr, *lengths = nullptr;
 };
 inline WidenedRow FilenameRow;
+
+// ---- Columns whose dates are reformatted ------------------------------------------------------
+// Writers: schema/date_columns.cpp
+inline int32_t DateColumnCount = 0;
+inline int32_t *DateColumns = nullptr;  // their indices, in rising order
+inline DateFormat **dtEncodedFormatStrsIn = nullptr,
+                  **dtEncodedFormatStrsOut = nullptr;  // by column
+inline uint8_t *dtOutputRow = nullptr;                 // the row as it was rewritten
+inline uint32_t dtInputRowLimit = 0;  // bytes of the longest row that dtOutputRow has room for
 
 #endif

@@ -183,17 +183,6 @@ TEST_F(Schema, ConsumerKnowsTheWidthOfItsText)
     EXPECT_EQ(BufferSize, 24);
 }
 
-TEST_F(Schema, FeaturesToComeAreRefusedByName)
-{
-    FakeColumn date = Column(kVarchar, 10);
-    date.input_format = "MM/DD/YYYY";
-    EXPECT_EQ(Establish({date}), "0 ");  // both formats make a conversion
-    date.output_format = "YYYY-MM-DD";
-    EXPECT_EQ(Establish({date}), "48 19990(c,date reformatting) 19015(12) ");
-    Play(2, kDelimited);
-    EXPECT_EQ(Establish({date}), "0 ");  // an ordinary column to a consumer
-}
-
 TEST_F(Schema, FileNameColumnIsNoDataColumn)
 {
     const auto name = [](uint32_t type, uint32_t metadata = 1) {
@@ -234,6 +223,26 @@ TEST_F(Schema, FileNameColumnIsNoDataColumn)
     EXPECT_EQ(NumIndBytes, 1U) << "a record's indicators tell of its own columns";
     EXPECT_EQ(TotalFixedLength, 8U * 12 + 1);
     EXPECT_EQ(SG_ColOffs[1], 10U);
+}
+
+TEST_F(Schema, DateFormatsAreCompiledInPairs)
+{
+    FakeColumn date = Column(kVarchar, 10), json = Column(kJson, 10);
+    date.input_format = json.input_format = "MM/DD/YYYY";
+    EXPECT_EQ(Establish({date}), "0 ");
+    EXPECT_EQ(DateColumnCount, 0);
+    date.output_format = json.output_format = "YYYY-MM-DD";
+    EXPECT_EQ(Establish({json, date, Column(kVarchar, 5), date}), "0 ");  // dates are VARCHAR
+    ASSERT_EQ(DateColumnCount, 2);
+    EXPECT_EQ(DateColumns[0], 1);
+    EXPECT_EQ(DateColumns[1], 3);
+    date.output_format = "YYYY-MQ";
+    const std::string refusal = "48 10671(11: Unknown formatting character(s), output format "
+                                "'YYYY-MQ' of column 'c', at character 6) 19015(12) ";
+    EXPECT_EQ(Establish({Column(kVarchar, 5), date}), refusal);
+    Play(2, kDelimited);
+    EXPECT_EQ(Establish({date}), "0 ");  // a consumer does not read dates
+    EXPECT_EQ(DateColumnCount, 0);
 }
 
 TEST_F(Schema, FailingServicesAndWildAnswersAreFatal)

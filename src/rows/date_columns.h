@@ -1,0 +1,18 @@
+// rows/date_columns.h - the dates of a row, from their input into their output formats.
+
+#ifndef FENWIRE_ROWS_DATE_COLUMNS_H
+#define FENWIRE_ROWS_DATE_COLUMNS_H
+
+#include <cstdint>
+
+#include "infrastructure/infrastructure.h"
+
+// Rewrites the date columns of the row in pmBuffer and the column arrays. 0, and pmBuffer is the new
+// row, in dtOutputRow; or a DateError, with the column at fault in VerdictColumn and the row unusable.
+int32_t FormatVarDateColsInRow();
+
+// The same for the row path: settles what a bad date costs. 0: the row goes on; 48: the job fails,
+// reported.
+PxStatus ReformatDates();
+
+#endif
