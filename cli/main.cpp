@@ -25,6 +25,7 @@ namespace {
 constexpr char kHelp[] =
     R"help(fenwire {} - loads delimited and text files into a database, with several readers at once
 
+  fenwire guess FILE...       writes a job file for them
   fenwire check JOB.toml      could the job run? looks at everything and changes nothing
   fenwire run JOB.toml        runs it
   fenwire explain WORD        what a message (19112) or an attribute (TextDelimiter) means
@@ -67,10 +68,25 @@ void AddJobOptions(CLI::App &verb, JobOptions &options)
         ->allow_extra_args(false);
 }
 
+void AddGuessOptions(CLI::App &verb, GuessOptions &options)
+{
+    verb.add_option("files", options.files, "the data files, all of one kind and in one folder")
+        ->required()
+        ->type_name("FILE");
+    verb.add_option("-o,--output", options.output,
+                    "the job file to write; without it standard output")
+        ->type_name("JOB.toml");
+    verb.add_flag("--force", options.force, "the job file may replace one that is there");
+    verb.add_option("--header", options.header, "whether the files begin with column names")
+        ->check(CLI::IsMember({"guess", "yes", "no"}))
+        ->type_name("WHAT");
+}
+
 struct CommandLine {
     CLI::App app;
     RunOptions run;
     JobOptions check;
+    GuessOptions guess;
     std::string explain, list, docs;
     std::function<int()> chosen;
 
@@ -87,6 +103,10 @@ struct CommandLine {
         verb = Verb("check", "says whether a job could run, and changes nothing",
                     [this] { return CheckVerb(check); });
         AddJobOptions(*verb, check);
+
+        verb = Verb("guess", "writes a job file that would load the files",
+                    [this] { return GuessVerb(guess); });
+        AddGuessOptions(*verb, guess);
 
         verb = Verb("explain", "says what a message or an attribute means",
                     [this] { return ExplainVerb(explain); });

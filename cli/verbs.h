@@ -29,7 +29,15 @@ struct RunOptions {
     bool json = false;
 };
 
+struct GuessOptions {
+    std::vector<std::string> files;
+    std::string output;            // empty: standard output
+    std::string header = "guess";  // or yes, no
+    bool force = false;            // output may replace a file
+};
+
 int RunVerb(const RunOptions &options);
+int GuessVerb(const GuessOptions &options);
 int CheckVerb(const JobOptions &options);
 int ExplainVerb(const std::string &subject);
 int ListVerb(const std::string &subject);
