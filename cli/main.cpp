@@ -30,6 +30,7 @@ constexpr char kHelp[] =
   fenwire run JOB.toml        runs it
   fenwire explain WORD        what a message (19112) or an attribute (TextDelimiter) means
   fenwire list SUBJECT        attributes, types, messages or targets
+  fenwire rejects show JOB.toml   the bad records of its last run; retry loads the repaired ones
   fenwire version
 
 A whole job file:
@@ -82,23 +83,29 @@ void AddGuessOptions(CLI::App &verb, GuessOptions &options)
         ->type_name("WHAT");
 }
 
+void AddRunOptions(CLI::App &verb, RunOptions &options)
+{
+    AddJobOptions(verb, options.job);
+    verb.add_option("--progress", options.progress, "auto, line (for logs) or off")
+        ->check(CLI::IsMember({"auto", "line", "off"}))
+        ->type_name("KIND");
+    verb.add_flag("--json", options.json, "one JSON object with the result on standard output");
+    verb.footer(kExitStatus);
+}
+
 struct CommandLine {
     CLI::App app;
     RunOptions run;
     JobOptions check;
     GuessOptions guess;
+    RejectsOptions rejects;
     std::string explain, list, docs;
     std::function<int()> chosen;
 
     CommandLine()
     {
         CLI::App *verb = Verb("run", "runs a job", [this] { return RunVerb(run); });
-        AddJobOptions(*verb, run.job);
-        verb->add_option("--progress", run.progress, "auto, line (for logs) or off")
-            ->check(CLI::IsMember({"auto", "line", "off"}))
-            ->type_name("KIND");
-        verb->add_flag("--json", run.json, "one JSON object with the result on standard output");
-        verb->footer(kExitStatus);
+        AddRunOptions(*verb, run);
 
         verb = Verb("check", "says whether a job could run, and changes nothing",
                     [this] { return CheckVerb(check); });
@@ -117,6 +124,8 @@ struct CommandLine {
                     [this] { return ListVerb(list); });
         verb->add_option("subject", list, "attributes, types, messages or targets")->required();
 
+        AddRejects();
+
         Verb("version", "prints the version", VersionVerb);
 
         verb = Verb("docs", "prints a generated page", [this] { return DocsVerb(docs); });
@@ -125,9 +134,31 @@ struct CommandLine {
     }
 
 private:
-    CLI::App *Verb(const char *name, const char *about, std::function<int()> action)
+    void AddRejects()
     {
-        CLI::App *verb = app.add_subcommand(name, about);
+        CLI::App *both = app.add_subcommand("rejects", "the bad records of a job's last run");
+        both->require_subcommand(1);
+        CLI::App *verb = Verb(
+            "show", "shows them", [this] { return RejectsShowVerb(rejects); }, both);
+        AddJobOptions(*verb, rejects.run.job);
+        verb->add_option("--limit", rejects.limit, "how many; 100 in the table without it")
+            ->check(CLI::NonNegativeNumber)
+            ->type_name("N");
+        verb->add_flag("--json", rejects.run.json, "one JSON object a record");
+        verb = Verb(
+            "retry", "loads those that were left out from the (repaired) record error file",
+            [this] { return RejectsRetryVerb(rejects); }, both);
+        AddRunOptions(*verb, rejects.run);
+        verb->add_flag("--anyway", rejects.anyway,
+                       "also where it is not known whether the records are loaded already");
+        verb->add_flag("--no-remarks", rejects.no_remarks,
+                       "the lines that RecordErrorVerbosity writes were taken out by hand");
+    }
+
+    CLI::App *Verb(const char *name, const char *about, std::function<int()> action,
+                   CLI::App *parent = nullptr)
+    {
+        CLI::App *verb = (parent != nullptr ? parent : &app)->add_subcommand(name, about);
         verb->callback([this, action = std::move(action)] { chosen = action; });
         return verb;
     }
@@ -166,7 +197,10 @@ int Main(int argc, char **argv)
     try {
         line.app.parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
-        fmt::print("{}", line.app.get_subcommands().at(0)->help("fenwire"));
+        const CLI::App *verb = line.app.get_subcommands().at(0);
+        const auto below = verb->get_subcommands();
+        fmt::print("{}", below.empty() ? verb->help("fenwire")
+                                       : below.at(0)->help("fenwire " + verb->get_name()));
         return kExitGood;
     } catch (const CLI::ParseError &error) {
         throw UsageError(error.what(), fmt::format("fenwire {} --help shows the options", first));

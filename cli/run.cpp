@@ -44,29 +44,40 @@ bool PrintsToStandardOutput(const Job &job)
 
 }  // namespace
 
-int RunVerb(const RunOptions &options)
+JobReport RunWithConsole(const Job &job, const RunOptions &options)
+{
+    if (options.json && PrintsToStandardOutput(job))
+        throw UsageError("--json and rows on standard output don't go together",
+                         "give the print target a file");
+    const std::unique_ptr<Console> console = MakeConsole(Progress(options.progress), options.json);
+    return RunJob(job, *console);
+}
+
+int WithRefusals(bool json, const std::function<int()> &run)
 {
     try {
-        const Job job = LoadJob(options.job.file, Overrides(options.job));
-        if (options.json && PrintsToStandardOutput(job))
-            throw UsageError("--json and rows on standard output don't go together",
-                             "give the print target a file");
-        const std::unique_ptr<Console> console =
-            MakeConsole(Progress(options.progress), options.json);
-        return RunJob(job, *console).exit_code;
+        return run();
     } catch (const JobError &error) {
-        if (options.json)
+        if (json)
             PrintRefusal("refused", kExitRefused, error.what(), error.complaints);
         throw;
     } catch (const UsageError &error) {
-        if (options.json)
+        if (json)
             PrintRefusal("refused", kExitRefused, error.what());
         throw;
     } catch (const std::exception &error) {
-        if (options.json)
+        if (json)
             PrintRefusal("failed", kExitFailed, error.what());
         throw;
     }
+}
+
+int RunVerb(const RunOptions &options)
+{
+    return WithRefusals(options.json, [&] {
+        const Job job = LoadJob(options.job.file, Overrides(options.job));
+        return RunWithConsole(job, options).exit_code;
+    });
 }
 
 }  // namespace fenwire

@@ -7,10 +7,12 @@
 #ifndef FENWIRE_CLI_VERBS_H
 #define FENWIRE_CLI_VERBS_H
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "host/console/report.h"
 #include "host/job/job.h"
 
 namespace fenwire {
@@ -36,6 +38,12 @@ struct GuessOptions {
     bool force = false;            // output may replace a file
 };
 
+struct RejectsOptions {
+    RunOptions run;
+    int64_t limit = -1;  // records that are shown; -1: not given
+    bool anyway = false, no_remarks = false;
+};
+
 int RunVerb(const RunOptions &options);
 int GuessVerb(const GuessOptions &options);
 int CheckVerb(const JobOptions &options);
@@ -43,6 +51,8 @@ int ExplainVerb(const std::string &subject);
 int ListVerb(const std::string &subject);
 int DocsVerb(const std::string &page);
 int VersionVerb();
+int RejectsShowVerb(const RejectsOptions &options);
+int RejectsRetryVerb(const RejectsOptions &options);
 
 // ---- For the verbs ----------------------------------------------------------------------------
 
@@ -54,6 +64,11 @@ struct UsageError : std::runtime_error {
     }
     std::string hint;
 };
+
+// Runs the job with the console that the options ask for.
+JobReport RunWithConsole(const Job &job, const RunOptions &options);
+// With json, what keeps a job from starting is told as an object, too, before it is thrown on.
+int WithRefusals(bool json, const std::function<int()> &run);
 
 // "fenwire: error: ..", with the hint below it when there is one.
 void PrintError(const std::string &what, const std::string &hint = {});

@@ -69,6 +69,9 @@ struct TargetKind {
     void (*check_settings)(const Job &job, std::vector<Complaint> &found);
     // What a job leaves that failed before its commit, however it ended: a clause for the summary.
     const char *(*after_failure)(const Job &job);
+    // Changes the settings so that rows are added to those of an earlier run of the job. Words: why that
+    // can't be. Null: it adds by itself.
+    std::string (*prepare_to_add)(Job &job);
 };
 
 std::span<const TargetKind> TargetKinds();

@@ -22,6 +22,23 @@ const char *AfterFailedPrint(const Job &job)
 
 const char *AfterFailedSqlite(const Job &) { return "the database is as it was before the job"; }
 
+// A file is written anew: what it holds would be gone.
+std::string AddToPrint(Job &job)
+{
+    const std::filesystem::path file = PathSetting(job, "file");
+    std::error_code none;
+    if (file.empty() || !std::filesystem::exists(file, none))
+        return {};
+    return fmt::format("the print target would replace {}, and with it the rows that it holds",
+                       Quoted(file.string()));
+}
+
+std::string AddToSqlite(Job &job)
+{
+    std::erase_if(job.target, [](const Setting &setting) { return setting.key == "replace"; });
+    return {};
+}
+
 // clang-format off
 constexpr TargetKey kPrintKeys[] = {
     {"file",      "path",   false, "the file to write; without it standard output"},
@@ -38,11 +55,11 @@ constexpr TargetKey kSqliteKeys[] = {
 };
 constexpr TargetKind kTargets[] = {
     {"null", "counts rows and sums them up; keeps nothing",
-     {}, MakeNullTarget, nullptr, AfterFailedNull},
+     {}, MakeNullTarget, nullptr, AfterFailedNull, nullptr},
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
-     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint},
+     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint},
     {"sqlite", "a table of an SQLite database: all rows of the job, or none",
-     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite},
+     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite},
 };
 // clang-format on
 
