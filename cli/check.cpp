@@ -17,6 +17,7 @@
 #include "host/job/attribute_catalogue.h"
 #include "host/job/data_files.h"
 #include "host/job/words.h"
+#include "host/rejects/reject_list.h"
 #include "host/targets/target.h"
 
 namespace fenwire {
@@ -46,11 +47,14 @@ void Note(const std::string &what) { fmt::print("note: {}\n", what); }
 void NoteIdleAttributes(const Job &job)
 {
     const bool delimited = SameWord(job.producer.Text("Format"), "Delimited");
+    const bool kept = !RecordErrorFile(job).empty();
     for (const Attribute &attribute : job.producer.attributes) {
         const AttributeInfo *info = FindAttribute(attribute.name);
         if (info->support == Support::Ignored)
             Note(fmt::format("{0} has no effect in this version; see fenwire explain {0}",
                              info->name));
+        else if (!kept && info->group == AttributeGroup::BadRecords)
+            Note(fmt::format("{} has no effect without RecordErrorFileName", info->name));
         else if (!delimited && info->group == AttributeGroup::Marks &&
                  info->name != "UseGeneralUDDIcase")
             Note(fmt::format("{} has no effect with Format = \"Text\"", info->name));

@@ -111,18 +111,18 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "Rows may travel in blocks where the job allows it. This version moves them one at a time."},
 
     // ---- Bad records -------------------------------------------------------------------------------
-    {.name = "RecordErrorFileName",        .kind = Text,             .group = AttributeGroup::BadRecords,  .support = Support::Later, .feature = "the record error file",
-     .about = "File that takes the records that can't be made rows."},
-    {.name = "RowErrFileName",             .kind = Text,             .group = AttributeGroup::BadRecords,  .support = Support::Later, .feature = "the record error file", .partner = "RecordErrorFileName",
+    {.name = "RecordErrorFileName",        .kind = Text,             .group = AttributeGroup::BadRecords,
+     .about = "File that takes the records that can't be made rows, as they were read; the job goes on without them. It is begun anew by each run."},
+    {.name = "RowErrFileName",             .kind = Text,             .group = AttributeGroup::BadRecords, .partner = "RecordErrorFileName",
      .about = "Earlier name of RecordErrorFileName."},
-    {.name = "ErrorLimit",                 .kind = Integer,          .group = AttributeGroup::BadRecords,  .support = Support::Ignored, .absent = "-1",
-     .about = "How many bad records the job takes before it fails; -1 sets no limit. Has a meaning with RecordErrorFileName only."},
-    {.name = "RecordErrorFilePrefix",      .kind = Mark,             .group = AttributeGroup::BadRecords,  .support = Support::Ignored, .absent = "none", .partner = "RecordErrorFilePrefixHEX",
+    {.name = "ErrorLimit",                 .kind = Integer,          .group = AttributeGroup::BadRecords, .absent = "-1",
+     .about = "The job fails with this many bad records in the record error file, over all instances; below 1 there is no limit. Has a meaning with RecordErrorFileName only."},
+    {.name = "RecordErrorFilePrefix",      .kind = Mark,             .group = AttributeGroup::BadRecords, .absent = "none", .partner = "RecordErrorFilePrefixHEX",
      .about = "Begins each line of remarks in the record error file. Has a meaning with RecordErrorFileName only."},
-    {.name = "RecordErrorFilePrefixHEX",   .kind = HexMark,          .group = AttributeGroup::BadRecords,  .support = Support::Ignored, .partner = "RecordErrorFilePrefix",
+    {.name = "RecordErrorFilePrefixHEX",   .kind = HexMark,          .group = AttributeGroup::BadRecords, .partner = "RecordErrorFilePrefix",
      .about = "RecordErrorFilePrefix in hexadecimal digits."},
-    {.name = "RecordErrorVerbosity",       .kind = Word,             .group = AttributeGroup::BadRecords,  .support = Support::Ignored, .absent = "Off", .words = "Off Low Med High", .also = "O L M H",
-     .about = "How much the record error file says of each record. Has a meaning with RecordErrorFileName only."},
+    {.name = "RecordErrorVerbosity",       .kind = Word,             .group = AttributeGroup::BadRecords, .absent = "Off", .words = "Off Low Med High", .also = "O L M H",
+     .about = "How much the record error file says of each record: nothing; what is wrong (Low); also its file and number (Med, High). Has a meaning with RecordErrorFileName only."},
 
     // ---- Log ---------------------------------------------------------------------------------------
     {.name = "TraceLevel",                 .kind = Word,             .group = AttributeGroup::Log,         .absent = "statistics only", .words = "None Milestones IO_Counts IO_Buffers All",

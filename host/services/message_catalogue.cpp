@@ -527,6 +527,10 @@ constexpr CatalogueRow kCatalogue[] = {
                          "close the quote in the file, or set QuotedData to No if the mark is data"},
     {19992, "tt",        "the name of file \"%1\" can't be converted to %2",
                          "rename the file to valid UTF-8, or remove the column that takes its name"},
+    {19993, "nt",        "ErrorLimit = %1 is reached: the bad records are in \"%2\"",
+                         "look at what is wrong with them; raise ErrorLimit if the job can do without so many"},
+    {19994, "ntt",       "bad records of instance %1 may be missing in \"%3\": what there is of them is in \"%2\"",
+                         "append that file to the record error file, and remove it"},
 };
 // clang-format on
 

@@ -16,7 +16,9 @@ ReadInstanceAttributes();          // instance number, instance count, operator 
 PxStatus ReadLogAttributes();      // operator name, trace level, name of the private log
 PxStatus ReadGeneralAttributes();  // TraceFunction to NamedPipeTimeOut
 PxStatus ReadFilesetAttributes();  // DirectoryPath to VigilSortField
-PxStatus ReadFileAttributes();     // FileName to RecordErrorVerbosity; composes the parsing case
+PxStatus ReadFileAttributes();     // FileName to SYSTEM_LOGDIRECTORY; composes the parsing case
+PxStatus
+ReadErrorFileAttributes();  // ErrorLimit to RecordErrorVerbosity: the file is open, or isn't
 
 // ---- Single values
 

@@ -69,6 +69,7 @@ inline int32_t SG_AcceptExcessColumns = 0;  // kNo, kYes, kYesWithoutLog
 inline int32_t SG_AcceptMissingColumns = 0;
 inline int32_t TruncateColumnsOpt = 0;
 inline char SG_RowErrFileName[kMaxPath + 1] = "";
+inline char SystemLogDirectory[kMaxPath + 1] = "";  // of the temporary record error files
 inline int32_t SG_ErrorRowLimit = -1;
 inline int32_t RowErrorVerbosity = 0;
 

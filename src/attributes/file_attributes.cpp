@@ -210,14 +210,8 @@ PxStatus ResetBufferSize()
 
 bool PreviousNameAbsent() { return bAttributeSeen == 0; }
 bool NoErrorFileYet() { return SG_RowErrFileName[0] == '\0'; }
-bool ErrorFileInUse() { return SG_RowErrFileName[0] != '\0'; }
-
-// The record error file: its directory, its temporary files and its global variables start here.
-PxStatus CheckErrorFile()
-{
-    return NoErrorFileYet() ? PXSTC_Success
-                            : NotAvailable("RecordErrorFileName", "the record error file");
-}
+bool ErrorFileNamed() { return SG_RowErrFileName[0] != '\0'; }
+bool ErrorFileInUse() { return SG_pmFpErrors != 0; }
 
 PxStatus NoteIgnored(const char *name)
 {
@@ -251,8 +245,10 @@ PxStatus ReadErrorPrefix()
 
 PxStatus CheckErrorVerbosity()
 {
-    if (ErrorFileInUse())
+    if (ErrorFileInUse()) {
+        FW_TRACE(1, "%s: '%d'", "RecordErrorVerbosity", RowErrorVerbosity);
         return PXSTC_Success;
+    }
     RowErrorVerbosity = 0;
     FW_TRACE(1, "%s: '%s' (IGNORED)", "RecordErrorVerbosity", "OFF");
     return NoteIgnored("RecordErrorVerbosity");
@@ -331,14 +327,19 @@ constexpr AttributeRow kFileAttributes[] = {
     {.name = "TruncateLongCols",      .kind = AttrKind::YesNo,   .target = &TruncateColumnsOpt, .mode = 2, .wanted = PreviousNameAbsent},
     {.name = "RecordErrorFileName",   .kind = AttrKind::Text,    .target = &SG_RowErrFileName},
     {.name = "RowErrFileName",        .kind = AttrKind::Text,    .target = &SG_RowErrFileName, .wanted = NoErrorFileYet},
-    {.name = "record error file",     .kind = AttrKind::Rule,    .rule = CheckErrorFile},
+    {.name = "SYSTEM_LOGDIRECTORY",   .kind = AttrKind::Text,    .target = &SystemLogDirectory, .wanted = ErrorFileNamed},
+};
+static_assert(RowsAreSound(kFileAttributes));
+
+// When the record error file is open, or is not.
+constexpr AttributeRow kErrorFileAttributes[] = {
     {.name = "ErrorLimit",            .kind = AttrKind::Integer, .target = &SG_ErrorRowLimit, .absent = -1, .on_given = CheckErrorLimit},
     {.name = "RecordErrorFilePrefix", .kind = AttrKind::Rule,    .rule = ReadErrorPrefix},
     {.name = "RecordErrorVerbosity",  .kind = AttrKind::Word,    .target = &RowErrorVerbosity, .limit = 10, .words = kVerbosities,
      .valid = "Off, Low, Med, High", .on_given = CheckErrorVerbosity},
     {.name = "FileName, OpenMode, Format", .kind = AttrKind::Rule, .rule = EchoFile},
 };
-static_assert(RowsAreSound(kFileAttributes));
+static_assert(RowsAreSound(kErrorFileAttributes));
 // clang-format on
 
 }  // namespace
@@ -349,3 +350,5 @@ PxStatus ReadFileAttributes()
         return status;
     return ReadAttributes(kFileAttributes);
 }
+
+PxStatus ReadErrorFileAttributes() { return ReadAttributes(kErrorFileAttributes); }

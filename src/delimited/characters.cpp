@@ -60,6 +60,18 @@ static bool BadCharacterHere(ScanState &s)
     return Stop(s, BadCharacter);
 }
 
+// With a record error file the scan goes on, and the record is judged at its end.
+static bool WideCharacterHere(ScanState &s)
+{
+    if (SG_pmFpErrors == 0) {
+        s.wide_column = ++s.column;
+        return Stop(s, BadCharacter);
+    }
+    if (s.wide_column == 0)
+        s.wide_column = s.column + 1;
+    return true;
+}
+
 bool CharacterStep(ScanState &s, uint32_t *width)
 {
     uint32_t bytes = 1;
@@ -73,11 +85,8 @@ bool CharacterStep(ScanState &s, uint32_t *width)
                  static_cast<long long>(RowCount));
     if (bytes == 0 || badmbcs != 0) [[unlikely]]
         return BadCharacterHere(s);
-    // With a record error file the scan will go on here, and the row fails at its end.
-    if (fourByteUTF != 0) [[unlikely]] {
-        s.wide_column = ++s.column;
-        return Stop(s, BadCharacter);
-    }
+    if (fourByteUTF != 0 && !WideCharacterHere(s)) [[unlikely]]
+        return false;
     *width = static_cast<uint32_t>(std::min<ptrdiff_t>(bytes, s.end - s.cursor));
     return true;
 }

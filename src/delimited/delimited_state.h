@@ -36,6 +36,12 @@ inline int32_t ActualColumnCount = 0;  // columns found in the record
 inline int32_t VerdictColumn = 0;      // the column at fault, from 1; 0: no single one
 inline char ExtractErrMsg[4096] = "";  // the verdict in words
 
+// ---- Bad records ------------------------------------------------------------------------------
+// Writers: delimited/record_error_setup.cpp delimited/record_error_write.cpp delimited/record_error_merge.cpp
+inline int32_t SG_ContinueOnRowError = 0;  // 0 no file; 1 bad records are left out; 2 limit reached
+inline uint32_t bErrorsTostderr = 0;       // bad records go to standard error; nothing sets it
+inline uint64_t ErrorFileLines = 0;        // records written to the named file, remarks included
+
 // ---- Settled when the parsing case is validated -----------------------------------------------
 // Writers: delimited/validate_case.cpp
 inline ScannerView Marks;

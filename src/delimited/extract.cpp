@@ -60,7 +60,7 @@ static void TraceRecord()
             std::min<uint32_t>(pmBuffer.DataLength, MaxBytesToDump));
 }
 
-// A scan that stopped: the record stays, compacted, in pmBuffer, and the columns point into it.
+// A scan that stopped, or a record that is not packed: the record stays, compacted, in pmBuffer, and the columns point into it.
 static int32_t RefuseStopped(const ScanState &s)
 {
     switch (s.verdict) {
@@ -113,6 +113,8 @@ int32_t ExtractDelimitedText()
         NullUnreached(stored, pmBuffer.DataLength);
     if (s.verdict != RowComplete)
         return RefuseStopped(s);
+    if (s.wide_column != 0) [[unlikely]]
+        return RefuseRecord(BadCharacter, s.column, s.wide_column);
 
     pmBuffer.DataLength = PackColumns(s.begin);
     pmBuffer.Data = TargetBuffer;

@@ -7,6 +7,7 @@
 
 #include "attributes/attributes_state.h"
 #include "delimited/delimited_state.h"
+#include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "pm/pm_state.h"
 #include "schema/schema_state.h"
@@ -85,9 +86,18 @@ bool IsTolerated(Verdict verdict)
         return SG_AcceptMissingColumns != 0;
     case FieldOverflow:
         return TruncateColumnsOpt != 0 || bTruncateUTF8 != 0;
+    case BadCharacter:
+        return SG_pmFpErrors != 0;
     default:
-        return false;  // with a record error file, a four-byte character is tolerated too
+        return false;
     }
+}
+
+bool IsKept(Verdict verdict)
+{
+    const int32_t settings[] = {kNo, SG_AcceptExcessColumns, SG_AcceptMissingColumns,
+                                TruncateColumnsOpt};
+    return KeepsBadRecords() && (verdict > FieldOverflow || settings[verdict] != kYesWithoutLog);
 }
 
 Verdict RefuseRecord(Verdict verdict, int32_t columns, int32_t column)
@@ -95,13 +105,12 @@ Verdict RefuseRecord(Verdict verdict, int32_t columns, int32_t column)
     ActualColumnCount = columns;
     VerdictColumn = column;
     const bool tolerated = IsTolerated(verdict);
-    if (tolerated && FW_TraceLvl <= 1)
+    if (tolerated && FW_TraceLvl <= 1 && !IsKept(verdict))
         return verdict;
     ComposeText(verdict, column);
     if (FW_TraceLvl > 1)
         FW_Trace("ExtractDelimitedText", TraceKind::Warning, "%s", ExtractErrMsg);
-    // The record error file takes the record here, but for settings that ask to keep it out of it.
-    if (!tolerated)
+    if (!tolerated && !KeepsBadRecords())
         DumpFileInfo(-1);
     return verdict;
 }

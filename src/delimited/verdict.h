@@ -22,6 +22,9 @@ enum Verdict : int32_t {
 // Whether the job's settings let the row of such a record go on all the same.
 bool IsTolerated(Verdict verdict);
 
+// Whether such a record is kept as it was read: not where a setting tolerates it without a log.
+bool IsKept(Verdict verdict);
+
 // The end of a record that is no complete row: puts the verdict into words (ExtractErrMsg), traces it
 // and, where it costs the row, the file. A tolerated row that nobody is told of gets no words.
 // columns: found so far; column: the one at fault, from 1. Answers the verdict.

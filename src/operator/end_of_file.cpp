@@ -1,5 +1,6 @@
 // operator/end_of_file.cpp - a file is finished: it is counted, marked, closed, and the next opened.
 
+#include "delimited/record_error_file.h"
 #include "fileset/fileset.h"
 #include "operator/clock.h"
 #include "operator/messages.h"
@@ -68,6 +69,9 @@ PxStatus EndOfFile()
     PxStatus status = PXSTC_Success;
 
     CountFile();
+    // Bad records are safe before anybody commits the rows that they were left out of.
+    if ((status = FlushRecordErrorFile()) != PXSTC_Success)
+        return status;
     if ((status = MarkFinished()) != PXSTC_Success || (status = CloseFile()) != PXSTC_Success)
         return status;
     PutFileCounts(1);

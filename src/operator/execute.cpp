@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "attributes/attributes_state.h"
+#include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
 #include "rows/rows.h"
@@ -92,6 +93,12 @@ PxStatus ProduceRow()
     }
 }
 
+// A checkpoint comes with the flag, once there are checkpoints.
+Answer LimitOverAllInstances(uint32_t)
+{
+    return bAccumulateErrorCounts == 0 ? kNextStep : AnswerUnlessGood(AccumulateErrorCounts());
+}
+
 Answer RowOfProducer(uint32_t) { return ProduceRow(); }
 
 // clang-format off
@@ -104,7 +111,8 @@ constexpr ExecuteStep kExecuteChain[] = {
     // 7 and 8 next output file of an archiving consumer; 9 archiving of an active scan's pass
     // 10 requested checkpoint; 11 and 12 the next pass of an active scan
     {13, InstanceWithoutFiles},
-    // 14 error limit over all instances; 15 row of a consumer
+    {14, LimitOverAllInstances},
+    // 15 row of a consumer
     {16, RowOfProducer       },
 };
 // clang-format on
@@ -113,7 +121,7 @@ constexpr ExecuteStep kExecuteChain[] = {
 bool IsRowDue(uint32_t phase)
 {
     return static_cast<int32_t>(phase) == LastExecutePhase &&
-           (bExecuteEndMethod | bNoFileForInstance) == 0;
+           (bExecuteEndMethod | bNoFileForInstance | bAccumulateErrorCounts) == 0;
 }
 
 }  // namespace

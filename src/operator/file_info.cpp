@@ -5,6 +5,7 @@
 #include "attributes/attributes.h"
 #include "delimited/delimited.h"
 #include "delimited/delimited_state.h"
+#include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
 #include "schema/establish.h"
@@ -71,6 +72,10 @@ void ClearCounters()
 PxStatus FW_FenwireFileInfo()
 {
     if (const PxStatus status = ReadFileAttributes())
+        return status;
+    if (const PxStatus status = SetUpRecordErrorFile())
+        return status;
+    if (const PxStatus status = ReadErrorFileAttributes())
         return status;
     SetBufferSize();
     if (const PxStatus status = FW_EstablishSchema())

@@ -273,6 +273,8 @@ inline constexpr MessageRow kMessages[] = {
     {19990, 3, Error,       "tt"},
     {19991, 3, Warning,     "tn"},
     {19992, 3, Error,       "tt"},
+    {19993, 3, Error,       "nt"},
+    {19994, 3, Warning,     "ntt"},
 };
 // clang-format on
 

@@ -48,7 +48,7 @@ inline int32_t LogStatus = 0;                  // result of the last log write
 inline int64_t CurrentSystemTime = 0;  // seconds, of the last FetchCurrentTime
 
 // ---- Row counters -----------------------------------------------------------------------------
-// Writers: rows/write_row.cpp operator/file_info.cpp operator/access.cpp
+// Writers: rows/write_row.cpp operator/file_info.cpp operator/access.cpp delimited/record_error_write.cpp
 // Zeroed at the end of FW_FenwireFileInfo; those of the current file also by FW_FenwireOpen. 64 bits
 // inside; layouts and messages that hold 32 take the low half.
 inline uint64_t RowCount = 0;  // rows handed over by this instance
@@ -68,7 +68,7 @@ inline char EciOperatorId[320] = "";    // of the command interface; empty: not 
 inline int32_t ExecuteSuccessFlag = 0;  // execute passed, as the infrastructure tells at the end
 
 // ---- Execute ----------------------------------------------------------------------------------
-// Writers: operator/execute.cpp operator/end_of_file.cpp operator/first_calls.cpp operator/init_phase2.cpp operator/terminate.cpp
+// Writers: operator/execute.cpp operator/end_of_file.cpp operator/first_calls.cpp operator/init_phase2.cpp operator/terminate.cpp delimited/record_error_counts.cpp
 inline uint64_t EvtRecordCount = 0;     // records of finished files
 inline uint32_t EvtFileCount = 0;       // finished files, for the statistics
 inline uint32_t bExecuteEndMethod = 0;  // latch: once set, every further call answers 42
@@ -76,8 +76,9 @@ inline uint32_t CheckpointCount = 0;
 inline uint32_t FilesThisInstance = 0;    // files finished here
 inline uint32_t TotalFilesProcessed = 0;  // instance 1: all instances' files
 inline double CpuSecondsTotal = 0, FileStartCpu = 0;
-inline uint32_t bNoFileForInstance = 0;  // this instance has no file now
-inline uint32_t JobMaxRowSize = 64;      // KB
+inline uint32_t bNoFileForInstance = 0;      // this instance has no file now
+inline uint32_t bAccumulateErrorCounts = 0;  // a checkpoint published the counts of bad records
+inline uint32_t JobMaxRowSize = 64;          // KB
 inline uint32_t bJobMaxRowSizeRead = 0;
 inline const uint8_t *SingleRowForZarnDelete = nullptr;  // 1 there: a delete task, one row only
 inline uint32_t FirstTimeReadSingleRowForZarnDelete = 1;

@@ -10,6 +10,7 @@
 #include "attributes/attribute_table.h"
 #include "convert/unicode.h"
 #include "delimited/delimited.h"
+#include "delimited/record_error_file.h"
 #include "fileset/fileset.h"
 #include "operator/clock.h"
 #include "operator/messages.h"
@@ -102,7 +103,7 @@ void CloseLog(PxLog *&log)
 
 void ReleaseAll()
 {
-    // The record error files of all instances are merged here, before their buffers go.
+    AppendRowErrorFile();
     FreeDelimitedBuffers();
     FreeSchema();
     fwfini();
@@ -178,7 +179,7 @@ PxStatus FW_Terminate(uint32_t step)
     switch (step) {
     case 1:
         CloseAccess();
-        return PXSTC_Success;
+        return CloseRecordErrorFile();
     case 2:
         ReleaseAll();
         return PXSTC_Success;

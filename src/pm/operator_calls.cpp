@@ -23,6 +23,12 @@ void Close_pmFile(pmToken file, const char *label)
 
 void fwfini() { ForgetErrorText(); }
 
+const char *pmFileName(pmToken token)
+{
+    const auto *file = static_cast<const pmFile *>(pmGetMemA(token));
+    return file != nullptr && file->Kind == kKindFile ? file->FName : "";
+}
+
 void DumpFileInfo(int32_t)
 {
     const auto *file = static_cast<const pmFile *>(pmGetMemA(pmfp));

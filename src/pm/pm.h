@@ -140,6 +140,8 @@ void Close_pmFile(pmToken file, const char *label);
 // Frees the text and character work buffers of this layer. May be called again.
 void fwfini();
 
+const char *pmFileName(pmToken file);  // as it was opened; empty when there is no such file
+
 // The current file's name, record and position to the private log. which: -1.
 void DumpFileInfo(int32_t which);
 

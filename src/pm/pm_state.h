@@ -14,6 +14,11 @@ inline pmToken pmfp = 0;      // the current data file
 inline uint32_t bIOviaAccessModule = 0;
 inline uint32_t bTakeAMcheckpoint = 1;
 
+// ---- Record error file ------------------------------------------------------------------------
+// Writers: delimited/record_error_setup.cpp delimited/record_error_merge.cpp
+inline pmToken pmHandleErrors = 0;  // the module that serves it, apart from the data's
+inline pmToken SG_pmFpErrors = 0;   // this instance's file; 0: none in use
+
 // ---- Current record ---------------------------------------------------------------------------
 // Writers: rows/write_row.cpp rows/verdicts.cpp rows/date_columns.cpp delimited/extract.cpp delimited/trim_blanks.cpp delimited/raw_record.cpp
 inline pmRecord pmBuffer = {};

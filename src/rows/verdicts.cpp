@@ -1,8 +1,12 @@
-// rows/verdicts.cpp - which verdicts a job tolerates, and how the others end it.
+// rows/verdicts.cpp - what a verdict costs: the row goes on, the record is left out, or the job ends.
 //
-// kTolerances says what the log tells of a row that goes on by the job's settings. Everything else is
-// fatal. A record error file adds two outcomes between these: verdicts 1 to 3 leave the record out and
-// read on until the error limit, and a four-byte character goes on.
+//   verdict       tolerated by            otherwise
+//   1, 2, 3       its setting             left out with a record error file, up to the limit; else fatal
+//   5             a record error file     fatal
+//   4, 8 to 11    nothing                 fatal
+//
+// The record error file takes each of them but for those that a setting tolerates without a log.
+// kOutcomes gives the words of a tolerated row and the number of the message that tells of the fault.
 
 #include "rows/verdicts.h"
 
@@ -13,20 +17,39 @@
 #include "delimited/verdict.h"
 #include "fileset/fileset_state.h"
 #include "operator/messages.h"
+#include "pm/pm_state.h"
+#include "rows/bad_records.h"
 #include "schema/schema_state.h"
 
 namespace {
 
-struct Tolerance {
+struct Outcome {
     Verdict verdict;
-    const char *trace;
+    uint32_t message;
+    bool left_out;        // where it isn't tolerated, the job can do without the record
+    const char *goes_on;  // the log's words, where it is tolerated
 };
 
-constexpr Tolerance kTolerances[] = {
-    {TooManyColumns, "Continuing with truncated row."},
-    {TooFewColumns, "Continuing with padded row."},
-    {FieldOverflow, "Continuing with truncated column(s)."},
+constexpr uint32_t kCantReadOn = 19134;
+// clang-format off
+constexpr Outcome kOutcomes[] = {
+    {TooManyColumns, kCantReadOn, true,  "Continuing with truncated row."},
+    {TooFewColumns,  kCantReadOn, true,  "Continuing with padded row."},
+    {FieldOverflow,  19472,       true,  "Continuing with truncated column(s)."},
+    {BadCharacter,   19439,       false, "Encountered 4-byte character(s) in data."},
+    {NotAnOpenQuote, 19474,       false, nullptr},
 };
+// clang-format on
+constexpr Outcome kFatalOutcome = {RowComplete, kCantReadOn, false, nullptr};
+
+const Outcome &OutcomeOf(int32_t verdict)
+{
+    for (const Outcome &outcome : kOutcomes) {
+        if (outcome.verdict == verdict)
+            return outcome;
+    }
+    return kFatalOutcome;
+}
 
 PxStatus FatalRow(int32_t verdict)
 {
@@ -46,8 +69,14 @@ PxStatus FatalRow(int32_t verdict)
     case NotAnOpenQuote:
         return FW_Fatal<19474>(CurrentFullPath, record_text, column, name);
     default:
-        return FW_Fatal<19134>(CurrentFullPath, ExtractErrMsg);
+        return FW_Fatal<kCantReadOn>(CurrentFullPath, ExtractErrMsg);
     }
+}
+
+// A bad character has a column, though its message names none.
+int32_t ColumnAtFault(Verdict verdict)
+{
+    return verdict == BadCharacter && VerdictColumn == 0 ? ActualColumnCount : VerdictColumn;
 }
 
 }  // namespace
@@ -63,13 +92,35 @@ void WarnOfUnclosedQuote()
     RaiseExitCode(4);
 }
 
-PxStatus SettleVerdict(int32_t verdict)
+PxStatus SettleVerdict(int32_t number)
 {
-    for (const Tolerance &tolerance : kTolerances) {
-        if (verdict != tolerance.verdict || !IsTolerated(tolerance.verdict))
-            continue;
-        FW_TRACE(1, "%s", tolerance.trace);
-        return PXSTC_Success;
-    }
-    return FatalRow(verdict);
+    const auto verdict = static_cast<Verdict>(number);
+    const Outcome &outcome = OutcomeOf(verdict);
+    const bool tolerated = IsTolerated(verdict);
+    const BadRecord bad = {.reason = ExtractErrMsg,
+                           .message = outcome.message,
+                           .column = ColumnAtFault(verdict),
+                           .left_out = !tolerated,
+                           .keep_out = !IsKept(verdict)};
+
+    const PxStatus status =
+        !tolerated && outcome.left_out ? LeaveOutRecord(bad) : ReportBadRecord(bad);
+    if (status != PXSTC_Success)
+        return status;
+    if (!tolerated)
+        return FatalRow(verdict);
+    FW_TRACE(1, "%s", outcome.goes_on);
+    return PXSTC_Success;
+}
+
+PxStatus SettleLength(uint32_t expected)
+{
+    char reason[128];
+
+    pmBufferOrig = pmBuffer;
+    snprintf(reason, sizeof reason, "%s: read %u bytes, schema required %u bytes",
+             "Length of record read does not match data schema", pmBuffer.DataLength, expected);
+    if (SG_ContinueOnRowError != 0)
+        FW_WARN(1, "%s", reason);
+    return LeaveOutRecord({.reason = reason, .message = 19113});
 }

@@ -8,8 +8,13 @@
 #include "infrastructure/infrastructure.h"
 
 // Settles a verdict of ExtractDelimitedText other than RowComplete. 0: the row goes on as it lies in
-// pmBuffer and the column arrays; 48: the job fails, reported.
+// pmBuffer and the column arrays; 45: the record is left out, the next one is to be read; 48: the job
+// fails, reported.
 PxStatus SettleVerdict(int32_t verdict);
+
+// The record in pmBuffer does not have the length of a row. 45, 48; 0: without a record error file that
+// is the hand-over's to report.
+PxStatus SettleLength(uint32_t expected);
 
 // Message 19991 and exit code 4: the record that was just cut ends inside quotes.
 void WarnOfUnclosedQuote();

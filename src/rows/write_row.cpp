@@ -2,7 +2,7 @@
 //
 //   limit     RowsPerInstance reached: end of data
 //   read      pmRead, until SkipRows is used up
-//   cut       record -> columns and a packed row; a bad record is refused
+//   cut       record -> columns and a packed row; a bad record is left out and the next one read
 //   deliver   FW_CheckPutRow
 //
 // One call is one row. Buffer mode will loop here until its buffer is full; in multi-instance reading
@@ -109,12 +109,13 @@ static PxStatus NextRecord()
 
 // ---- Cut ---------------------------------------------------------------------------------------
 
-// expected_length: what the schema makes of the record.
+// expected_length: what the schema makes of the record. 0; 45: it is left out; 48.
 static PxStatus CutRecord(uint32_t *expected_length)
 {
     if (SG_VARtypesFlag == 0) {
         *expected_length = TotalFixedLength;
-        return PXSTC_Success;
+        return pmBuffer.DataLength == TotalFixedLength ? PXSTC_Success
+                                                       : SettleLength(TotalFixedLength);
     }
     // Formats with variable fields other than delimited text are cut by their length prefixes here.
     if (const int32_t verdict = ExtractDelimitedText(); verdict != RowComplete) [[unlikely]] {
@@ -131,6 +132,24 @@ static PxStatus CutRecord(uint32_t *expected_length)
     return PXSTC_Success;
 }
 
+// The next record that a row can be made of. Each one that is passed over, or ends the job, was read and
+// is counted: it is refused. 43: too many of them for one call, the infrastructure may want a word.
+static PxStatus NextRow(uint32_t *expected_length)
+{
+    constexpr int kLeftOutInACall = 1000;
+    for (int i = 0; i < kLeftOutInACall; ++i) {
+        if (const PxStatus status = NextRecord(); status != PXSTC_Success)
+            return status;
+        const PxStatus status = CutRecord(expected_length);
+        if (status == PXSTC_Success) [[likely]]
+            return status;
+        ++FileRecordCount;
+        if (status != PXSTC_RowError)
+            return status;
+    }
+    return PXSTC_SamePhase;
+}
+
 PxStatus FW_WriteRow(PxOperator *)
 {
     uint32_t expected_length = 0;
@@ -138,18 +157,16 @@ PxStatus FW_WriteRow(PxOperator *)
     LimitDeleteTask();
     if (LimitReached()) [[unlikely]]
         return PXSTC_EndOfData;
-    if (const PxStatus status = NextRecord(); status != PXSTC_Success)
-        return status;
-    if (const PxStatus status = CutRecord(&expected_length); status != PXSTC_Success)
+    if (const PxStatus status = NextRow(&expected_length); status != PXSTC_Success)
         return status;
     const PxStatus status =
         InsertFilenameColNum != 0
             ? PutRowWithFilename(expected_length)
             : FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length);
+    ++FileRecordCount;  // taken or not: the file's records are its rows and what was refused
     if (status != PXSTC_SamePhase) [[unlikely]]
-        return status;  // a record that was not taken is in no count: neither a row nor refused
+        return status;
     ++RowCount;
-    ++FileRecordCount;
     ++FileRowCount;
     return status;
 }

@@ -10,7 +10,15 @@ protected:
         fake.text.insert({{"FileName", "a.csv"}, {"Format", "TEXT"}, {"OpenMode", "Read"}});
         snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", "UTF8");
     }
-    std::string ReadFile(const Given &given) { return Read(ReadFileAttributes, given); }
+    std::string ReadFile(const Given &given)
+    {
+        return Read(
+            [] {
+                const PxStatus status = ReadFileAttributes();
+                return status != PXSTC_Success ? status : ReadErrorFileAttributes();
+            },
+            given);
+    }
 };
 
 TEST_F(FileAttributes, AreHeldToTheirRules)
@@ -35,8 +43,9 @@ TEST_F(FileAttributes, AreHeldToTheirRules)
         {"connector", {{"HadoopJobType", "hive"}}, "48 19990(HadoopJobType,Hadoop) 19015(12) "},
         {"byte order mark on reading", {{"WriteBOM", "Y"}}, "0 19246(WriteBOM) "},
         {"old buffer size", {{"IOBufferSize", "#1000"}}, "0 "},
-        {"error file", {{"RecordErrorFileName", "bad"}}, "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
-        {"error file, old name", {{"RowErrFileName", "bad"}}, "48 19990(RecordErrorFileName,the record error file) 19015(12) "},
+        {"long error file", {{"RecordErrorFileName", long_name}}, "48 19202(RecordErrorFileName,4097,4096) 19015(12) "},
+        {"long log directory", {{"RowErrFileName", "bad"}, {"SYSTEM_LOGDIRECTORY", long_name}}, "48 19202(SYSTEM_LOGDIRECTORY,4097,4096) 19015(12) "},
+        {"nobody asks for it without the file", {{"SYSTEM_LOGDIRECTORY", long_name}}, "0 "},
         {"no error file", {{"RecordErrorFileName", ""}, {"ErrorLimit", "#5"}, {"RecordErrorFilePrefixHEX", "X"}}, "0 "},
         {"bad verbosity", {{"RecordErrorVerbosity", "loud"}}, "48 19205(RecordErrorVerbosity,loud,Off, Low, Med, High) 19015(12) "},
         {"excess columns", {{"AcceptExcessColumns", "optional"}}, "48 19205(AcceptExcessColumns,optional,Y[es], N[o] or YesW[ithoutLog]) 19015(12) "},
@@ -181,4 +190,21 @@ TEST_F(FileAttributes, WhatGoesWithAnErrorFileIsIgnoredWithoutOne)
     EXPECT_EQ(RowErrorVerbosity, 0);
     EXPECT_TRUE(Traced("Definition of attribute ErrorLimit ignored"));
     EXPECT_TRUE(Traced("RecordErrorVerbosity: 'OFF' (IGNORED)"));
+}
+
+TEST_F(FileAttributes, WhatGoesWithAnErrorFileIsTakenWithOne)
+{
+    SG_pmFpErrors = 1;  // it was opened between the two groups
+    EXPECT_EQ(ReadFile({{"RowErrFileName", "bad"},
+                        {"ErrorLimit", "#5"},
+                        {"RecordErrorFilePrefixHEX", "2A00"},
+                        {"RecordErrorVerbosity", "h"}}),
+              "0 ");
+    EXPECT_STREQ(SG_RowErrFileName, "bad");
+    EXPECT_EQ(SG_ErrorRowLimit, 5);
+    EXPECT_EQ(RowErrFilePrefixChar.length, 2);
+    EXPECT_EQ(RowErrorVerbosity, 3);
+    EXPECT_EQ(ReadFile({{"RecordErrorFileName", "new"}, {"RowErrFileName", "old"}}), "0 ");
+    EXPECT_STREQ(SG_RowErrFileName, "new");
+    EXPECT_EQ(SG_ErrorRowLimit, -1);
 }

@@ -16,6 +16,8 @@ A .job file is a run of sections, each with a head line:
     == says                      each line must stand in standard error
     == never says                no line may stand there
     == logs                      each line must stand in the public log
+    == holds bad.txt [unordered] [options of an input file]
+                                 a file that the job wrote, written as input files are
     == query out.db SQL          rows of the query, columns between bars
     == json                      each "key value" line must be so in the object on standard output
 
@@ -85,7 +87,7 @@ def main(job_file, build):
         kind, *rest = head.split()
         if kind == "about":
             continue
-        if kind in ("exit", "rows", "says", "never", "logs", "query", "json"):
+        if kind in ("exit", "rows", "says", "never", "logs", "query", "json", "holds"):
             expect.append((kind, head, lines(body)))
         elif kind == "args":
             args = " ".join(body).split()
@@ -129,6 +131,13 @@ def main(job_file, build):
         elif kind == "logs":
             log = "".join(p.read_text() for p in work.glob(".fenwire/*/logs/public.log"))
             bad += [f"does not log: {line}" for line in body if line not in log]
+        elif kind == "holds":
+            path, wanted = work / words[1], content(body, words[2:])
+            got = path.read_bytes() if path.exists() else b"(no such file)"
+            if "unordered" in words:
+                got, wanted = sorted(got.splitlines(True)), sorted(wanted.splitlines(True))
+            if got != wanted:
+                bad.append(f"{words[1]} holds {got}, not {wanted}")
         elif kind == "never":
             bad += [f"says: {line}" for line in body if line in err]
         elif kind == "query":

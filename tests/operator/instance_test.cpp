@@ -192,16 +192,16 @@ TEST_F(Instance, FailureInARowLeavesTheFileCountedAndClosed)
     EXPECT_NE(fake.private_log.find("Status is: still processing"), std::string::npos);
 }
 
-// A record that was read but not taken is in no count: it is neither a row nor a bad record.
-TEST_F(Instance, RowThatTheStreamRefusesIsNotCounted)
+// What was read is a row, refused or skipped, and nothing else.
+TEST_F(Instance, RowThatTheStreamRefusesCountsAsRefused)
 {
     directory.Write("a.csv", "1,a\n2,b\n");
     fake.put_row_status = PXSTC_DataStream;
     EXPECT_EQ(Run(), "41 42 48 41 42 ");
     ASSERT_EQ(fake.file_counts.size(), 1U);
-    EXPECT_EQ(fake.file_counts[0].records, 0U);
+    EXPECT_EQ(fake.file_counts[0].records, 1U);
     EXPECT_EQ(fake.file_counts[0].rows, 0U);
-    EXPECT_EQ(fake.file_counts[0].refused, 0U);
+    EXPECT_EQ(fake.file_counts[0].refused, 1U);
 }
 
 TEST_F(Instance, InstanceThatGotNoFileEndsItsMethods)

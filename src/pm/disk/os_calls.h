@@ -24,6 +24,7 @@ struct OsCalls {
     off_t (*lseek)(int descriptor, off_t offset, int whence) = ::lseek;
     int (*fdatasync)(int descriptor) = ::fdatasync;
     int (*close)(int descriptor) = ::close;
+    int (*unlink)(const char *path) = ::unlink;
     int (*stat)(const char *path, struct stat *info) = ::stat;
     int (*fstat)(int descriptor, struct stat *info) = ::fstat;
     int (*ppoll)(pollfd *fds, nfds_t count, const timespec *timeout, const sigset_t *mask) =

@@ -1,0 +1,122 @@
+// delimited/record_error_setup.cpp - the record error file is attached, named and opened.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include <unistd.h>
+
+#include "attributes/attributes_state.h"
+#include "delimited/delimited_state.h"
+#include "delimited/record_error_file.h"
+#include "operator/messages.h"
+#include "pm/pm_state.h"
+#include "schema/schema_state.h"
+
+namespace {
+
+constexpr uint32_t kTextFormat = 1, kCheckpointMethod = 1;
+constexpr uint32_t kDefaultBuffer = 0x10000A;
+constexpr uint32_t kMarkRoom = 8;  // so that the longest record fits with its mark
+
+PxStatus AccessFailed(const char *routine, int code)
+{
+    FW_ERROR("%s rc=%d", routine, code);
+    FW_ERROR("'%s'", pmErrorText(code));
+    FW_PmFailure(routine, code, pmErrorText(code));
+    return PXSTC_FatalError;
+}
+
+PxStatus Attach()
+{
+    const pmAttachParms parms = {};
+    if (const int code = pmAttach(&parms, kCheckpointMethod, &pmHandleErrors); code != pmrcOk) {
+        (void)AccessFailed("pmAttach", code);
+        return FW_Fatal<19302>();
+    }
+    return PXSTC_Success;
+}
+
+// A user's name becomes part of a file's name, and must not lead out of its folder.
+void TakeUserId(char *to, size_t room)
+{
+    const char *user = nullptr;
+    const PxStatus status = Service(SG_opHandle, &PxOperator::PX_GetUserId, &user);
+    const bool given = status == PXSTC_Success && user != nullptr && *user != '\0';
+    snprintf(to, room, "%s", given ? user : "NOUSERID");
+    std::replace(to, to + strlen(to), '/', '_');
+}
+
+PxStatus PublishOwnFile()
+{
+    PmIdentity id = {};
+    (void)pmIdentity(SG_pmFpErrors, &id);
+    return PublishFileId(id);
+}
+
+PxStatus OpenOwnFile()
+{
+    char path[kMaxErrorPath];
+    // A restart goes on with the named file; a temporary one belongs to one process.
+    const bool append = FW_RestartMode != 0 && ThisInstance == 1;
+    const int32_t process = getpid();
+
+    MakeRowErrorFileName(path, ThisInstance, process);
+    if (ThisInstance > 1) {
+        if (const PxStatus status = PublishProcessId(process))
+            return status;
+    }
+    const int code = OpenRowErrorFile(path, ThisInstance, append ? kOpenWriteAppend : kOpenWrite,
+                                      &SG_pmFpErrors);
+    if (code == pmrcOk || code == pmrcEmptyFile) {
+        SG_ContinueOnRowError = 1;
+        return ThisInstance == 1 ? PXSTC_Success : PublishOwnFile();
+    }
+    FW_ERROR("'%s': the record error file can't be opened", path);
+    (void)AccessFailed("pmOpen", code);
+    return FW_Fatal<19304>();
+}
+
+}  // namespace
+
+bool KeepsBadRecords() { return SG_pmFpErrors != 0 || bErrorsTostderr != 0; }
+
+void MakeRowErrorFileName(char (&path)[kMaxErrorPath], int32_t instance, int32_t process)
+{
+    char user[128];
+
+    if (instance == 1) {
+        snprintf(path, sizeof path, "%s", SG_RowErrFileName);
+        return;
+    }
+    TakeUserId(user, sizeof user);
+    snprintf(path, sizeof path, "%s/QLX_FWOP_RE_TMP_%s_P%d_I%d.txt",
+             SystemLogDirectory[0] != '\0' ? SystemLogDirectory : ".", user, process, instance);
+    FW_TRACE(2, "Temp Error Row filename: '%s'", path);
+}
+
+int OpenRowErrorFile(const char *path, int32_t instance, uint16_t mode, pmToken *file)
+{
+    const uint32_t buffer = BufferSize > 0 ? static_cast<uint32_t>(BufferSize) : kDefaultBuffer;
+    const uint32_t extra[2] = {};
+    const auto privately = static_cast<uint16_t>(instance == 1 ? 0 : kOpenPrivate);
+
+    const int code = pmOpen(mode | privately, false, kTextFormat, nullptr, buffer + kMarkRoom,
+                            TotalFixedLength, path, pmHandleErrors, extra, file);
+    if (code == pmrcOk || code == pmrcEmptyFile)
+        (void)pmSetExact(*file);
+    return code;
+}
+
+PxStatus SetUpRecordErrorFile()
+{
+    if (SG_RowErrFileName[0] == '\0' || OperatorType != 1)
+        return PXSTC_Success;
+    if (const PxStatus status = Attach())
+        return status;
+    if (ThisInstance == 1) {
+        if (const PxStatus status = CreateErrorVariables())
+            return status;
+    }
+    return OpenOwnFile();
+}
