@@ -157,15 +157,13 @@ int32_t _parse(std::string_view text, DateFormat *format)
 PxStatus PX_EncodeFormatStrings(const char *input, const char *output, DateFormat *compiled_input,
                                 DateFormat *compiled_output, int32_t *error)
 {
-    int32_t none = 0;
-    int32_t &code = error != nullptr ? *error : none;
-    code = kNothingGiven;
+    *error = kNothingGiven;
     if (input == nullptr || output == nullptr || compiled_input == nullptr ||
-        compiled_output == nullptr || error == nullptr)
+        compiled_output == nullptr)
         return PXSTC_FatalError;
     *compiled_output = {};
-    code = pxdatetime::_parse(input, compiled_input);
-    if (code == kDateOk)
-        code = pxdatetime::_parse(output, compiled_output);
-    return code == kDateOk ? PXSTC_Success : PXSTC_FatalError;
+    *error = pxdatetime::_parse(input, compiled_input);
+    if (*error == kDateOk)
+        *error = pxdatetime::_parse(output, compiled_output);
+    return *error == kDateOk ? PXSTC_Success : PXSTC_FatalError;
 }

@@ -20,12 +20,14 @@ int32_t LastDay(int32_t month, int32_t year)
     return kDays[month - 1] + (month == 2 && (year < 0 || IsLeap(year)) ? 1 : 0);
 }
 
-// Of the calendar as it is today, carried back. The year is raised by whole cycles: no sum is negative.
+// Of the calendar as it is today, carried back. Years are counted from March, so that the leap day is
+// their last, and raised by whole cycles, so that no sum is negative.
 int32_t WeekdayOf(int32_t year, int32_t month, int32_t day)
 {
-    static constexpr uint8_t kShift[] = {0, 3, 2, 5, 0, 3, 5, 1, 4, 6, 2, 4};
-    const int32_t y = year + 400 - (month < 3 ? 1 : 0);
-    return (y + y / 4 - y / 100 + y / 400 + kShift[month - 1] + day) % 7;
+    constexpr int32_t kOfFirstMarch = 3;  // of the year 0: a Wednesday
+    const int32_t years = year + 400 - (month < 3 ? 1 : 0);
+    const int32_t days = ((month + 9) % 12 * 153 + 2) / 5 + day - 1;
+    return (years + years / 4 - years / 100 + years / 400 + days + kOfFirstMarch) % 7;
 }
 
 int32_t Check(const DateFields &f)

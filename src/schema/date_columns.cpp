@@ -42,12 +42,12 @@ PxStatus AllocateTables()
     if (DateColumns != nullptr)
         return PXSTC_Success;
     DateColumns = static_cast<int32_t *>(calloc(count, sizeof(int32_t)));
-    dtEncodedFormatStrsIn = static_cast<DateFormat **>(calloc(count, sizeof(DateFormat *)));
-    dtEncodedFormatStrsOut = static_cast<DateFormat **>(calloc(count, sizeof(DateFormat *)));
+    dtEncodedFormatStrsIn = static_cast<DateFormat **>(calloc(count, sizeof(void *)));
+    dtEncodedFormatStrsOut = static_cast<DateFormat **>(calloc(count, sizeof(void *)));
     return DateColumns != nullptr && dtEncodedFormatStrsIn != nullptr &&
                    dtEncodedFormatStrsOut != nullptr
                ? PxStatus{PXSTC_Success}
-               : NoMemory(count * sizeof(DateFormat *));
+               : NoMemory(count * sizeof(void *));
 }
 
 }  // namespace
