@@ -3,6 +3,10 @@
 // Numbers may have fewer digits than their field ("1/2/2024"), unless they stand right behind another
 // digit: there nobody can tell which of the two is the short one.
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
 #include "convert/dates.h"
 
 namespace pxdatetime {
@@ -14,12 +18,6 @@ struct Cursor {
     bool ambiguous = false;
 
     bool More() const { return at != end; }
-    // -1: no digit
-    int32_t Digit() const
-    {
-        const auto digit = static_cast<uint8_t>(*at - '0');
-        return digit <= 9 ? digit : -1;
-    }
 };
 
 struct Number {
@@ -41,20 +39,20 @@ constexpr Number kNumbers[kNumericCodes] = {
 };
 // clang-format on
 
+bool IsDigit(char byte) { return static_cast<uint8_t>(byte - '0') <= 9; }
+
 int32_t ReadNumber(const Number &number, Cursor &c, DateFields *fields)
 {
     const char *const from = c.at;
+    const char *const stop = c.end - from > number.digits ? from + number.digits : c.end;
+    const char *at = from;
     int32_t value = 0;
-    while (c.More() && c.at - from < number.digits) {
-        const int32_t digit = c.Digit();
-        if (digit < 0)
-            break;
-        value = value * 10 + digit;
-        ++c.at;
-    }
-    if (c.at == from || value < number.low || value > number.high)
+    for (; at != stop && IsDigit(*at); ++at)
+        value = value * 10 + (*at - '0');
+    c.at = at;
+    if (at == from || value < number.low || value > number.high)
         return number.error;
-    if (c.at - from < number.digits && from != c.begin && from[-1] >= '0' && from[-1] <= '9')
+    if (at - from < number.digits && from != c.begin && IsDigit(from[-1]))
         c.ambiguous = true;
     fields->*number.field = value;
     return kDateOk;
@@ -73,16 +71,15 @@ int32_t ReadShortYear(Cursor &c, DateFields *fields)
 int32_t ReadFraction(uint8_t most, Cursor &c, DateFields *fields)
 {
     int32_t unit = 100000;
-    for (uint8_t i = 0; i < most && c.More(); ++i, ++c.at, unit /= 10) {
-        const int32_t digit = c.Digit();
-        if (digit < 0)
-            break;
-        fields->microseconds += digit * unit;
-    }
+    for (uint8_t i = 0; i < most && c.More() && IsDigit(*c.at); ++i, ++c.at, unit /= 10)
+        fields->microseconds += (*c.at - '0') * unit;
     return kDateOk;
 }
 
-char Lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 0x20) : byte; }
+constexpr char Lower(char byte)
+{
+    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 0x20) : byte;
+}
 
 bool Continues(const Cursor &c, std::string_view with)
 {
@@ -95,12 +92,37 @@ bool Continues(const Cursor &c, std::string_view with)
     return true;
 }
 
+// The first three letters as a number, so that a name is looked for without a loop over its letters.
+constexpr uint32_t ShortKey(const char *name)
+{
+    uint32_t key = 0;
+    for (uint32_t i = 0; i < kShortName; ++i)
+        key = key << 8 | static_cast<uint8_t>(Lower(name[i]));
+    return key;
+}
+
+template <size_t Count>
+constexpr std::array<uint32_t, Count> ShortKeys(const std::string_view (&names)[Count])
+{
+    std::array<uint32_t, Count> keys{};
+    for (size_t i = 0; i < Count; ++i)
+        keys[i] = ShortKey(names[i].data());
+    return keys;
+}
+
+constexpr auto kMonthKeys = ShortKeys(kMonths);
+constexpr auto kWeekdayKeys = ShortKeys(kWeekdays);
+
 // The index of the name that comes next, in full or in three letters; -1: none does.
 template <size_t Count>
-int32_t ReadName(const std::string_view (&names)[Count], Cursor &c)
+int32_t ReadName(const std::string_view (&names)[Count], const std::array<uint32_t, Count> &keys,
+                 Cursor &c)
 {
+    if (c.end - c.at < ptrdiff_t{kShortName})
+        return -1;
+    const uint32_t key = ShortKey(c.at);
     for (size_t i = 0; i < Count; ++i) {
-        if (!Continues(c, names[i].substr(0, kShortName)))
+        if (key != keys[i])
             continue;
         c.at += Continues(c, names[i]) ? names[i].size() : kShortName;
         return static_cast<int32_t>(i);
@@ -110,13 +132,13 @@ int32_t ReadName(const std::string_view (&names)[Count], Cursor &c)
 
 int32_t ReadMonthName(Cursor &c, DateFields *fields)
 {
-    fields->month = ReadName(kMonths, c) + 1;
+    fields->month = ReadName(kMonths, kMonthKeys, c) + 1;
     return fields->month != 0 ? kDateOk : kBadMonthName;
 }
 
 int32_t ReadWeekday(Cursor &c, DateFields *fields)
 {
-    fields->weekday = ReadName(kWeekdays, c);
+    fields->weekday = ReadName(kWeekdays, kWeekdayKeys, c);
     return fields->weekday >= 0 ? kDateOk : kBadWeekdayName;
 }
 
@@ -179,14 +201,7 @@ int32_t ReadStep(DateStep step, Cursor &c, DateFields *fields)
     }
 }
 
-bool AllDigits(std::string_view value)
-{
-    for (const char byte : value) {
-        if (byte < '0' || byte > '9')
-            return false;
-    }
-    return true;
-}
+bool AllDigits(std::string_view value) { return std::ranges::all_of(value, IsDigit); }
 
 }  // namespace
 
