@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "attributes/attributes_state.h"
 #include "delimited/assemble.h"
@@ -13,6 +14,7 @@
 #include "delimited/scan_state.h"
 #include "delimited/verdict.h"
 #include "operator/messages.h"
+#include "pm/index/index_state.h"
 #include "pm/pm_state.h"
 #include "schema/schema_state.h"
 
@@ -85,6 +87,27 @@ static int32_t Judge(const ScanState &s)
     return RowComplete;
 }
 
+// The record was cut when its block was searched: its columns are copied to where everybody looks for
+// them, its row stays where it is.
+static bool TakeReadyRow()
+{
+    if (pmIndex.served == 0 || FW_TraceLvl > 4)
+        return false;
+    const IndexWork &work = pmIndex.work;
+    const ReadyRow &row = work.rows[pmIndex.next - 1];
+    if (row.regular == 0)
+        return false;
+    const auto columns = static_cast<uint32_t>(SG_ColCount);
+    memcpy(SG_ColOffs, work.offsets + row.first, columns * sizeof *SG_ColOffs);
+    memcpy(SG_ColLens, work.lengths + row.first, columns * sizeof *SG_ColLens);
+    memcpy(SG_IndBytes, work.indicators + row.first, columns);
+    pmBuffer.Data = work.packed + row.packed;
+    pmBuffer.DataLength = row.length;
+    ActualColumnCount = SG_ColCount;
+    bUnclosedQuote = 0;
+    return true;
+}
+
 int32_t ExtractDelimitedText()
 {
     ActualColumnCount = 0;
@@ -95,6 +118,8 @@ int32_t ExtractDelimitedText()
         return NotInitialized;
     }
     pmBufferOrig = pmBuffer;
+    if (TakeReadyRow()) [[likely]]
+        return RowComplete;
     if (pmBuffer.DataLength > RawCopySize && !GrowRawCopy(pmBuffer.DataLength)) [[unlikely]]
         return OutOfMemory;
     if (!GrowCharacterLength(pmBuffer.DataLength))

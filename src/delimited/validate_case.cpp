@@ -12,6 +12,7 @@
 #include "delimited/raw_record.h"
 #include "delimited/scan_columns.h"
 #include "operator/messages.h"
+#include "pm/index/record_index.h"
 #include "pm/pm_state.h"
 #include "schema/schema_state.h"
 
@@ -133,6 +134,46 @@ static void ChooseScanner()
     FastScannerFor = ChooseFastRoad();
 }
 
+// ---- The index over a block --------------------------------------------------------------------
+
+// What the index needs to know, when records can be cut by it: every mark a byte of its own, quotes that
+// open and close alike, nothing to trim.
+static IndexMarks MarksForIndex()
+{
+    const bool bytes_tell_marks = UsingSingleByteCharSet || FastScannerFor != FastRoad::Never;
+    const bool quotes = bQuotedData != kNo;
+    const auto is_byte = [](const MarkText &mark) { return mark.length == 1; };
+    const bool trims = Marks.trim_leading.length != 0 || Marks.trim_trailing.length != 0 ||
+                       (TrimLeadingNchars | TrimTrailingNchars) != 0;
+    if (!bytes_tell_marks || UDDI_ParsingCase == kGeneralCase || trims ||
+        !is_byte(Marks.delimiter) || !EveryMark(IsAtMostOneByte))
+        return {};
+    if (quotes && (!is_byte(Marks.open_quote) || bSameQuoteMarks == 0))
+        return {};
+    if (!quotes && (Marks.open_quote.length != 0 || Marks.close_quote.length != 0))
+        return {};  // the general scanner honours them although the reader does not
+    const uint8_t delimiter = Marks.delimiter.first, quote = Marks.open_quote.first;
+    const bool escape = Marks.escape.length != 0;
+    const bool quote_escape = quotes && Marks.quote_escape.length != 0;
+    IndexMarks marks = {.delimiter = delimiter,
+                        .quote = quote,
+                        .escapes = {escape ? Marks.escape.first : delimiter,
+                                    quote_escape ? Marks.quote_escape.first : delimiter},
+                        .quotes = quotes,
+                        .only_quoted = bQuotedData == kYes,
+                        .escape = escape,
+                        .quote_escape = quote_escape,
+                        .high_is_odd = FastScannerFor == FastRoad::AsciiRecords,
+                        .empty_is_null = bNullColumns != 0,
+                        .columns = SG_ColCount,
+                        .maximums = SG_ColLensBase};
+    if ((quotes && quote == delimiter) || (escape && marks.escapes[0] == delimiter) ||
+        (quotes && escape && marks.escapes[0] == quote) ||
+        (quote_escape && (marks.escapes[1] == delimiter || marks.escapes[1] == quote)))
+        return {};
+    return marks;
+}
+
 // ---- Buffers -----------------------------------------------------------------------------------
 
 // The longest row: no column goes on longer than its maximum, or than the fixed limit.
@@ -173,7 +214,9 @@ int32_t ValidateUDDIcase()
     TakeScannerView();
     ChooseScanner();
     // A consumer's converted columns get their records here.
-    return AllocateTarget() && GrowRawCopy(TargetBufferSize) ? kValid : kNoMemory;
+    return AllocateTarget() && GrowRawCopy(TargetBufferSize) && SetIndexMarks(MarksForIndex())
+               ? kValid
+               : kNoMemory;
 }
 
 void FreeDelimitedBuffers()
@@ -182,5 +225,6 @@ void FreeDelimitedBuffers()
     TargetBuffer = nullptr;
     TargetBufferSize = 0;
     FreeCharacterLength();
+    FreeIndex();
     FreeRawCopy();
 }

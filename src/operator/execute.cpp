@@ -80,17 +80,24 @@ PxStatus AfterNoRow(PxStatus status)
     return MapStatus(status);
 }
 
-PxStatus ProduceRow()
+// Behind a call that brought no row: another file's first one, or the answer that ends the call.
+[[gnu::noinline]] PxStatus GoOnWithoutRow(PxStatus status)
 {
-    while (true) {
-        PxStatus status = FW_WriteRow(SG_opHandle);
-        if (status == PXSTC_SamePhase) [[likely]]
-            return status;
+    for (;;) {
         const bool end_of_file = status == PXSTC_EndOfData;
         status = AfterNoRow(status);
         if (!end_of_file || status != PXSTC_Success)
             return status;
+        status = FW_WriteRow(SG_opHandle);
+        if (status == PXSTC_SamePhase)
+            return status;
     }
+}
+
+PxStatus ProduceRow()
+{
+    const PxStatus status = FW_WriteRow(SG_opHandle);
+    return status == PXSTC_SamePhase ? status : GoOnWithoutRow(status);
 }
 
 // A checkpoint comes with the flag, once there are checkpoints.
@@ -117,6 +124,15 @@ constexpr ExecuteStep kExecuteChain[] = {
 };
 // clang-format on
 
+[[gnu::noinline]] PxStatus RunChain(uint32_t phase)
+{
+    for (const ExecuteStep &step : kExecuteChain) {
+        if (const Answer answer = step.run(phase))
+            return *answer;
+    }
+    return PXSTC_SamePhase;
+}
+
 // Step 5 has stored the phase, so steps 2 and 3 are behind it, and no other step would apply.
 bool IsRowDue(uint32_t phase)
 {
@@ -138,11 +154,5 @@ PxStatus EndMethod(const char *reason)
 PxStatus PX_Execute(PxOperator *handle, uint32_t phase)
 {
     SG_opHandle = handle;
-    if (IsRowDue(phase)) [[likely]]
-        return ProduceRow();
-    for (const ExecuteStep &step : kExecuteChain) {
-        if (const Answer answer = step.run(phase))
-            return *answer;
-    }
-    return PXSTC_SamePhase;
+    return IsRowDue(phase) ? ProduceRow() : RunChain(phase);
 }

@@ -5,6 +5,7 @@
 #include "attributes/attributes_state.h"
 #include "pm/formats/formats.h"
 #include "pm/handles.h"
+#include "pm/index/index_state.h"
 #include "pm/pm_state.h"
 
 // clang-format off
@@ -181,6 +182,8 @@ int pmClose(pmToken handle)
     pmFile *file = EnterFile(__func__, handle, &code);
     if (file == nullptr)
         return code;
+    if (pmIndex.file == file)
+        pmIndex.file = nullptr;
     PM_TRACE(1, "Closing file=%s", file->FName);
     PM_TRACE(1, "closed via default paramod");
     PM_TRACE(1, "Record count=%u", file->RecCount);

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "pm/pm_file.h"
+#include "pm/index/index_state.h"
 #include "pm/pm_trace.h"
 
 namespace {
@@ -23,8 +23,6 @@ void MoveUnreadToFront(pmFile *file)
     PM_TRACE(4, "Overlapped BufferPos Before Read=%u", file->BufferPosition);
 }
 
-// Everything that is to be done once for each block stands here: an index over the new bytes, which
-// both the reader and the column scan would walk, is built at this place.
 void BlockArrived(pmFile *file, uint32_t bytes)
 {
     file->BufferEnd += bytes;
@@ -40,6 +38,7 @@ int pmReadn2Buf(pmFile *file)
 {
     uint32_t bytes = 0;
 
+    pmIndex.file = nullptr;  // what it says of the buffer holds no longer
     MoveUnreadToFront(file);
     if (file->BufferEnd > file->BufferSize + kMarkRoom - kZeroedSlack) {
         PM_TRACE(1, "BufferSize exceeded by block reader");

@@ -8,8 +8,6 @@
 #include "rows/rows.h"
 #include "schema/schema_state.h"
 
-static constexpr uint32_t kEmptyRow = 0xFFFFFFFF;
-
 static PxStatus LengthDiffers(uint32_t length, uint32_t expected)
 {
     FW_WARN(1, "Length of record read does not match data schema");
@@ -36,6 +34,11 @@ static void TraceRow(const uint8_t *row, uint32_t length)
     FW_Dump(kRoutine, "", row, std::min<uint32_t>(length, MaxBytesToDump));
 }
 
+PxStatus PutRowFailed(PxStatus status)
+{
+    return ServiceFailed("FW_CheckPutRow", "PX_PutRow", status);
+}
+
 PxStatus FW_CheckPutRow(const uint8_t *row, uint32_t length, uint32_t expected_length)
 {
     if (length != expected_length) [[unlikely]]
@@ -43,11 +46,8 @@ PxStatus FW_CheckPutRow(const uint8_t *row, uint32_t length, uint32_t expected_l
     // Buffer mode packs the row into its buffer instead.
     if (FW_TraceLvl > 3) [[unlikely]]
         TraceRow(row, length);
-    const bool arrays = SG_IndicatorData == 0;  // else the data begins with the indicator bytes
-    const PxStatus status =
-        Service(schemaHandle, &PxSchema::PX_PutRow, arrays ? SG_ColCount : 0,
-                arrays ? SG_IndBytes : nullptr, arrays ? SG_ColOffs : nullptr,
-                arrays ? SG_ColLens : nullptr, row, arrays && length == 0 ? kEmptyRow : length);
-    return status == PXSTC_Success ? PxStatus{PXSTC_SamePhase}
-                                   : ServiceFailed(__func__, "PX_PutRow", status);
+    if (SG_IndicatorData != 0)  // the data begins with the indicator bytes
+        return AnswerOfPutRow(
+            Service(schemaHandle, &PxSchema::PX_PutRow, 0, nullptr, nullptr, nullptr, row, length));
+    return PutRow({row, length, SG_ColOffs, SG_ColLens, SG_IndBytes});
 }

@@ -5,7 +5,8 @@
 //   cut       record -> columns and a packed row; a bad record is left out and the next one read
 //   deliver   FW_CheckPutRow
 //
-// One call is one row. Buffer mode will loop here until its buffer is full; in multi-instance reading
+// One call is one row. Most rows lie ready, found and cut when their block was searched (pm/index), and
+// are only delivered. Buffer mode will loop here until its buffer is full; in multi-instance reading
 // the master will file the record away after the read, and a slave take its record from there.
 
 #include "attributes/attributes_state.h"
@@ -13,9 +14,11 @@
 #include "delimited/delimited_state.h"
 #include "delimited/verdict.h"
 #include "operator/messages.h"
+#include "pm/index/index_state.h"
 #include "pm/pm_state.h"
 #include "rows/date_columns.h"
 #include "rows/rows.h"
+#include "rows/rows_state.h"
 #include "rows/verdicts.h"
 #include "schema/schema_state.h"
 
@@ -150,23 +153,58 @@ static PxStatus NextRow(uint32_t *expected_length)
     return PXSTC_SamePhase;
 }
 
-PxStatus FW_WriteRow(PxOperator *)
+// A record whose row was to be handed over. Taken or not: the file's records are its rows and what was
+// refused.
+static PxStatus CountRow(PxStatus status)
+{
+    ++FileRecordCount;
+    if (status == PXSTC_SamePhase) [[likely]] {
+        ++RowCount;
+        ++FileRowCount;
+    }
+    return status;
+}
+
+// ---- Rows that lie ready -----------------------------------------------------------------------
+
+// Whether a row of the window would go through FW_WriteRow without anything but its delivery.
+static bool RowsMayGoStraight()
+{
+    return RowsPerInstanceLimit == kNoLimit && (SkipRows == 0 || bSkipRowsDone != 0) &&
+           SG_VARtypesFlag != 0 && SG_IndicatorData == 0 && InsertFilenameColNum == 0 &&
+           DateColumnCount == 0 && FW_TraceLvl <= 3;
+}
+
+static PxStatus PutReadyRow(const ReadyRow &ready)
+{
+    const IndexWork &work = pmIndex.work;
+    PassReadyRow();
+    return CountRow(PutRow({work.packed + ready.packed, ready.length, work.offsets + ready.first,
+                            work.lengths + ready.first, work.indicators + ready.first}));
+}
+
+// ---- Rows that are yet to be read and cut ------------------------------------------------------
+
+[[gnu::noinline]] static PxStatus WriteNextRecord()
 {
     uint32_t expected_length = 0;
 
+    bRowsGoStraight = RowsMayGoStraight();
     LimitDeleteTask();
     if (LimitReached()) [[unlikely]]
         return PXSTC_EndOfData;
     if (const PxStatus status = NextRow(&expected_length); status != PXSTC_Success)
         return status;
-    const PxStatus status =
-        InsertFilenameColNum != 0
-            ? PutRowWithFilename(expected_length)
-            : FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length);
-    ++FileRecordCount;  // taken or not: the file's records are its rows and what was refused
-    if (status != PXSTC_SamePhase) [[unlikely]]
-        return status;
-    ++RowCount;
-    ++FileRowCount;
-    return status;
+    return CountRow(InsertFilenameColNum != 0
+                        ? PutRowWithFilename(expected_length)
+                        : FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length));
+}
+
+PxStatus FW_WriteRow(PxOperator *)
+{
+    if (bRowsGoStraight != 0) [[likely]] {
+        if (const ReadyRow *row = NextReadyRow(); row != nullptr) [[likely]]
+            return PutReadyRow(*row);
+    }
+    return WriteNextRecord();
 }

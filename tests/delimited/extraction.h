@@ -13,13 +13,7 @@
 #include "delimited/delimited_state.h"
 #include "pm/pm_state.h"
 #include "schema/schema_state.h"
-
-inline void SetMark(SpecialCharValue &mark, std::string_view text)
-{
-    mark = {};
-    mark.length = static_cast<int32_t>(text.size());
-    memcpy(mark.value, text.data(), text.size());
-}
+#include "tests/support/set_mark.h"
 
 // Columns "c1", "c2" ... with their maximums; 0: none.
 inline void SetColumns(const std::vector<uint32_t> &maximums)

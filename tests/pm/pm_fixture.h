@@ -15,13 +15,8 @@
 #include "pm/pm_memory.h"
 #include "pm/pm_state.h"
 #include "tests/support/fake_infrastructure.h"
+#include "tests/support/set_mark.h"
 #include "tests/support/temp_directory.h"
-
-inline void SetMark(SpecialCharValue &mark, const std::string &bytes)
-{
-    mark.length = static_cast<int32_t>(bytes.size());
-    memcpy(mark.value, bytes.data(), bytes.size());
-}
 
 class Pm : public testing::Test {
 protected:

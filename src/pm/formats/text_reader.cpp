@@ -9,6 +9,7 @@
 #include "operator/messages.h"
 #include "pm/formats/formats.h"
 #include "pm/formats/text_scan.h"
+#include "pm/index/index_state.h"
 #include "pm/pm_trace.h"
 
 namespace {
@@ -65,9 +66,10 @@ int SettleEndOfFile(TextScan &scan)
 int FindRecord(TextScan &scan)
 {
     int code = pmrcOk;
+    pmIndex.served = 0;
     if (scan.file->EORLength == 0) [[unlikely]]
         code = DefineEOR(scan);
-    else
+    else if (!FindIndexed(scan.file, &scan.length))
         code = bLiteralReader != 0 ? ScanLiteral(scan) : ScanFast(scan);
     if (code == pmrcOk && scan.length > scan.file->BufferSize) [[unlikely]]
         return Overflow(scan);

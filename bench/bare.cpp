@@ -1,0 +1,114 @@
+// bench/bare.cpp - the library by itself: one instance, its rows taken by an empty PX_PutRow.
+//
+//     bench_bare LIBRARY CHARSET DELIMITER QUOTED COLUMN,... FILE...
+//
+// QUOTED: No, Yes or Optional; COLUMN: bytes of each. Prints MB/s of the execute stage, rows, and the
+// CPU seconds. What a load through the runner takes longer is the runner's cost.
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <time.h>
+
+#include <dlfcn.h>
+
+#include "tests/support/fake_infrastructure.h"
+
+namespace {
+
+uint64_t rows_taken;
+
+PxStatus TakeRow(PxSchema *, int32_t, const uint8_t *, const uint32_t *, const uint32_t *,
+                 const void *, uint32_t)
+{
+    ++rows_taken;
+    return 0;
+}
+
+double CpuSeconds()
+{
+    timespec now;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+const PxMethods &Load(const char *path)
+{
+    void *library = dlopen(path, RTLD_NOW);
+    if (library == nullptr) {
+        fprintf(stderr, "%s\n", dlerror());
+        exit(1);
+    }
+    const auto entry =
+        reinterpret_cast<PxStatus (*)(PxMethods **)>(dlsym(library, "PX_GetOperatorMethods"));
+    PxMethods *methods = nullptr;
+    if (entry == nullptr || entry(&methods) != 0) {
+        fprintf(stderr, "%s is no operator library\n", path);
+        exit(1);
+    }
+    return *methods;
+}
+
+// Calls until the method is over: 42, or 0 of initiate's phases.
+void Drive(PxStatus (*method)(PxOperator *, uint32_t), Fake &fake, const char *what)
+{
+    for (uint32_t phase = 1;; ++phase) {
+        PxStatus status;
+        do
+            status = method(fake.op(), phase);
+        while (status == 43);
+        if (status == 42)
+            return;
+        if (status != 41 && status != 0) {
+            fprintf(stderr, "%s: %d\n%s\n", what, status, fake.public_log.c_str());
+            exit(1);
+        }
+    }
+}
+
+void AddColumns(Fake &fake, const char *lengths)
+{
+    fake.columns.clear();
+    for (char *at = const_cast<char *>(lengths); *at != '\0'; at += *at == ',') {
+        FakeColumn column;
+        column.name = "c" + std::to_string(fake.columns.size());
+        column.length = static_cast<uint32_t>(strtoul(at, &at, 10));
+        fake.columns.push_back(column);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc != 7) {
+        fputs("usage: bench_bare LIBRARY CHARSET DELIMITER QUOTED COLUMN,... FILE\n", stderr);
+        return 2;
+    }
+    const PxMethods &methods = Load(argv[1]);
+    Fake fake;
+    fake.text["SYSTEM_CharSetId"] = argv[2];
+    fake.text["TextDelimiter"] = argv[3];
+    fake.text["QuotedData"] = argv[4];
+    fake.text["Format"] = "Delimited";
+    fake.text["FileName"] = argv[6];
+    AddColumns(fake, argv[5]);
+    Drive(methods.initiate, fake, "initiate");
+
+    PxSchema **list = nullptr;
+    int32_t count = 0;
+    fake.op()->PX_GetTableSchemaList(fake.op(), 1, &list, &count);
+    list[0]->PX_PutRow = TakeRow;
+
+    const auto start = std::chrono::steady_clock::now();
+    const double cpu = CpuSeconds();
+    Drive(methods.execute, fake, "execute");
+    const double cpu_spent = CpuSeconds() - cpu;
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+    const auto bytes = static_cast<double>(std::filesystem::file_size(argv[6]));
+    printf("%.0f %llu %.3f\n", bytes / 1e6 / spent.count(),
+           static_cast<unsigned long long>(rows_taken), cpu_spent);
+    return 0;
+}
