@@ -26,6 +26,11 @@ size_t ScreenWidth()
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
+std::string Amount(uint64_t number, const char *one, const char *many)
+{
+    return fmt::format("{} {}", Grouped(number), number == 1 ? one : many);
+}
+
 void PrintTable(const std::vector<RejectEntry> &entries, uint64_t all, uint64_t left_out)
 {
     if (!entries.empty())
@@ -33,13 +38,9 @@ void PrintTable(const std::vector<RejectEntry> &entries, uint64_t all, uint64_t 
             fmt::print("{}\n", line);
     if (all > entries.size())
         fmt::print("... {} more; --limit N shows N\n", Grouped(all - entries.size()));
-    fmt::print("{} bad records: {} left out, {} loaded all the same\n", Grouped(all),
-               Grouped(left_out), Grouped(all - left_out));
-}
-
-std::string Amount(uint64_t number, const char *one, const char *many)
-{
-    return fmt::format("{} {}", Grouped(number), number == 1 ? one : many);
+    fmt::print("{}: {} left out, {} loaded all the same\n",
+               Amount(all, "bad record", "bad records"), Grouped(left_out),
+               Grouped(all - left_out));
 }
 
 void Say(const std::string &text) { fmt::print(stderr, "{}\n", Escaped(text)); }
@@ -61,6 +62,19 @@ void SayWhatIsLeftAside(const Retry &retry)
     }
 }
 
+// The target leaves out rows by its own rules, and no file keeps those.
+std::string RefusedAgain(const JobReport &report)
+{
+    const uint64_t again = report.rejects.left_out;
+    std::string text = again == 0 ? "none refused"
+                                  : fmt::format("{} refused again and kept in {}", Grouped(again),
+                                                report.rejects.file);
+    if (report.refused > again)
+        text += fmt::format(", {} left out by the target and kept nowhere",
+                            Grouped(report.refused - again));
+    return text;
+}
+
 int RunRetry(const RejectsOptions &options)
 {
     const Job job = LoadJob(options.run.job.file, Overrides(options.run.job));
@@ -75,9 +89,7 @@ int RunRetry(const RejectsOptions &options)
     const std::optional<RejectState> now = ReadRejectState(job);
     if (report.conserved || report.loaded > 0)
         Say(fmt::format("retry of {}: {} loaded, {}", of, Amount(report.loaded, "row", "rows"),
-                        report.refused == 0
-                            ? "none refused"
-                            : fmt::format("{} refused again", Grouped(report.refused))));
+                        RefusedAgain(report)));
     else if (now && now->outcome == RejectState::Outcome::Loaded)
         Say(fmt::format("retry of {}: nothing was loaded; its records wait as before", of));
     else

@@ -23,6 +23,9 @@ void CheckProducerAttributes(const Step &step, const Value &section, std::vector
 void CheckValidUtf8(const Job &job, std::vector<Complaint> &found);
 void CheckColumnsFitFormat(const Job &job, std::vector<Complaint> &found);
 
+// The record error file and what lies beside it are none of the input files.
+void CheckErrorFileIsNoInput(const Job &job, std::vector<Complaint> &found);
+
 void CheckCharacterSet(const std::string &name, SourcePosition at, std::vector<Complaint> &found);
 
 }  // namespace fenwire

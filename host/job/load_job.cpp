@@ -126,6 +126,7 @@ Job LoadJob(const fs::path &file, const std::vector<Override> &overrides)
     ReadSections(document, job, found);
     DefaultName(job, found);
     CheckColumnsFitFormat(job, found);
+    CheckErrorFileIsNoInput(job, found);
     CheckValidUtf8(job, found);
     if (!found.empty())
         throw MakeJobError(file.string(), source, std::move(found));

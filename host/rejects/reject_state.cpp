@@ -102,6 +102,10 @@ void WriteRejectState(const Job &job, RejectState &state)
     if (!fd || !AppendLine(fd.get(), state.text).empty() || fsync(fd.get()) != 0 ||
         rename(part.c_str(), path.c_str()) != 0)
         ThrowErrno(fmt::format("{} can't be written", Quoted(path.string())));
+    // The new state is on the disk before rows are committed under it.
+    const UniqueFd folder(open(job.state.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder)
+        fsync(folder.get());
 }
 
 void RemoveRejectState(const Job &job)

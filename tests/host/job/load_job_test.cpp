@@ -103,6 +103,8 @@ TEST(LoadJob, BadFileGetsItsComplaint)
         {"number out of range",          "SkipRows = 1",        "TimeOut = 100000",     "TimeOut is 100000; it must be a whole number from 0 to 99999", ""},
         {"number beyond 32 bits",        "SkipRows = 1",        "SkipRows = 4294967297", "SkipRows is 4294967297; it must be", ""},
         {"date",                         "\"*.csv\"",           "2024-01-31",           "FileName must be text, not a date or time", "put it in quotes"},
+        {"bad records among the input",  "SkipRows = 1",        "RecordErrorFileName = \"x/../in/bad.csv\"", "RecordErrorFileName \"bad.csv\" would be read as an input file", "does not fit \"*.csv\""},
+        {"their list among the input",   "\"*.csv\"",           "\"b*.jsonl\"\nRowErrFileName = \"in/bad\"", "RowErrFileName \"bad.jsonl\" would be", ""},
         {"both forms of a mark",         "SkipRows = 1",        "TextDelimiterHEX = \"2C\"", "TextDelimiter and TextDelimiterHEX exclude each other", "remove one"},
         {"odd hexadecimal digits",       "TextDelimiter = \",\"", "TextDelimiterHEX = \"2C0\"", "TextDelimiterHEX can't be \"2C0\"", "09 is the tab"},
         {"empty delimiter",              "TextDelimiter = \",\"", "TextDelimiter = \"\"", "TextDelimiter is empty", "at least one byte"},
