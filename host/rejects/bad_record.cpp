@@ -23,6 +23,7 @@ constexpr KindRow kKinds[] = {
     {"Too many columns", "too many columns"},
     {"Too few columns", "too few columns"},
     {"Field length overflow", "too long"},
+    {"pxdatetime reformatting error", "bad date"},
     {"Invalid multi-byte character", "broken character"},
     {"First character not open quote", "does not begin with its quote mark"},
     {"did not immediately follow close quote", "goes on behind its closing quote mark"},

@@ -12,9 +12,11 @@
 #include "attributes/attributes_state.h"
 #include "delimited/assemble.h"
 #include "delimited/delimited_state.h"
+#include "delimited/verdict.h"
 #include "fileset/fileset_state.h"
 #include "operator/messages.h"
 #include "pm/pm_state.h"
+#include "rows/bad_records.h"
 #include "schema/date_columns.h"
 #include "schema/schema_state.h"
 
@@ -86,16 +88,32 @@ void Show(std::string_view value, char *shown, size_t room)
     shown[used] = '\0';
 }
 
-PxStatus EndAtBadDate(int32_t error)
+// "'31/04/2024' in column 'ordered' (format 'DD/MM/YYYY'), record 2 of '/in/a.csv'"
+void DescribeFault(int32_t error, char *text, size_t room)
 {
     const int32_t column = VerdictColumn - 1;
-    char value[65] = "", where[4096 + 1024];
+    char value[65] = "";
 
     if (error != kNothingGiven)
         Show(Value(pmBuffer.Data, column), value, sizeof value);
-    snprintf(where, sizeof where, "'%s' in column '%.255s' (format '%s'), record %lld of '%.4095s'",
-             value, SG_ColNames[column], dtEncodedFormatStrsIn[column]->text,
+    snprintf(text, room, "'%s' in column '%.255s' (format '%s'), record %lld of '%.4095s'", value,
+             SG_ColNames[column], dtEncodedFormatStrsIn[column]->text,
              static_cast<long long>(FileRecordCount) + 1, CurrentFullPath);
+}
+
+PxStatus RefuseDate(int32_t error)
+{
+    const int32_t message = ThrowDateTimeError(error, false, "");
+    char where[5120], reason[64];
+
+    DescribeFault(error, where, sizeof where);
+    snprintf(reason, sizeof reason, "QLX%05d: pxdatetime reformatting error.", message);
+    if (SG_ContinueOnRowError != 0)
+        FW_WARN(1, "%s %s, %s", reason, DateErrorText(error), where);
+    const PxStatus status = LeaveOutRecord(
+        {.reason = reason, .message = static_cast<uint32_t>(message), .column = VerdictColumn});
+    if (status != PXSTC_Success)
+        return status;
     DumpFileInfo(-1);
     ThrowDateTimeError(error, true, where);
     RaiseExitCode(12);
@@ -128,12 +146,14 @@ int32_t FormatVarDateColsInRow()
     return kDateOk;
 }
 
-PxStatus ReformatDates()
+PxStatus ReformatDates(int32_t verdict)
 {
+    if (verdict != RowComplete && !IsTolerated(static_cast<Verdict>(verdict)))
+        return PXSTC_Success;
     if (pmBuffer.DataLength > dtInputRowLimit) [[unlikely]] {
         if (const PxStatus status = ReserveDateRow(pmBuffer.DataLength))
             return status;
     }
     const int32_t error = FormatVarDateColsInRow();
-    return error == kDateOk ? PxStatus{PXSTC_Success} : EndAtBadDate(error);
+    return error == kDateOk ? PxStatus{PXSTC_Success} : RefuseDate(error);
 }

@@ -121,16 +121,17 @@ static PxStatus CutRecord(uint32_t *expected_length)
                                                        : SettleLength(TotalFixedLength);
     }
     // Formats with variable fields other than delimited text are cut by their length prefixes here.
-    if (const int32_t verdict = ExtractDelimitedText(); verdict != RowComplete) [[unlikely]] {
+    const int32_t verdict = ExtractDelimitedText();
+    if (DateColumnCount != 0) [[unlikely]] {
+        if (const PxStatus status = ReformatDates(verdict); status != PXSTC_Success)
+            return status;
+    }
+    if (verdict != RowComplete) [[unlikely]] {
         if (const PxStatus status = SettleVerdict(verdict); status != PXSTC_Success)
             return status;
     }
     if (bUnclosedQuote != 0) [[unlikely]]
         WarnOfUnclosedQuote();
-    if (DateColumnCount != 0) [[unlikely]] {
-        if (const PxStatus status = ReformatDates(); status != PXSTC_Success)
-            return status;
-    }
     *expected_length = pmBuffer.DataLength;
     return PXSTC_Success;
 }
