@@ -33,8 +33,10 @@ PxStatus OperatorServices::PutBadRecord(const void *value, size_t length)
     if (!ReadBadRecord(value, length, record))
         return PXSTC_Length;
     if (rejects_ >= 0 && !rejects_failed_) {
-        const std::string line =
-            BadRecordLine(job_, instance_, FileName(record.head.index), record);
+        std::string file = FileName(record.head.index);
+        if (!job_.retry_of.empty())  // the record error file or a copy of it, which won't stay
+            file = std::filesystem::path(file).filename();
+        const std::string line = BadRecordLine(job_, instance_, file, record);
         if (const std::string trouble = AppendLine(rejects_, line); !trouble.empty()) {
             rejects_failed_ = true;
             link_.Tell(OutMessage(MessageKind::Trouble)

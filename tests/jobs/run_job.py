@@ -19,7 +19,7 @@ A .job file is a run of sections, each with a head line:
     == holds bad.txt [unordered] [options of an input file]
                                  a file that the job wrote, written as input files are
     == query out.db SQL          rows of the query, columns between bars
-    == json                      each "key value" line must be so in the object on standard output
+    == json                      each "key value" line must be so in the object on standard output; a.b: b of a
 
 The program is the one that CMake built; every job runs in a folder of its own. A job that prints
 "== sanitizer" words or takes longer than 60 seconds fails.
@@ -150,8 +150,11 @@ def main(job_file, build):
             report = json.loads(out)
             for line in body:
                 key, value = line.split(None, 1)
-                if str(report.get(key)) != value:
-                    bad.append(f"json: {key} is {report.get(key)}, not {value}")
+                got = report
+                for part in key.split("."):
+                    got = got.get(part)
+                if str(got) != value:
+                    bad.append(f"json: {key} is {got}, not {value}")
     if not bad:
         shutil.rmtree(work)
         return 0
