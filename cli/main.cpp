@@ -26,6 +26,7 @@ constexpr char kHelp[] =
     R"help(fenwire {} - loads delimited and text files into a database, with several readers at once
 
   fenwire guess FILE...       writes a job file for them
+  fenwire preview JOB.toml    its first rows, and the first records that it would refuse
   fenwire check JOB.toml      could the job run? looks at everything and changes nothing
   fenwire run JOB.toml        runs it
   fenwire explain WORD        what a message (19112) or an attribute (TextDelimiter) means
@@ -99,6 +100,7 @@ struct CommandLine {
     JobOptions check;
     GuessOptions guess;
     RejectsOptions rejects;
+    PreviewOptions preview;
     std::string explain, list, docs;
     std::function<int()> chosen;
 
@@ -114,6 +116,13 @@ struct CommandLine {
         verb = Verb("guess", "writes a job file that would load the files",
                     [this] { return GuessVerb(guess); });
         AddGuessOptions(*verb, guess);
+
+        verb = Verb("preview", "shows the first rows of a job, and loads nothing",
+                    [this] { return PreviewVerb(preview); });
+        AddJobOptions(*verb, preview.job);
+        verb->add_option("--rows", preview.rows, "how many; 10 without it")
+            ->check(CLI::Range(1, 1000))
+            ->type_name("N");
 
         verb = Verb("explain", "says what a message or an attribute means",
                     [this] { return ExplainVerb(explain); });

@@ -44,7 +44,13 @@ struct RejectsOptions {
     bool anyway = false, no_remarks = false;
 };
 
+struct PreviewOptions {
+    JobOptions job;
+    uint32_t rows = 10;
+};
+
 int RunVerb(const RunOptions &options);
+int PreviewVerb(const PreviewOptions &options);
 int GuessVerb(const GuessOptions &options);
 int CheckVerb(const JobOptions &options);
 int ExplainVerb(const std::string &subject);

@@ -95,6 +95,8 @@ public:
     virtual void Message(LineKind kind, const std::string &line) = 0;
     virtual void Progress(const JobSnapshot &now) = 0;  // called about five times a second
     virtual void Finish(const JobReport &report) = 0;
+    // Asked after Progress: true ends the job, as a failure.
+    virtual bool Enough() { return false; }
 };
 
 // json: Finish writes one object to standard output as well.

@@ -137,6 +137,8 @@ void Coordinator::Loop()
         KillStragglers();
         if (Clock::now() >= next_tick) {
             console_.Progress(Snapshot());
+            if (console_.Enough() && !ledger_.failing())
+                Fail("stopped: enough was seen");
             next_tick = Clock::now() + std::chrono::milliseconds(kTickMs);
         }
     }

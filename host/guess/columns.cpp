@@ -105,11 +105,13 @@ void ColumnReader::AddUneven(const Record &record, const Place &place)
 {
     found_.malformed += record.malformed ? 1 : 0;
     found_.uneven += record.malformed ? 0 : 1;
-    if (found_.uneven_places.size() < kPlacesShown)
-        found_.uneven_places.push_back(
-            place.Words() + (record.malformed ? std::string(": badly quoted")
-                                              : fmt::format(": {} column{}", record.fields.size(),
-                                                            record.fields.size() == 1 ? "" : "s")));
+    auto &places = record.malformed ? found_.malformed_places : found_.uneven_places;
+    if (places.size() == kPlacesShown)
+        return;
+    places.push_back(place.Words());
+    if (!record.malformed)
+        places.back() += fmt::format(": {} column{}", record.fields.size(),
+                                     record.fields.size() == 1 ? "" : "s");
 }
 
 void ColumnReader::AddRecord(const Record &record, const Place &place)

@@ -36,8 +36,9 @@ struct Findings {
     uint64_t blank_lines = 0, line_ends_inside = 0, other_line_ends = 0, malformed = 0, uneven = 0;
     bool all_quoted = true;  // every value that is not empty
     bool crlf = false;
-    std::vector<std::string> uneven_places;  // the first few: "record 17 of a.csv: 3 columns"
-    std::vector<std::string> left_out;       // pieces without a place to begin
+    // The first few: "record 17 of a.csv: 3 columns", "record 18 of a.csv".
+    std::vector<std::string> uneven_places, malformed_places;
+    std::vector<std::string> left_out;  // pieces without a place to begin
 };
 
 // A person's word on the header instead of a look at the values.

@@ -19,8 +19,8 @@ enum class Look : uint8_t {
     DecimalComma,  // 1,5
     Date,          // of a row in kDateFormats, date or time
     Text,
-    kCount
 };
+inline constexpr size_t kLooks = static_cast<size_t>(Look::Text) + 1;
 
 struct Seen {
     Look look = Look::Empty;
@@ -42,7 +42,7 @@ public:
 
 private:
     uint64_t count(Look look) const { return counts_[static_cast<size_t>(look)]; }
-    std::array<uint64_t, static_cast<size_t>(Look::kCount)> counts_ = {};
+    std::array<uint64_t, kLooks> counts_ = {};
     uint64_t values_ = 0;
     uint32_t date_formats_ = ~0U;
 };

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "host/guess/guess.h"
-#include "host/job/attribute_catalogue.h"
 #include "host/job/data_files.h"
 #include "host/job/words.h"
 
@@ -41,7 +41,7 @@ std::string TomlText(std::string_view text)
 // Only UTF-8 can stand in a job file.
 std::string PathText(const fs::path &path)
 {
-    const std::string text = path.string();
+    std::string text = path.string();
     for (std::string_view rest = text; !rest.empty();) {
         const size_t length = Utf8Length(rest);
         if (length == 0)
@@ -238,13 +238,15 @@ private:
 
     void Oddities()
     {
-        if (found_.uneven + found_.malformed > 0) {
-            std::string places;
-            for (const std::string &place : found_.uneven_places)
-                places += (places.empty() ? "" : "; ") + place;
-            Note(fmt::format("{} of the records do not fit and will be refused{}{}",
-                             found_.uneven + found_.malformed, places.empty() ? "" : ": ", places));
-        }
+        const auto first = [](const std::vector<std::string> &places) {
+            return (places.empty() ? "" : ": ") + fmt::format("{}", fmt::join(places, "; "));
+        };
+        if (found_.uneven > 0)
+            Note(Plural(found_.uneven, "record does", "records do") +
+                 " not fit and will be refused" + first(found_.uneven_places));
+        if (found_.malformed > 0)
+            Note(Plural(found_.malformed, "record is", "records are") +
+                 " badly quoted, and will end the job" + first(found_.malformed_places));
         if (found_.blank_lines > 0)
             Note(Plural(found_.blank_lines, "empty line", "empty lines") +
                  ", refused as records of too few columns");
@@ -259,7 +261,8 @@ private:
             Note(Plural(guess_.odd_bytes, "byte") + " are no UTF-8, and are loaded as they are");
         if (guess_.wide_units > 0)
             Note(Plural(guess_.wide_units, "character") +
-                 " of four bytes in UTF-16: their records will be refused");
+                 " of four bytes in UTF-16: the records that hold them are loaded, and kept as bad "
+                 "ones too");
         for (const std::string &piece : found_.left_out)
             Remark(piece + " were not looked at: no start of a record was found there");
         if (!guess_.dialect.rival.empty())
@@ -312,10 +315,8 @@ private:
                               Plural(found_.line_ends_inside, "record has", "records have"))
                 : ""));
         Header();
-        // Refused records are kept here instead of ending the job.
-        if (FindAttribute("RecordErrorFileName")->support == Support::Now)
-            out_ += Line(fmt::format("RecordErrorFileName = {}", TomlText(OutputName(".bad"))),
-                         "takes the records that do not fit");
+        out_ += Line(fmt::format("RecordErrorFileName = {}", TomlText(OutputName(".bad"))),
+                     "takes the records that do not fit");
         out_ += '\n';
     }
 

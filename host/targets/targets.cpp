@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "host/job/words.h"
+#include "host/preview/preview_target.h"
 #include "host/targets/kinds.h"
 #include "host/targets/settings.h"
 
@@ -76,6 +77,8 @@ const TargetKind *FindTargetKind(const std::string &name)
 
 std::unique_ptr<Target> MakeTarget(const Job &job)
 {
+    if (job.target_type == kPreviewTarget)
+        return MakePreviewTarget(job);
     const TargetKind *kind = FindTargetKind(job.target_type);
     if (kind == nullptr)
         throw TargetError(fmt::format("there is no target {}", Quoted(job.target_type)));

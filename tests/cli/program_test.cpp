@@ -58,6 +58,9 @@ TEST(Program, AnswersWithWordsAndStatus)
         {"list of attributes",       "list attributes",               0, "TextDelimiter",         ""},
         {"list of types",            "list types",                    0, " 63  NUMBER",           ""},
         {"list misspelt",            "list type",                     2, "",                      "did you mean \"types\"?"},
+        {"a guess from no file",     "guess",                         2, "",                      "files is required"},
+        {"a guess from a folder",    "guess .",                       2, "",                      "hint: name the files in it"},
+        {"a preview of no row",      "preview --rows 0 a.toml",       2, "",                      "--rows"},
         {"version",                  "version",                       0, "fenwire 0.",            ""},
     };
     // clang-format on
@@ -73,6 +76,17 @@ TEST(Program, AnswersWithWordsAndStatus)
                 EXPECT_NE(given->find(wanted), std::string::npos) << c.about << ":\n" << *given;
         }
     }
+}
+
+TEST(Program, GuessReplacesAFileOnlyWhenTold)
+{
+    const JobFolder folder;
+    folder.Write("a.csv", "id,v\n1,x\n");
+    folder.Write("a.toml", "mine");
+    EXPECT_EQ(Program(folder, "guess a.csv -o a.toml").status, 2);
+    EXPECT_EQ(ReadAll(folder.path() / "a.toml"), "mine");
+    EXPECT_EQ(Program(folder, "guess a.csv -o a.toml --force").status, 0);
+    EXPECT_EQ(Program(folder, "check a.toml").status, 0);
 }
 
 TEST(Program, CheckLooksAtFilesAndTarget)

@@ -10,8 +10,9 @@ A .job file is a run of sections, each with a head line:
     == fifo in/pipe              a named pipe that nobody writes to
     == folder in/sub             an empty folder
     == sqlite out.db             SQL to run before the job
-    == args                      further arguments of `fenwire run`; with "check" first: `fenwire check`
+    == args                      further arguments of `fenwire run`; with "check" or "preview" first that verb
     == exit 12                   the exit status
+    == absent out.db             nothing lies there afterwards
     == rows [ordered]            what the print target wrote to standard output
     == says                      each line must stand in standard error
     == never says                no line may stand there
@@ -87,11 +88,11 @@ def main(job_file, build):
         kind, *rest = head.split()
         if kind == "about":
             continue
-        if kind in ("exit", "rows", "says", "never", "logs", "query", "json", "holds"):
+        if kind in ("exit", "rows", "says", "never", "logs", "query", "json", "holds", "absent"):
             expect.append((kind, head, lines(body)))
         elif kind == "args":
             args = " ".join(body).split()
-            args = args if args[:1] == ["check"] else ["run", *args]
+            args = args if args[:1] in (["check"], ["preview"]) else ["run", *args]
         elif kind == "fifo":
             (work / rest[0]).parent.mkdir(parents=True, exist_ok=True)
             os.mkfifo(work / rest[0])
@@ -126,6 +127,8 @@ def main(job_file, build):
                 got, wanted = sorted(got), sorted(wanted)
             if got != wanted:
                 bad.append("rows differ:\n  " + "\n  ".join(got[:50]) + "\nwanted:\n  " + "\n  ".join(wanted[:50]))
+        elif kind == "absent" and (work / words[1]).exists():
+            bad.append(f"there is a {words[1]}")
         elif kind == "says":
             bad += [f"does not say: {line}" for line in body if line not in err]
         elif kind == "logs":
