@@ -140,6 +140,8 @@ void Coordinator::FromTarget(InMessage &message)
         const uint64_t rows = message.U64(), refused = message.U64();
         (void)message.U64();
         ledger_.SetCommitted(rows, refused, message.Text());
+        if (const std::string warning = message.Text(); !warning.empty())
+            PublicLine(Warning, "target: " + warning);
         settling_ = Settling::Settled;
         phases_.GoOnToTerminate();
         break;

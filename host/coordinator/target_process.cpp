@@ -91,7 +91,8 @@ private:
                               .Put(report.rows)
                               .Put(report.refused)
                               .Put(report.bytes)
-                              .Put(std::string_view(report.note)));
+                              .Put(std::string_view(report.note))
+                              .Put(std::string_view(report.warning)));
             return true;
         }
         if (kind != MessageKind::Abort)

@@ -46,6 +46,16 @@ bool IsUtf8(std::string_view text)
     return true;
 }
 
+// A record has no column of the file's name. Null: none of that number.
+const Column *ColumnOfRecord(const Job &job, uint32_t number)
+{
+    for (const Column &column : job.columns) {
+        if (!column.file_name && number-- == 1)
+            return &column;
+    }
+    return nullptr;
+}
+
 constexpr std::string_view kBase64 =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
@@ -90,9 +100,9 @@ std::string ColumnWords(const Job &job, uint32_t column)
 {
     if (column == 0)
         return {};
-    if (column > job.columns.size())
-        return fmt::format("column {}", column);
-    return fmt::format("column {} '{}'", column, job.columns[column - 1].name);
+    const Column *found = ColumnOfRecord(job, column);
+    return found == nullptr ? fmt::format("column {}", column)
+                            : fmt::format("column {} '{}'", column, found->name);
 }
 
 std::string BadRecordLine(const Job &job, int instance, std::string_view file,
@@ -103,9 +113,8 @@ std::string BadRecordLine(const Job &job, int instance, std::string_view file,
     Json object = {{"file", file}, {"record", head.record}};
     object["offset"] = head.offset >= 0 ? Json(head.offset) : Json();
     object["column"] = head.column > 0 ? Json(head.column) : Json();
-    object["column_name"] = head.column > 0 && head.column <= job.columns.size()
-                                ? Json(job.columns[head.column - 1].name)
-                                : Json();
+    const Column *column = ColumnOfRecord(job, head.column);
+    object["column_name"] = column != nullptr ? Json(column->name) : Json();
     object["kind"] = ReasonKind(record.text);
     object["reason"] = record.text;
     object["message"] = head.message;

@@ -531,6 +531,8 @@ constexpr CatalogueRow kCatalogue[] = {
                          "look at what is wrong with them; raise ErrorLimit if the job can do without so many"},
     {19994, "ntt",       "bad records of instance %1 may be missing in \"%3\": what there is of them is in \"%2\"",
                          "append that file to the record error file, and remove it"},
+    {19995, "tnt",       "record %2 of file \"%1\" does not look like text of the character set %3",
+                         "check that charset in [job] is that of the file: UTF16 for text with a zero in every second byte"},
 };
 // clang-format on
 

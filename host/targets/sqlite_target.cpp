@@ -29,6 +29,7 @@
 #include "host/targets/settings.h"
 #include "host/targets/sqlite_database.h"
 #include "host/targets/sqlite_table.h"
+#include "host/targets/text_check.h"
 
 namespace fenwire {
 
@@ -150,6 +151,8 @@ public:
             rows_of_.resize(static_cast<size_t>(instance) + 1);
         instance_ = instance;
         rows.ForEach([&](const RowRecord &row) {
+            if (!utf16_)
+                CheckText(row);
             waiting_[waits_++] = row;
             report_.bytes += row.data_bytes();
             if (waits_ == waiting_.size())
@@ -171,6 +174,7 @@ public:
         if (report_.refused > 0)
             report_.note = fmt::format(
                 "{} rows left out by ON CONFLICT rules or triggers of the table", report_.refused);
+        report_.warning = text_check_.Warning();
         return report_;
     }
 
@@ -244,6 +248,7 @@ private:
         RequireCharset(job_.charset);
         begun_ = std::chrono::steady_clock::now();
         report_ = {};
+        text_check_ = {};
         rows_of_.clear();
         if (!FileIsThere())
             MakeFile();
@@ -278,6 +283,27 @@ private:
             for (size_t row = 0; row < kRowsAtOnce[i]; ++row)
                 sql += (row > 0 ? ", " : "") + marks;
             inserts_[i] = database_->Prepare(sql);
+        }
+    }
+
+    // SQLite takes text for UTF-8, whatever it is given.
+    void CheckText(const RowRecord &row)
+    {
+        const auto columns = static_cast<uint32_t>(storages_.size());
+        const char *data = reinterpret_cast<const char *>(row.data(columns));
+        if (TextCheck::IsPlain(data, row.data_bytes())) [[likely]]
+            return;
+        const uint64_t number = rows_of_[static_cast<size_t>(instance_)] + waits_ + 1;
+        for (uint32_t i = 0; i < columns; ++i) {
+            const uint32_t length = row.length(i);
+            if (length == kNullColumn)
+                continue;
+            if (storages_[i] == SqliteStorage::Text)
+                text_check_.Examine({data, length}, [&] {
+                    return fmt::format("in column {}, row {} of instance {}",
+                                       Quoted(job_.columns[i].name), number, instance_);
+                });
+            data += length;
         }
     }
 
@@ -413,6 +439,7 @@ private:
     std::string table_;
     bool create_, replace_, utf16_;
     std::vector<SqliteStorage> storages_;  // of the job's columns
+    TextCheck text_check_;
     bool made_file_ = false;
     std::chrono::steady_clock::time_point begun_;
     std::optional<SqliteDatabase> database_;

@@ -30,6 +30,7 @@ struct TargetReport {
     uint64_t refused = 0;  // left out by the target's own rules, such as ON CONFLICT IGNORE
     uint64_t bytes = 0;    // of data
     std::string note;      // one line for the summary, such as a checksum; may be empty
+    std::string warning;   // the rows are in, but something about them is odd; mostly empty
 };
 
 class Target {

@@ -213,13 +213,13 @@ typedef struct PxFileCounts {
  * behind them text_bytes of the reason in words and raw_bytes of the record as it was read, without its
  * end-of-record mark. The statistic's length is the sum of the three. */
 typedef struct PxBadRecord {
-    uint32_t index;      /* element of FileNames, from 1 */
-    uint32_t left_out;   /* 1: no row came of it; 0: its row was handed over all the same */
-    uint64_t record;     /* of its file, from 1; records skipped at its start count */
-    int64_t offset;      /* of its first byte in the file; -1: not known, as in a pipe */
-    uint32_t message;    /* number of the message that tells of the same fault, 0: none */
-    uint32_t column;     /* at fault, from 1, as the schema counts; 0: none, or beyond the schema */
-    uint32_t kept;       /* 1: it was written to the record error file, too */
+    uint32_t index;    /* element of FileNames, from 1 */
+    uint32_t left_out; /* 1: no row came of it; 0: its row was handed over all the same */
+    uint64_t record;   /* of its file, from 1; records skipped at its start count */
+    int64_t offset;    /* of its first byte in the file; -1: not known, as in a pipe */
+    uint32_t message;  /* number of the message that tells of the same fault, 0: none */
+    uint32_t column;   /* at fault, from 1, of those that are read; 0: none, or beyond the schema */
+    uint32_t kept;     /* 1: it was written to the record error file, too */
     uint32_t text_bytes; /* no terminating zero */
     uint32_t raw_bytes;
     uint32_t unused;

@@ -275,6 +275,7 @@ inline constexpr MessageRow kMessages[] = {
     {19992, 3, Error,       "tt"},
     {19993, 3, Error,       "nt"},
     {19994, 3, Warning,     "ntt"},
+    {19995, 3, Warning,     "tnt"},
 };
 // clang-format on
 

@@ -60,6 +60,7 @@ PxStatus FatalRow(int32_t verdict)
 
     snprintf(record_text, sizeof record_text, "%lld", static_cast<long long>(record));
     FW_ERROR("%s '%s'. %s.", "Fatal data error processing file", CurrentFullPath, ExtractErrMsg);
+    HintAtCharSet();
     switch (verdict) {
     case FieldOverflow:
         return FW_Fatal<19472>(CurrentFullPath, record, column, name, SG_ColLensBase[column - 1],

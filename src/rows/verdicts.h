@@ -16,6 +16,9 @@ PxStatus SettleVerdict(int32_t verdict);
 // is the hand-over's to report.
 PxStatus SettleLength(uint32_t expected);
 
+// Message 19995, where the record in pmBuffer, which ends the job, looks like another character set's.
+void HintAtCharSet();
+
 // Message 19991 and exit code 4: the record that was just cut ends inside quotes.
 void WarnOfUnclosedQuote();
 

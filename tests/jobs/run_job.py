@@ -5,8 +5,9 @@ A .job file is a run of sections, each with a head line:
 
     == about                     what must hold; free text
     == job.toml                  the job file
-    == in/a.csv [crlf] [noeol] [utf16le] [hex] [repeat=N]
-                                 an input file; \\xNN, \\t and \\\\ stand for bytes; repeat=N: its last line
+    == in/a.csv [crlf] [noeol] [utf16le] [hex] [repeat=N] [wide=N]
+                                 an input file; \\xNN, \\t and \\\\ stand for bytes; repeat=N: its last line so
+                                 many times; wide=N: the text of its last line so many times
     == fifo in/pipe              a named pipe that nobody writes to
     == folder in/sub             an empty folder
     == sqlite out.db             SQL to run before the job
@@ -63,6 +64,8 @@ def content(body, options):
     for option in options:
         if option.startswith("repeat="):
             body = body[:-1] + body[-1:] * int(option.split("=")[1])
+        if option.startswith("wide="):
+            body = body[:-1] + [body[-1] * int(option.split("=")[1])]
     text = end.join(body) + ("" if "noeol" in options or not body else end)
     data = re.sub(
         rb"\\(x[0-9A-Fa-f]{2}|t|\\)",

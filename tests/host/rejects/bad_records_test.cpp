@@ -25,6 +25,9 @@ TEST(BadRecords, EachIsAnObjectInTheListAndCountsInTheSummary)
 {
     JobRun run(2);
     run.folder.Write("innocent", "kept");
+    fenwire::Column source;  // no column of a record, so it doesn't count
+    source.file_name = true;
+    run.job.columns.insert(run.job.columns.begin(), source);
     std::filesystem::create_symlink("innocent", run.folder.File("bad.jsonl"));
     run.Set("RecordErrorFileName", "bad");
     run.Set("Initiate", "1:variable 2; next");
