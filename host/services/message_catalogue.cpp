@@ -533,6 +533,8 @@ constexpr CatalogueRow kCatalogue[] = {
                          "append that file to the record error file, and remove it"},
     {19995, "tnt",       "record %2 of file \"%1\" does not look like text of the character set %3",
                          "check that charset in [job] is that of the file: UTF16 for text with a zero in every second byte"},
+    {19996, "t",         "\"%1\" takes the bad records of this job and can't be its input too",
+                         "give RecordErrorFileName a name that FileName does not match"},
 };
 // clang-format on
 

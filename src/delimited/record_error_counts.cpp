@@ -57,14 +57,14 @@ void Delete(const char *name)
 
 PxStatus CreateErrorVariables()
 {
-    const int32_t others = std::max(TotalInstances - 1, 1);
     PxStatus status = Create(kRecordErrorCount, sizeof(RecordErrorCountElement), TotalInstances);
     if (status == PXSTC_Success)
         status = Create(kGlobalCount, sizeof(uint32_t), 1);
     if (status == PXSTC_Success)
-        status = Create(kFileIds, sizeof(PmIdentity), others);
+        status = Create(kFileIds, sizeof(PmIdentity), TotalInstances);
     if (status == PXSTC_Success)
-        status = Create(kProcessIds, sizeof(int32_t), others);  // last: the others wait for it
+        // The last one, since the others wait for it.
+        status = Create(kProcessIds, sizeof(int32_t), std::max(TotalInstances - 1, 1));
     return status;
 }
 
@@ -107,11 +107,11 @@ PxStatus ReadProcessId(int32_t instance, int32_t *process)
 
 PxStatus PublishFileId(const PmIdentity &id)
 {
-    const PxStatus status = Update(kFileIds, ThisInstance - 1, id);
+    const PxStatus status = Update(kFileIds, ThisInstance, id);
     return status == PXSTC_Success ? status : ServiceFailed(__func__, "PX_UpdateGlobalVar", status);
 }
 
-PxStatus ReadFileId(int32_t instance, PmIdentity *id) { return Read(kFileIds, instance - 1, id); }
+PxStatus ReadFileId(int32_t instance, PmIdentity *id) { return Read(kFileIds, instance, id); }
 
 PxStatus PublishErrorCount()
 {

@@ -14,7 +14,7 @@
 //   RecordErrorCount       an instance's count, written at a checkpoint and at the end
 //   GlblRecordErrorCount   running count of all; two instances at once may lose one
 //   FWRecordErrorCountPid  from instance 2: the process that the temporary file is named after
-//   RecordErrorFileId      from instance 2: which file it opened, whatever lies under the name later
+//   RecordErrorFileId      which file the instance opened, whatever lies under the name later
 
 #ifndef FENWIRE_DELIMITED_RECORD_ERROR_FILE_H
 #define FENWIRE_DELIMITED_RECORD_ERROR_FILE_H
@@ -32,6 +32,9 @@ PxStatus SetUpRecordErrorFile();
 
 // Bad records are kept somewhere: in the file, or on standard error.
 bool KeepsBadRecords();
+
+// The open file is the one that the job writes its bad records to.
+bool IsRecordErrorFile(pmToken file);
 
 // Writes the record in pmBufferOrig, with the remarks that the job asks for, and counts it. At the
 // limit SG_ContinueOnRowError becomes 2. 0 or 48, reported.

@@ -10,6 +10,7 @@
 #include "delimited/delimited_state.h"
 #include "delimited/record_error_file.h"
 #include "operator/messages.h"
+#include "pm/disk/os_calls.h"
 #include "pm/pm_state.h"
 #include "schema/schema_state.h"
 
@@ -47,6 +48,22 @@ void TakeUserId(char *to, size_t room)
     std::replace(to, to + strlen(to), '/', '_');
 }
 
+// Opening the error file empties it, which must not happen to the job's data. Files that a pattern finds
+// are looked at when they are opened.
+PxStatus SpareDataFile()
+{
+    char path[2 * kMaxPath + 4];
+    struct stat data = {}, errors = {};
+    const bool below = strchr(FW_FileName, '/') == nullptr && DirectoryPath[0] != '\0';
+
+    snprintf(path, sizeof path, "%s%s", below ? DirectoryPath : "", FW_FileName);
+    if (os.stat(path, &data) != 0 || os.stat(SG_RowErrFileName, &errors) != 0 ||
+        data.st_dev != errors.st_dev || data.st_ino != errors.st_ino)
+        return PXSTC_Success;
+    FW_ERROR("'%s' is both '%s' and '%s'", path, "FileName", "RecordErrorFileName");
+    return FW_AttributeFatal<19996>(path);
+}
+
 PxStatus PublishOwnFile()
 {
     PmIdentity id = {};
@@ -70,7 +87,7 @@ PxStatus OpenOwnFile()
                                       &SG_pmFpErrors);
     if (code == pmrcOk || code == pmrcEmptyFile) {
         SG_ContinueOnRowError = 1;
-        return ThisInstance == 1 ? PXSTC_Success : PublishOwnFile();
+        return PublishOwnFile();
     }
     FW_ERROR("'%s': the record error file can't be opened", path);
     (void)AccessFailed("pmOpen", code);
@@ -80,6 +97,14 @@ PxStatus OpenOwnFile()
 }  // namespace
 
 bool KeepsBadRecords() { return SG_pmFpErrors != 0 || bErrorsTostderr != 0; }
+
+bool IsRecordErrorFile(pmToken file)
+{
+    PmIdentity errors = {}, found = {};
+    return SG_pmFpErrors != 0 && ReadFileId(1, &errors) == PXSTC_Success &&
+           pmIdentity(file, &found) == pmrcOk && found.inode != 0 && found.inode == errors.inode &&
+           found.device == errors.device;
+}
 
 void MakeRowErrorFileName(char (&path)[kMaxErrorPath], int32_t instance, int32_t process)
 {
@@ -114,8 +139,10 @@ PxStatus SetUpRecordErrorFile()
         return PXSTC_Success;
     if (const PxStatus status = Attach())
         return status;
-    if (ThisInstance == 1) {
+    if (ThisInstance == 1) {  // the others wait for the variables, so these come first
         if (const PxStatus status = CreateErrorVariables())
+            return status;
+        if (const PxStatus status = SpareDataFile())
             return status;
     }
     return OpenOwnFile();

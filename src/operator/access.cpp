@@ -4,6 +4,7 @@
 
 #include "attributes/attribute_table.h"
 #include "convert/unicode.h"
+#include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
 #include "pm/pm.h"
@@ -161,6 +162,10 @@ PxStatus FW_FenwireOpen(const char *path)
     if (code != pmrcOk && code != pmrcEmptyFile) {
         (void)AccessFailed("pmOpen", code);
         return FW_Fatal<19304>();
+    }
+    if (IsRecordErrorFile(pmfp)) {
+        FW_ERROR("'%s' is the record error file of this job", path);
+        return FW_Fatal<19996>(path);
     }
     // The reader of unformatted records with variable fields is put in here.
     return NoteFilename(path);

@@ -276,6 +276,7 @@ inline constexpr MessageRow kMessages[] = {
     {19993, 3, Error,       "nt"},
     {19994, 3, Warning,     "ntt"},
     {19995, 3, Warning,     "tnt"},
+    {19996, 3, Error,       "t"},
 };
 // clang-format on
 
