@@ -76,8 +76,7 @@ PxStatus LimitReached()
 PxStatus ReportBadRecord(const BadRecord &bad)
 {
     const bool wanted = KeepsBadRecords() && !bad.keep_out;
-    const PxStatus status =
-        wanted ? WrRecErrFile(bad.reason) : PxStatus{PXSTC_Success};
+    const PxStatus status = wanted ? WrRecErrFile(bad.reason) : PxStatus{PXSTC_Success};
     BadRecord told = bad;
     told.left_out = bad.left_out || status != PXSTC_Success;  // a job that ends loads no row of it
     const bool kept = wanted && status == PXSTC_Success && SG_pmFpErrors != 0;
