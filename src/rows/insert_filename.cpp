@@ -49,14 +49,14 @@ uint32_t IndicatorBytes()  // of the widened row
 
 // Where the record's columns in front of the name end. Without variable fields the offsets are the
 // schema's, which knows of no indicator bytes.
-uint32_t EndOfFront()
+uint32_t EndOfFront(const RowView &record)
 {
     const uint32_t in_front = ColumnsInFront();
     uint64_t end = NumIndBytes;
     if (in_front > 0)
-        end = uint64_t{SG_ColOffs[in_front - 1]} + SG_ColLens[in_front - 1] +
+        end = uint64_t{record.offsets[in_front - 1]} + record.lengths[in_front - 1] +
               (SG_VARtypesFlag == 0 ? NumIndBytes : 0);
-    return static_cast<uint32_t>(std::min<uint64_t>(end, pmBuffer.DataLength));
+    return static_cast<uint32_t>(std::min<uint64_t>(end, record.length));
 }
 
 void WidenIndicators(const uint8_t *record, uint8_t *row, uint32_t row_bytes)
@@ -76,37 +76,36 @@ uint8_t *Append(uint8_t *to, const void *from, size_t length)
     return to + length;
 }
 
-void CopyRow(uint32_t front_end)
+void CopyRow(const RowView &record, uint32_t front_end)
 {
-    const uint8_t *record = pmBuffer.Data;
     uint8_t *to = FilenameRow.bytes;
     const auto prefix = static_cast<uint16_t>(InsertFilenameColLen);
 
     if (const uint32_t bytes = IndicatorBytes(); bytes != 0) {
-        WidenIndicators(record, to, bytes);
+        WidenIndicators(record.data, to, bytes);
         to += bytes;
     }
-    to = Append(to, record + NumIndBytes, front_end - NumIndBytes);
+    to = Append(to, record.data + NumIndBytes, front_end - NumIndBytes);
     if (InsertFilenamePrefixLen != 0)
         to = Append(to, &prefix, sizeof prefix);
     to = Append(to, CurrentFilename, static_cast<size_t>(InsertFilenameColLen));
-    Append(to, record + front_end, pmBuffer.DataLength - front_end);
+    Append(to, record.data + front_end, record.length - front_end);
 }
 
-void WidenArrays(uint32_t front_end)
+void WidenArrays(const RowView &record, uint32_t front_end)
 {
     const WidenedRow &row = FilenameRow;
     const uint32_t at = ColumnsInFront(), behind = static_cast<uint32_t>(SG_ColCount) - at;
     const uint32_t shift = IndicatorBytes() - NumIndBytes, shift_behind = shift + NameBytes();
 
-    memcpy(row.indicators, SG_IndBytes, at);
-    memcpy(row.indicators + at + 1, SG_IndBytes + at, behind);
-    memcpy(row.lengths, SG_ColLens, at * sizeof *SG_ColLens);
-    memcpy(row.lengths + at + 1, SG_ColLens + at, behind * sizeof *SG_ColLens);
+    memcpy(row.indicators, record.indicators, at);
+    memcpy(row.indicators + at + 1, record.indicators + at, behind);
+    memcpy(row.lengths, record.lengths, at * sizeof *row.lengths);
+    memcpy(row.lengths + at + 1, record.lengths + at, behind * sizeof *row.lengths);
     for (uint32_t i = 0; i < at; ++i)
-        row.offsets[i] = SG_ColOffs[i] + shift;
+        row.offsets[i] = record.offsets[i] + shift;
     for (uint32_t i = at; i < at + behind; ++i)
-        row.offsets[i + 1] = SG_ColOffs[i] + shift_behind;
+        row.offsets[i + 1] = record.offsets[i] + shift_behind;
     row.indicators[at] = 0;
     row.lengths[at] = static_cast<uint32_t>(InsertFilenameColLen);
     row.offsets[at] = front_end + shift + static_cast<uint32_t>(InsertFilenamePrefixLen);
@@ -126,18 +125,15 @@ PxStatus RowTooLong(uint64_t length)
 
 }  // namespace
 
-PxStatus PutRowWithFilename(uint32_t expected_length)
+PxStatus PutRowWithFilename(const RowView &record)
 {
-    const uint32_t length = pmBuffer.DataLength;
-    if (length != expected_length) [[unlikely]]
-        return FW_CheckPutRow(pmBuffer.Data, length, expected_length);  // refused by its own length
-    const uint64_t widened = uint64_t{length} + NameBytes() + IndicatorBytes() - NumIndBytes;
+    const uint64_t widened = uint64_t{record.length} + NameBytes() + IndicatorBytes() - NumIndBytes;
     if (widened > static_cast<uint64_t>(BufferSize)) [[unlikely]]
         return RowTooLong(widened);
 
-    const uint32_t front_end = EndOfFront();
-    CopyRow(front_end);
-    WidenArrays(front_end);
+    const uint32_t front_end = EndOfFront(record);
+    CopyRow(record, front_end);
+    WidenArrays(record, front_end);
     // Buffer mode, which packs by the columns' types, will need these widened too.
     const ColumnArrays own = ExchangeColumns(
         {SG_ColCount + 1, FilenameRow.indicators, FilenameRow.offsets, FilenameRow.lengths});
@@ -145,4 +141,12 @@ PxStatus PutRowWithFilename(uint32_t expected_length)
     const PxStatus status = FW_CheckPutRow(FilenameRow.bytes, row_length, row_length);
     ExchangeColumns(own);
     return status;
+}
+
+PxStatus CheckPutRowWithFilename(uint32_t expected_length)
+{
+    const uint32_t length = pmBuffer.DataLength;
+    if (length != expected_length) [[unlikely]]
+        return FW_CheckPutRow(pmBuffer.Data, length, expected_length);  // refused by its own length
+    return PutRowWithFilename({pmBuffer.Data, length, SG_ColOffs, SG_ColLens, SG_IndBytes});
 }

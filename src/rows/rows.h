@@ -41,7 +41,9 @@ inline PxStatus PutRow(const RowView &row)
 // Hands over one row, of the columns in SG_ColOffs, SG_ColLens, SG_IndBytes. 43, 29 or 48.
 PxStatus FW_CheckPutRow(const uint8_t *row, uint32_t length, uint32_t expected_length);
 
-// The same for the row in pmBuffer, with the current file's name in its column. 43, 29 or 48.
-PxStatus PutRowWithFilename(uint32_t expected_length);
+// The same with the current file's name in its column: for a row that is whole, 43 or 48, and for the one
+// in pmBuffer, 43, 29 or 48.
+PxStatus PutRowWithFilename(const RowView &record);
+PxStatus CheckPutRowWithFilename(uint32_t expected_length);
 
 #endif

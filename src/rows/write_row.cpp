@@ -172,16 +172,17 @@ static PxStatus CountRow(PxStatus status)
 static bool RowsMayGoStraight()
 {
     return RowsPerInstanceLimit == kNoLimit && (SkipRows == 0 || bSkipRowsDone != 0) &&
-           SG_VARtypesFlag != 0 && SG_IndicatorData == 0 && InsertFilenameColNum == 0 &&
-           DateColumnCount == 0 && FW_TraceLvl <= 3;
+           SG_VARtypesFlag != 0 && SG_IndicatorData == 0 && DateColumnCount == 0 &&
+           FW_TraceLvl <= 3;
 }
 
 static PxStatus PutReadyRow(const ReadyRow &ready)
 {
     const IndexWork &work = pmIndex.work;
     PassReadyRow();
-    return CountRow(PutRow({work.packed + ready.packed, ready.length, work.offsets + ready.first,
-                            work.lengths + ready.first, work.indicators + ready.first}));
+    const RowView row = {work.packed + ready.packed, ready.length, work.offsets + ready.first,
+                         work.lengths + ready.first, work.indicators + ready.first};
+    return CountRow(InsertFilenameColNum != 0 ? PutRowWithFilename(row) : PutRow(row));
 }
 
 // ---- Rows that are yet to be read and cut ------------------------------------------------------
@@ -197,7 +198,7 @@ static PxStatus PutReadyRow(const ReadyRow &ready)
     if (const PxStatus status = NextRow(&expected_length); status != PXSTC_Success)
         return status;
     return CountRow(InsertFilenameColNum != 0
-                        ? PutRowWithFilename(expected_length)
+                        ? CheckPutRowWithFilename(expected_length)
                         : FW_CheckPutRow(pmBuffer.Data, pmBuffer.DataLength, expected_length));
 }
 

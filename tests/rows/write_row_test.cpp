@@ -328,7 +328,7 @@ TEST_F(WriteRow, IndicatorsAndPrefixesMakeRoomForTheFileName)
     SG_IndicatorData = kYes;
     NumIndBytes = 1;
     SetRecord(record);
-    EXPECT_EQ(PutRowWithFilename(pmBuffer.DataLength), PXSTC_SamePhase);
+    EXPECT_EQ(CheckPutRowWithFilename(pmBuffer.DataLength), PXSTC_SamePhase);
     const std::string row = std::string("\x88\x80"
                                         "abc\x03\x00"
                                         "n.x\x03\x00"
