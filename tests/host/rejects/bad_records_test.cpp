@@ -87,8 +87,9 @@ TEST(BadRecords, NothingPassesInSilence)
         size_t listed;  // lines that stay
     };
     const Case cases[] = {
-        {"no room for the list", "bad", "limit 4000; bad 2 1 0 @3000 x; bad 3 1 0 @3000 x; counts 1 2 0 2 0",
-         12, "bad.jsonl can't be written", 2},
+        {"no room for the list", "bad",
+         "limit 4000; bad 2 1 0 @3000 x; bad 3 1 0 @3000 x; counts 1 2 0 2 0", 12,
+         "bad.jsonl can't be written", 2},
         {"no folder", "gone/bad", "rows 1", 12, "gone/bad.jsonl\" can't be made", 0},
         {"a folder in its place", "folder", "rows 1", 12, "folder.jsonl\" can't be replaced", 0},
         {"lengths that lie", "bad", "lie", 12, "failed in execute", 0},
