@@ -89,14 +89,14 @@ static int32_t Judge(const ScanState &s)
 
 // The record was cut when its block was searched: its columns are copied to where everybody looks for
 // them, its row stays where it is.
-static bool TakeReadyRow()
+static bool TakeIndexedRow()
 {
     if (pmIndex.served == 0 || FW_TraceLvl > 4)
         return false;
     const IndexWork &work = pmIndex.work;
-    const ReadyRow &row = work.rows[pmIndex.next - 1];
-    if (row.regular == 0)
+    if (work.regular[pmIndex.next - 1] == 0)
         return false;
+    const ReadyRow row = RowOf(work, pmIndex.next - 1);
     const auto columns = static_cast<uint32_t>(SG_ColCount);
     memcpy(SG_ColOffs, work.offsets + row.first, columns * sizeof *SG_ColOffs);
     memcpy(SG_ColLens, work.lengths + row.first, columns * sizeof *SG_ColLens);
@@ -118,7 +118,7 @@ int32_t ExtractDelimitedText()
         return NotInitialized;
     }
     pmBufferOrig = pmBuffer;
-    if (TakeReadyRow()) [[likely]]
+    if (TakeIndexedRow()) [[likely]]
         return RowComplete;
     if (pmBuffer.DataLength > RawCopySize && !GrowRawCopy(pmBuffer.DataLength)) [[unlikely]]
         return OutOfMemory;

@@ -3,6 +3,7 @@
 #ifndef FENWIRE_PM_HANDLES_H
 #define FENWIRE_PM_HANDLES_H
 
+#include "pm/index/index_state.h"
 #include "pm/pm_file.h"
 #include "pm/pm_memory.h"
 #include "pm/pm_trace.h"
@@ -22,6 +23,7 @@ inline pmFile *EnterFile(const char *function, pmToken token, int *code)
         *code = BadFileHandle(function, token);
         return nullptr;
     }
+    SettleReadyRows();
     pmTraceLvl = file->TraceLvl;
     if (pmTraceLvl > 4) [[unlikely]]
         trceprnt(function, " entry <<<<", "");

@@ -176,10 +176,10 @@ static bool RowsMayGoStraight()
            FW_TraceLvl <= 3;
 }
 
-static PxStatus PutReadyRow(const ReadyRow &ready)
+static PxStatus PutReadyRow()
 {
     const IndexWork &work = pmIndex.work;
-    PassReadyRow();
+    const ReadyRow ready = TakeReadyRow();
     const RowView row = {work.packed + ready.packed, ready.length, work.offsets + ready.first,
                          work.lengths + ready.first, work.indicators + ready.first};
     return CountRow(InsertFilenameColNum != 0 ? PutRowWithFilename(row) : PutRow(row));
@@ -204,9 +204,7 @@ static PxStatus PutReadyRow(const ReadyRow &ready)
 
 PxStatus FW_WriteRow(PxOperator *)
 {
-    if (bRowsGoStraight != 0) [[likely]] {
-        if (const ReadyRow *row = NextReadyRow(); row != nullptr) [[likely]]
-            return PutReadyRow(*row);
-    }
+    if (bRowsGoStraight != 0 && IsRowReady()) [[likely]]
+        return PutReadyRow();
     return WriteNextRecord();
 }

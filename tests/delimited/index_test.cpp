@@ -143,7 +143,8 @@ protected:
         };
         add(&work.records, 1);
         add(work.record_end, work.records);
-        add(work.rows, work.records);
+        add(work.record_fields, work.records);
+        add(work.regular, work.records);
         add(work.offsets, fields);
         add(work.lengths, fields);
         add(work.indicators, fields);
@@ -162,12 +163,12 @@ protected:
         EXPECT_EQ(Open("pieces", buffer_size), pmrcOk);
         pmfp = file;
         for (FileRecordCount = 0;; ++FileRecordCount) {
-            if (const ReadyRow *ready = NextReadyRow(); ready != nullptr && Below(4) != 0) {
+            if (IsRowReady() && Below(4) != 0) {
                 const IndexWork &work = pmIndex.work;
-                PassReadyRow();
-                for (uint32_t i = ready->first; i < ready->first + SG_ColCount; ++i) {
+                const ReadyRow ready = TakeReadyRow();
+                for (uint32_t i = ready.first; i < ready.first + SG_ColCount; ++i) {
                     const auto *value =
-                        reinterpret_cast<char *>(work.packed) + ready->packed + work.offsets[i];
+                        reinterpret_cast<char *>(work.packed) + ready.packed + work.offsets[i];
                     shown +=
                         work.indicators[i] ? " NULL" : " =" + std::string(value, work.lengths[i]);
                 }

@@ -111,27 +111,28 @@ void CutRows(IndexWork &work)
     const auto columns = static_cast<uint32_t>(work.marks->columns);
     uint32_t field = 0, begin = 0, odd = 0;
     for (uint32_t r = 0; r < work.records; ++r) {
-        ReadyRow &row = work.rows[r] = {field, begin, 0, 1};
+        const uint32_t first = field, row = begin;
+        bool regular = true;
         uint32_t last_length = 0;
         bool last_quoted = false;
         for (uint32_t i = 0; field < work.record_fields[r]; ++i, ++field) {
             const uint32_t end = work.field_end[field] & ~kQuotedField;
             last_quoted = (work.field_end[field] & kQuotedField) != 0;
             last_length = end - begin;
-            work.offsets[field] = begin - row.packed;
+            work.offsets[field] = begin - row;
             work.lengths[field] = last_length;
             work.indicators[field] = last_length == 0 && !last_quoted && work.marks->empty_is_null;
             if (i < columns && last_length > work.limits[i])
-                row.regular = 0;
+                regular = false;
             begin = end;
         }
-        row.length = begin - row.packed;
-        const uint32_t found = field - row.first;
+        const uint32_t found = field - first;
         const bool empty_rest = found == columns + 1 && last_length == 0 && !last_quoted;
         if (found != columns && !empty_rest)
-            row.regular = 0;
+            regular = false;
         for (; odd < work.odds && work.odd[odd] <= work.record_end[r]; ++odd)
-            row.regular = 0;
+            regular = false;
+        work.regular[r] = regular;
     }
 }
 

@@ -275,31 +275,41 @@ void MarkWindow(IndexWork &work)
     work.odds = odds;
 }
 
-// Offsets, lengths and indicators of a record's fields. A vector may write beyond them, into what the
-// next record overwrites. False: a field is too long for its column.
+// Lengths and indicators of as many fields as D has lanes, from one on; begin: where they begin. Returns
+// which of them are longer than limits.
 template <class D>
-HWY_INLINE bool CutRow(const IndexWork &work, uint32_t first, uint32_t count, uint32_t row)
+HWY_INLINE auto CutFields(const IndexWork &work, uint32_t first, const uint32_t *limits,
+                          hn::Vec<D> *begin)
 {
     const D d;
     const hn::Rebind<uint8_t, D> d8;
     const auto place = hn::Set(d, ~kQuotedField);
-    const auto start = hn::Set(d, row);
     const auto null = hn::Set(d, work.marks->empty_is_null ? 1 : 0);
+    const auto end = hn::LoadU(d, work.field_end + first);
+    *begin = hn::And(hn::LoadU(d, (work.field_end + first) - 1), place);
+    const auto length = hn::Sub(hn::And(end, place), *begin);
+    hn::StoreU(length, d, work.lengths + first);
+    // An empty field in quotes carries its flag, and so differs from where it begins.
+    const auto empty = hn::VecFromMask(d, hn::Eq(end, *begin));
+    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(hn::RebindToSigned<D>(), hn::And(empty, null))), d8,
+               work.indicators + first);
+    return hn::VecFromMask(d, hn::Gt(length, hn::LoadU(d, limits)));
+}
+
+// A record's fields. A vector may write beyond them, into what the next record overwrites. False: a field
+// is too long for its column.
+template <class D>
+HWY_INLINE bool CutRow(const IndexWork &work, uint32_t first, uint32_t count, uint32_t row)
+{
+    const D d;
+    const auto start = hn::Set(d, row);
+    const auto columns = static_cast<uint32_t>(work.marks->columns);
     auto too_long = hn::Zero(d);
-    const uint32_t *ends = work.field_end + first;
     for (uint32_t i = 0; i < count; i += static_cast<uint32_t>(hn::Lanes(d))) {
-        const auto end = hn::LoadU(d, ends + i);
-        const auto begin = hn::And(hn::LoadU(d, ends + i - 1), place);
-        const auto length = hn::Sub(hn::And(end, place), begin);
+        hn::Vec<D> begin;
+        const uint32_t *limits = work.limits + (i < columns ? i : columns);  // none behind the last
+        too_long = hn::Or(too_long, CutFields<D>(work, first + i, limits, &begin));
         hn::StoreU(hn::Sub(begin, start), d, work.offsets + first + i);
-        hn::StoreU(length, d, work.lengths + first + i);
-        // An empty field in quotes carries its flag, and so differs from where it begins.
-        const auto empty = hn::VecFromMask(d, hn::Eq(end, begin));
-        hn::StoreU(hn::DemoteTo(d8, hn::BitCast(hn::RebindToSigned<D>(), hn::And(empty, null))), d8,
-                   work.indicators + first + i);
-        if (i < static_cast<uint32_t>(work.marks->columns))
-            too_long =
-                hn::Or(too_long, hn::VecFromMask(d, hn::Gt(length, hn::LoadU(d, work.limits + i))));
     }
     return hn::AllTrue(d, hn::Eq(too_long, hn::Zero(d)));
 }
@@ -328,19 +338,66 @@ void CutRows(IndexWork &work)
                    (count == columns + 1 && end == (work.field_end[behind - 2] & kPlace));
         if (work.odds != 0) [[unlikely]]
             regular &= IsWithoutOdd(work, work.record_end[r], &odd);
-        // Two words at a time: put together from parts, they would go through a vector.
-        const uint32_t next = end & kPlace;
-        const uint64_t words[2] = {first | uint64_t{packed} << 32,
-                                   (next - packed) | uint64_t{regular} << 32};
-        memcpy(&work.rows[r], words, sizeof words);
+        work.regular[r] = regular;
         first = behind;
-        packed = next;
+        packed = end & kPlace;
     }
 }
 
-// Vectors no wider than a row needs them: what is written too much costs as well.
-void CutRowsByWidth(IndexWork &work)
+// Whether each record has as many fields as there are columns.
+bool IsUniform(const IndexWork &work)
 {
+    const hn::CappedTag<uint32_t, 16> d;
+    const auto lanes = static_cast<uint32_t>(hn::Lanes(d));
+    const auto columns = static_cast<uint32_t>(work.marks->columns);
+    const auto step = hn::Set(d, lanes * columns);
+    auto wanted = hn::Mul(hn::Iota(d, 1), hn::Set(d, columns)), differs = hn::Zero(d);
+    uint32_t r = 0;
+    for (; r + lanes <= work.records; r += lanes, wanted = hn::Add(wanted, step))
+        differs = hn::Or(differs, hn::Xor(hn::LoadU(d, work.record_fields + r), wanted));
+    bool uniform = work.odds == 0 && hn::AllTrue(d, hn::Eq(differs, hn::Zero(d)));
+    for (; r < work.records; ++r)
+        uniform &= work.record_fields[r] == (r + 1) * columns;
+    return uniform;
+}
+
+// Whole rows fit into a vector, and all records are alike: they are cut regardless of where one ends.
+// False: one of them isn't regular.
+bool CutUniformRows(IndexWork &work)
+{
+    using D = hn::CappedTag<uint32_t, 16>;
+    const D d;
+    constexpr uint32_t kLanes = static_cast<uint32_t>(hn::MaxLanes(D()));
+    const auto columns = static_cast<uint32_t>(work.marks->columns);
+    if (kLanes % columns != 0 || hn::Lanes(d) != kLanes || !IsUniform(work))
+        return false;
+    alignas(64) uint32_t limits[kLanes];
+    alignas(64) int32_t starts[kLanes];
+    for (uint32_t i = 0; i < kLanes; ++i) {
+        limits[i] = work.limits[i % columns];
+        starts[i] = static_cast<int32_t>(i - i % columns);
+    }
+    const auto rows = hn::SetTableIndices(d, starts);
+    // Fields of a record that is not whole are cut when it is: here they are none.
+    const uint32_t fields = work.records * columns;
+    if (fields != 0)
+        hn::StoreU(hn::Set(d, work.field_end[fields - 1] & ~kQuotedField), d,
+                   work.field_end + fields);
+    auto too_long = hn::Zero(d);
+    for (uint32_t first = 0; first < fields; first += kLanes) {
+        hn::Vec<D> begin;
+        too_long = hn::Or(too_long, CutFields<D>(work, first, limits, &begin));
+        hn::StoreU(hn::Sub(begin, hn::TableLookupLanes(begin, rows)), d, work.offsets + first);
+    }
+    memset(work.regular, 1, work.records);
+    return hn::AllTrue(d, hn::Eq(too_long, hn::Zero(d)));
+}
+
+// Vectors no wider than a row needs them: what is written too much costs as well.
+void CutAnyRows(IndexWork &work)
+{
+    if (CutUniformRows(work))
+        return;
     if (work.marks->columns <= 4)
         CutRows<hn::CappedTag<uint32_t, 4>>(work);
     else if (work.marks->columns <= 8)
@@ -359,7 +416,7 @@ void Build(IndexWork &work)
          {MarkWindow<true, true, false>, MarkWindow<true, true, true>}}};
     kMarkers[work.marks->quotes][work.marks->escape || work.marks->high_is_odd][work.eor_of_two](
         work);
-    CutRowsByWidth(work);
+    CutAnyRows(work);
 }
 
 }  // namespace HWY_NAMESPACE

@@ -21,11 +21,12 @@ constexpr uint32_t kPause = 16;  // records, after one longer than a window
 struct Arrays {
     uint32_t before_first[16];  // field_end[-1] is the last of these, always 0
     uint32_t field_end[kFields + kSlack];
-    uint32_t record_end[kFields + kSlack], record_fields[kFields + kSlack];
+    uint32_t record_end[kFields + kSlack];
+    uint32_t before_first_record[16];
+    uint32_t record_fields[kFields + kSlack];
     uint32_t offsets[kFields + kSlack], lengths[kFields + kSlack];
     uint32_t odd[kWindowLimit + kSlack];
-    ReadyRow rows[kFields];
-    uint8_t indicators[kFields + kSlack];
+    uint8_t indicators[kFields + kSlack], regular[kFields + kSlack];
     uint8_t packed[kWindowLimit + 2 * kWordBytes];
 };
 
@@ -63,13 +64,13 @@ void BuildWindow(pmFile *file)
     // A record beyond the file's own limit is an error that only the reader reports.
     if (file->BufferSize < kWindowLimit) {
         for (uint32_t r = 0, begin = 0; r < work.records; ++r) {
-            work.rows[r].regular &= work.record_end[r] - begin <= file->BufferSize;
+            work.regular[r] &= work.record_end[r] - begin <= file->BufferSize;
             begin = work.record_end[r] + file->EORLength;
         }
     }
     pmIndex.file = work.records != 0 ? file : nullptr;
     pmIndex.base = pmIndex.position = file->BufferPosition;
-    pmIndex.next = 0;
+    pmIndex.next = pmIndex.settled = 0;
     if (work.records == 0 && work.length == kWindowLimit)
         pmIndex.pause = kPause;
 }
@@ -90,6 +91,7 @@ bool SetIndexMarks(const IndexMarks &marks)
         return false;
     }
     memset(arrays->before_first, 0, sizeof arrays->before_first);
+    memset(arrays->before_first_record, 0, sizeof arrays->before_first_record);
     for (size_t i = 0; i < columns + kSlack; ++i)
         limits[i] = i < columns && marks.maximums[i] != 0 ? marks.maximums[i] : ~0U;
     pmIndexMarks = marks;
@@ -109,7 +111,7 @@ bool SetIndexMarks(const IndexMarks &marks)
     work.offsets = arrays->offsets;
     work.lengths = arrays->lengths;
     work.indicators = arrays->indicators;
-    work.rows = arrays->rows;
+    work.regular = arrays->regular;
     return true;
 }
 
@@ -140,6 +142,7 @@ bool FindIndexed(pmFile *file, uint32_t *length)
     const uint32_t end = pmIndex.base + pmIndex.work.record_end[pmIndex.next++];
     *length = end - file->BufferPosition;
     pmIndex.position = end + file->EORLength;
+    pmIndex.settled = pmIndex.next;
     pmIndex.served = 1;
     return true;
 }

@@ -43,21 +43,13 @@ struct IndexMarks {
     const uint32_t *maximums;  // bytes of each column, 0 for none
 };
 
-// A record of the window.
-struct ReadyRow {
-    uint32_t first;    // its first field, in offsets, lengths and indicators
-    uint32_t packed;   // where its row begins
-    uint32_t length;   // of the row, in bytes
-    uint32_t regular;  // 1: the row is what the scanner would make of the record; 0: odd
-};
-
 inline constexpr uint32_t kWordBytes = 64;  // what a kernel looks at in one step
 inline constexpr uint32_t kWindowLimit = 32 << 10;
 inline constexpr uint32_t kFieldLimit = 4 << 10;  // of a window; a word may go beyond it
 inline constexpr uint32_t kQuotedField = 1U << 31;
 
-// What a kernel is given and what it leaves. Every array has a vector of slack behind its last entry,
-// field_end one before its first, which is 0.
+// What a kernel is given and what it leaves. Every array has a vector of slack behind its last entry;
+// record_fields and field_end have one before their first, which is 0.
 struct IndexWork {
     const uint8_t *data;  // readable for a word behind length
     uint32_t length;
@@ -73,10 +65,24 @@ struct IndexWork {
     uint8_t *packed;
     uint32_t *offsets, *lengths;
     uint8_t *indicators;
-    ReadyRow *rows;
+    uint8_t *regular;  // of each record: its row is what the scanner would make of it; 0: odd
 
     uint32_t records, fields, odds;
 };
+
+// A record's row.
+struct ReadyRow {
+    uint32_t first;   // its first field, in offsets, lengths and indicators
+    uint32_t packed;  // where it begins
+    uint32_t length;  // bytes
+};
+
+inline ReadyRow RowOf(const IndexWork &work, uint32_t record)
+{
+    const uint32_t first = (work.record_fields + record)[-1], behind = work.record_fields[record];
+    const uint32_t packed = (work.field_end + first)[-1] & ~kQuotedField;
+    return {first, packed, ((work.field_end + behind)[-1] & ~kQuotedField) - packed};
+}
 
 // Both fill IndexWork up to the records' rows: all vectors of the machine, or byte by byte.
 void BuildIndexByVectors(IndexWork &work);
@@ -86,8 +92,9 @@ void BuildIndexByBytes(IndexWork &work);
 struct RecordIndex {
     pmFile *file = nullptr;  // null: no window
     uint32_t base = 0;       // of the window in the file's buffer
-    uint32_t position = 0;   // in the buffer, of the record behind the one served last
+    uint32_t position = 0;   // in the buffer, of the record behind the settled ones
     uint32_t next = 0;       // record to be served
+    uint32_t settled = 0;    // next, as the file's position and count know it
     uint32_t served = 0;     // 1: the record that pmRead served last is next - 1
     uint32_t pause = 0;      // records before the next attempt, after one that was in vain
     IndexWork work = {};
