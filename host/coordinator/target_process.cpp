@@ -18,7 +18,8 @@ class TargetProcess {
 public:
     TargetProcess(const TargetSetup &setup, Channel &channel)
         : board_(setup.board), channel_(channel), readers_(setup.rings.begin(), setup.rings.end()),
-          columns_(static_cast<uint32_t>(setup.job.columns.size())), target_(MakeTarget(setup.job))
+          columns_(static_cast<uint32_t>(setup.job.columns.size())), target_(MakeTarget(setup.job)),
+          only_counts_(TargetOnlyCounts(setup.job))
     {
     }
 
@@ -79,10 +80,7 @@ private:
         if (kind == MessageKind::Drain) {
             while (TakeRows()) {
             }
-            uint64_t rows = 0;
-            for (const RingReader &reader : readers_)
-                rows += reader.rows();
-            return channel_.Send(OutMessage(MessageKind::Drained).Put(rows));
+            return channel_.Send(OutMessage(MessageKind::Drained).Put(RowsThere()));
         }
         if (kind == MessageKind::Commit) {
             const TargetReport report = target_->Commit();
@@ -102,11 +100,27 @@ private:
         return channel_.Send(OutMessage(MessageKind::Aborted));
     }
 
+    uint64_t RowsThere()
+    {
+        uint64_t rows = 0;
+        for (size_t i = 0; i < readers_.size(); ++i) {
+            rows += readers_[i].rows();
+            if (!only_counts_ || !open_)
+                continue;
+            const InstanceBoard &instance = board_.Of(static_cast<int>(i) + 1);
+            const uint64_t counted = instance.rows.load(std::memory_order_acquire);
+            target_->Count(counted, instance.counted_bytes.load(std::memory_order_acquire));
+            rows += counted;
+        }
+        return rows;
+    }
+
     Board &board_;
     Channel &channel_;
     std::vector<RingReader> readers_;
     const uint32_t columns_;
     std::unique_ptr<Target> target_;
+    const bool only_counts_;
     bool open_ = false;
 };
 

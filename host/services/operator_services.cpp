@@ -8,6 +8,8 @@
 
 #include <unistd.h>
 
+#include "host/targets/target.h"
+
 namespace fenwire {
 
 namespace {
@@ -70,6 +72,7 @@ OperatorServices::OperatorServices(const Job &job, int instance, Link &link, Rin
 {
     operator_.owner = stream_.owner = this;
     stream_.rows = &rows;
+    stream_.counts_only = TargetOnlyCounts(job);
     FillOperator();
     FillLogs();
     FillSchema();

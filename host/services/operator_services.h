@@ -53,6 +53,7 @@ private:
         OperatorServices *owner = nullptr;
         RingWriter *rows = nullptr;
         uint32_t columns = 0;
+        bool counts_only = false;
     };
 
     static OperatorServices &Of(PxOperator *op)
@@ -71,6 +72,9 @@ private:
     static PxStatus PutRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
                            const uint32_t *offsets, const uint32_t *lengths, const void *row,
                            uint32_t row_length);
+    static PxStatus CountRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
+                             const uint32_t *offsets, const uint32_t *lengths, const void *row,
+                             uint32_t row_length);
 
     using Clock = std::chrono::steady_clock;
     const Job &job_;

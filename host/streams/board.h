@@ -1,7 +1,8 @@
 // host/streams/board.h - the words that all processes of a job see at any time.
 //
 // The coordinator makes the board before it forks. Counters are written by one process each and read by
-// the coordinator for the progress display; they are never used to decide what a row count is.
+// the coordinator for the progress display. Those of rows are the count itself only for a target that has
+// the rows counted where they are read: an instance writes them before it answers that it is done.
 
 #ifndef FENWIRE_HOST_STREAMS_BOARD_H
 #define FENWIRE_HOST_STREAMS_BOARD_H
@@ -15,8 +16,9 @@ namespace fenwire {
 enum class InstanceState : uint32_t { Starting, Loading, Waiting, Finished, Failed };
 
 struct alignas(64) InstanceBoard {
-    std::atomic<uint64_t> rows;        // handed over, published in steps
-    std::atomic<InstanceState> state;  // for people
+    std::atomic<uint64_t> rows;           // handed over, published in steps
+    std::atomic<uint64_t> counted_bytes;  // of rows that were only counted
+    std::atomic<InstanceState> state;     // for people
 };
 
 struct alignas(64) Board {

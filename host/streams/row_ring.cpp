@@ -50,8 +50,15 @@ void RingWriter::Advance()
     RingDoorbell(board_);
 }
 
+void RingWriter::TellCounts()
+{
+    mine_.rows.store(rows_, std::memory_order_relaxed);
+    mine_.counted_bytes.store(counted_bytes_, std::memory_order_relaxed);
+}
+
 void RingWriter::Publish()
 {
+    TellCounts();
     if (position_ == rung_)
         return;
     Advance();

@@ -63,18 +63,29 @@ public:
             Advance();
     }
 
+    // A row that is not carried, because the target only counts.
+    void Count(uint64_t bytes)
+    {
+        counted_bytes_ += bytes;
+        if ((++rows_ & (kTellRows - 1)) == 0) [[unlikely]]
+            TellCounts();
+    }
+
     void Publish();  // everything appended becomes visible, and the target sees to it
     uint64_t rows() const { return rows_; }
 
 private:
     static constexpr uint64_t kPublishBytes = 64 << 10;
     static constexpr uint64_t kWakeBytes = 512 << 10;
+    static constexpr uint64_t kTellRows = 1 << 16;
     void Advance();
+    void TellCounts();
     void WaitForRoom(size_t bytes);
     RowRing &ring_;
     Board &board_;
     InstanceBoard &mine_;
     uint64_t position_ = 0, published_ = 0, rung_ = 0, taken_ = 0, rows_ = 0;
+    uint64_t counted_bytes_ = 0;
 };
 
 class RingReader {

@@ -46,6 +46,9 @@ public:
     // Rows of one instance, from 1, in their order. They are gone after the call.
     virtual void Put(int instance, const RowBatch &rows) = 0;
 
+    // Rows that were counted where they were read, for a target that does not take them.
+    virtual void Count(uint64_t, uint64_t) { throw TargetError("this target takes rows"); }
+
     // Makes everything that was put last. Called once, at the end of a good job.
     virtual TargetReport Commit() = 0;
 
@@ -73,11 +76,14 @@ struct TargetKind {
     // Changes the settings so that rows are added to those of an earlier run of the job. Words: why that
     // can't be. Null: it adds by itself.
     std::string (*prepare_to_add)(Job &job);
+    // Whether rows are only to be counted, where they are read. Null: they are carried to the target.
+    bool (*only_counts)(const Job &job);
 };
 
 std::span<const TargetKind> TargetKinds();
 const TargetKind *FindTargetKind(const std::string &name);  // null: there is none
 std::unique_ptr<Target> MakeTarget(const Job &job);
+bool TargetOnlyCounts(const Job &job);
 
 }  // namespace fenwire
 

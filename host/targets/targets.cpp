@@ -14,6 +14,8 @@ namespace {
 
 const char *AfterFailedNull(const Job &) { return "nothing was kept"; }
 
+bool NullOnlyCounts(const Job &job) { return !SettingOr<bool>(job, "checksum", false); }
+
 const char *AfterFailedPrint(const Job &job)
 {
     return FindSetting(job, "file") != nullptr
@@ -54,13 +56,16 @@ constexpr TargetKey kSqliteKeys[] = {
     {"create",    "yes/no", false, "makes the table when it is not there; true without it"},
     {"replace",   "yes/no", false, "empties the table first, as part of the job; false without it"},
 };
+constexpr TargetKey kNullKeys[] = {
+    {"checksum",  "yes/no", false, "sums the rows up, which takes them to the target's process; false without it"},
+};
 constexpr TargetKind kTargets[] = {
-    {"null", "counts rows and sums them up; keeps nothing",
-     {}, MakeNullTarget, nullptr, AfterFailedNull, nullptr},
+    {"null", "counts rows where they are read, or sums them up; keeps nothing",
+     kNullKeys, MakeNullTarget, nullptr, AfterFailedNull, nullptr, NullOnlyCounts},
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
-     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint},
+     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr},
     {"sqlite", "a table of an SQLite database: all rows of the job, or none",
-     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite},
+     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr},
 };
 // clang-format on
 
@@ -83,6 +88,12 @@ std::unique_ptr<Target> MakeTarget(const Job &job)
     if (kind == nullptr)
         throw TargetError(fmt::format("there is no target {}", Quoted(job.target_type)));
     return kind->make(job);
+}
+
+bool TargetOnlyCounts(const Job &job)
+{
+    const TargetKind *kind = FindTargetKind(job.target_type);
+    return kind != nullptr && kind->only_counts != nullptr && kind->only_counts(job);
 }
 
 }  // namespace fenwire
