@@ -3,7 +3,7 @@
 #ifndef FENWIRE_PM_HANDLES_H
 #define FENWIRE_PM_HANDLES_H
 
-#include "pm/index/index_state.h"
+#include "pm/index/ready_rows.h"
 #include "pm/pm_file.h"
 #include "pm/pm_memory.h"
 #include "pm/pm_trace.h"

@@ -14,7 +14,7 @@
 #include "delimited/delimited_state.h"
 #include "delimited/verdict.h"
 #include "operator/messages.h"
-#include "pm/index/index_state.h"
+#include "pm/index/ready_rows.h"
 #include "pm/pm_state.h"
 #include "rows/date_columns.h"
 #include "rows/rows.h"

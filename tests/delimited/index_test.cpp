@@ -8,7 +8,7 @@
 #include <random>
 
 #include "pm/disk/os_calls.h"
-#include "pm/index/index_state.h"
+#include "pm/index/ready_rows.h"
 #include "pm/pm_layer_state.h"
 #include "tests/delimited/extraction.h"
 #include "tests/pm/pm_fixture.h"
