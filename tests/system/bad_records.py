@@ -145,6 +145,12 @@ table = "t"
             f"too many, {list((collections.Counter(rows) - got).items())[:3]} missing"
         found = split((folder / "bad.txt").read_bytes(), kept)
         assert collections.Counter(found) == collections.Counter(kept), "kept records differ"
+        listed = [json.loads(line) for line in (folder / "bad.txt.jsonl").read_text().splitlines()]
+        assert len(listed) == len(kept), f"{len(listed)} records are listed, {len(kept)} kept"
+        for told in listed:
+            raw = files[int(told["file"].split(".")[0])][told["record"] - 1][0]
+            data_file = (folder / "in" / told["file"]).read_bytes()
+            assert data_file[told["offset"]:].startswith(raw) and told["raw"].encode() == raw, f"{told} is {raw}"
         report = json.loads(run.stdout)
         if status != 12:
             read = sum(len(records) for records in files)
