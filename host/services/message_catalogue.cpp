@@ -535,6 +535,9 @@ constexpr CatalogueRow kCatalogue[] = {
                          "check that charset in [job] is that of the file: UTF16 for text with a zero in every second byte"},
     {19996, "t",         "\"%1\" takes the bad records of this job and can't be its input too",
                          "give RecordErrorFileName a name that FileName does not match"},
+    {19997, "tnntt",     "record %2 of file \"%1\" was loaded in part: column %3, \"%4\", %5",
+                         "mend the record, or check charset in [job], and load it again; with TruncateColumnData = \"No\" a value of "
+                         "over 65,536 bytes is refused instead, and without a record error file a bad character ends the job"},
 };
 // clang-format on
 

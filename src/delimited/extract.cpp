@@ -132,6 +132,7 @@ int32_t ExtractDelimitedText()
     ScannerForRecord(s)(s);
     Settle(s, s.end);
     bUnclosedQuote = s.unclosed;
+    bScanStopped = s.verdict != RowComplete;
     pmBuffer.DataLength = static_cast<uint32_t>(s.end - s.begin) - s.gap;
     // The column that a bad character stands in is counted, but not stored.
     if (const int32_t stored = s.column - (s.verdict == BadCharacter); stored < SG_ColCount)

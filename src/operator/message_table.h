@@ -277,6 +277,7 @@ inline constexpr MessageRow kMessages[] = {
     {19994, 3, Warning,     "ntt"},
     {19995, 3, Warning,     "tnt"},
     {19996, 3, Error,       "t"},
+    {19997, 3, Warning,     "tnntt"},
 };
 // clang-format on
 

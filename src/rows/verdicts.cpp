@@ -93,6 +93,21 @@ void WarnOfUnclosedQuote()
     RaiseExitCode(4);
 }
 
+// The setting that tolerates the record speaks of a fault in one column; here the columns behind it are
+// lost as well, and no setting asks for that.
+static void WarnOfLostColumns(Verdict verdict)
+{
+    const int64_t record = static_cast<int64_t>(FileRecordCount) + 1;
+    const int32_t column = ColumnAtFault(verdict);
+    const char *fault = verdict == FieldOverflow
+                            ? "has over 65536 bytes and was not cut, the columns behind it are NULL"
+                            : "has an invalid character, it and the columns behind it are NULL";
+    FW_WARN(1, "record %lld of '%s' goes on with the columns before the fault in column %d",
+            static_cast<long long>(record), CurrentFullPath, column);
+    FW_Message<19997>(CurrentFullPath, record, column, ColumnName(column), fault);
+    RaiseExitCode(4);
+}
+
 PxStatus SettleVerdict(int32_t number)
 {
     const auto verdict = static_cast<Verdict>(number);
@@ -111,6 +126,8 @@ PxStatus SettleVerdict(int32_t number)
     if (!tolerated)
         return FatalRow(verdict);
     FW_TRACE(1, "%s", outcome.goes_on);
+    if (bScanStopped != 0)
+        WarnOfLostColumns(verdict);
     return PXSTC_Success;
 }
 

@@ -6,7 +6,7 @@ A .job file is a run of sections, each with a head line:
     == about                     what must hold; free text
     == job.toml                  the job file
     == in/a.csv [crlf] [noeol] [utf16le] [hex] [repeat=N] [wide=N]
-                                 an input file; \\xNN, \\t and \\\\ stand for bytes; repeat=N: its last line so
+                                 an input file; \\xNN, \\t and \\\\ stand for bytes, \\N*c for N times c; repeat=N: its last line so
                                  many times; wide=N: the text of its last line so many times
     == fifo in/pipe              a named pipe that nobody writes to
     == folder in/sub             an empty folder
@@ -67,6 +67,7 @@ def content(body, options):
         if option.startswith("wide="):
             body = body[:-1] + [body[-1] * int(option.split("=")[1])]
     text = end.join(body) + ("" if "noeol" in options or not body else end)
+    text = re.sub(r"\\(\d+)\*(.)", lambda m: int(m.group(1)) * m.group(2), text)
     data = re.sub(
         rb"\\(x[0-9A-Fa-f]{2}|t|\\)",
         lambda m: {b"t": b"\t", b"\\": b"\\"}.get(m.group(1)) or bytes([int(m.group(1)[1:], 16)]),
