@@ -6,8 +6,7 @@
 
 #include "delimited/parsing_cases.h"
 #include "operator/operator_state.h"
-#include "tests/delimited/extraction.h"
-#include "tests/delimited/literal_scan.h"
+#include "tests/delimited/outcome.h"
 
 namespace {
 
@@ -167,82 +166,6 @@ std::string RandomRecord(const CharacterSet &set)
     return record;
 }
 
-std::string Shown(const std::string &bytes)
-{
-    std::string text;
-    for (const char c : bytes) {
-        char hex[8];
-        snprintf(hex, sizeof hex, c >= 0x20 && c < 0x7F ? "%c" : "\\x%02X", c & 0xFF);
-        text += hex;
-    }
-    return "\"" + text + "\"";
-}
-
-std::string Shown(const SpecialCharValue &mark)
-{
-    return Shown(std::string(reinterpret_cast<const char *>(mark.value), mark.length));
-}
-
-std::string Situation(const CharacterSet &set, const std::string &record)
-{
-    std::string text = std::string(set.name) + ", case " + std::to_string(UDDI_ParsingCase) +
-                       ", record " + Shown(record) + ", delimiter " + Shown(TextDelimiter) +
-                       ", escape " + Shown(EscapeTextCharacter) + ", quotes " +
-                       Shown(OpenQuoteMark) + Shown(CloseQuoteMark) + " escape " +
-                       Shown(EscapeQuoteCharacter) + ", mode " + std::to_string(bQuotedData) +
-                       ", trim " + Shown(TrimLeadingChar) + Shown(TrimTrailingChar) + " " +
-                       std::to_string(TrimLeadingNchars) + std::to_string(TrimTrailingNchars) +
-                       ", truncate " + std::to_string(TruncateColumnsOpt) + ", maximums";
-    for (int32_t i = 0; i < SG_ColCount; ++i)
-        text += " " + std::to_string(SG_ColLensBase[i]);
-    return text;
-}
-
-std::string Outcome(int verdict, int count, const std::string &row)
-{
-    return "verdict " + std::to_string(verdict) + ", " + std::to_string(count) + " columns" + row;
-}
-
-std::string OfLiteral(const LiteralScan &scan)
-{
-    std::string row;
-    for (size_t i = 0; i < static_cast<size_t>(SG_ColCount); ++i) {
-        if (i >= scan.columns.size()) {
-            row += " NULL";
-            continue;
-        }
-        const LiteralScan::Column &c = scan.columns[i];
-        // The offset of an empty column may lie behind the record.
-        row += c.null         ? " NULL"
-               : c.length > 0 ? " " + Shown(scan.record.substr(c.offset, c.length))
-                              : " \"\"";
-        row += "(" + std::to_string(c.received) + ")";
-    }
-    if (scan.stopped)
-        row += " in " + Shown(scan.record);
-    return Outcome(scan.verdict, scan.count, row);
-}
-
-std::string OfScanner(const std::string &record, bool stopped)
-{
-    SetRecord(record);
-    const int32_t verdict = ExtractDelimitedText();
-    std::string row;
-    for (int32_t i = 0; i < SG_ColCount; ++i) {
-        row += SG_IndBytes[i] ? " NULL" : " " + Shown(Value(i));
-        const int32_t stored = ActualColumnCount - (verdict == 5);
-        if (i < stored)
-            row += "(" + std::to_string(SG_ColLensOrig[i]) + ")";
-    }
-    if (stopped)
-        row += " in " +
-               Shown(std::string(reinterpret_cast<char *>(pmBuffer.Data), pmBuffer.DataLength));
-    const auto *raw = reinterpret_cast<const char *>(pmBufferOrig.Data);
-    if (std::string_view(raw, pmBufferOrig.DataLength) != record)
-        row += " and the raw record is lost";
-    return Outcome(verdict, ActualColumnCount, row);
-}
-
 }  // namespace
 
 TEST(Delimited, EveryScannerFindsWhatTheLiteralScanFinds)
@@ -267,12 +190,12 @@ TEST(Delimited, EveryScannerFindsWhatTheLiteralScanFinds)
             const bool characters = policy.walk == Walk::Characters;
             const LiteralScan literal(record, characters, policy.walk == Walk::Columns);
             ASSERT_EQ(OfScanner(record, literal.stopped), OfLiteral(literal))
-                << Situation(set, record);
+                << Situation(set.name, record);
             if (!characters || FastScannerFor == FastRoad::Never)
                 continue;
             const FastRoad road = std::exchange(FastScannerFor, FastRoad::Never);
             ASSERT_EQ(OfScanner(record, literal.stopped), OfLiteral(literal))
-                << "exact road, " << Situation(set, record);
+                << "exact road, " << Situation(set.name, record);
             FastScannerFor = road;
         }
     }

@@ -69,8 +69,8 @@ inline int32_t CaseOfSettings()
 // Puts a record where the reader would, with its zero and slack behind it.
 inline void SetRecord(const std::string &record)
 {
-    static std::vector<uint8_t> buffer;
-    buffer.assign(record.size() + 64, 0xA5);
+    static std::vector<uint8_t> buffer;  // not a byte longer, so that a sanitizer sees its end
+    buffer = std::vector<uint8_t>(record.size() + 64, 0xA5);
     memcpy(buffer.data(), record.data(), record.size());
     buffer[record.size()] = 0;
     pmBuffer.Data = buffer.data();
@@ -82,6 +82,18 @@ inline std::string Value(int32_t column)
 {
     return std::string(reinterpret_cast<const char *>(pmBuffer.Data) + SG_ColOffs[column],
                        SG_ColLens[column]);
+}
+
+inline bool ColumnsLieInTheRow()
+{
+    const auto lies_in = [](int32_t i) {
+        return uint64_t{SG_ColOffs[i]} + SG_ColLens[i] <= pmBuffer.DataLength;
+    };
+    for (int32_t i = 0; i < SG_ColCount; ++i) {
+        if (!lies_in(i))
+            return false;
+    }
+    return true;
 }
 
 // "a,NULL,c ->2": all columns of the schema and the verdict.

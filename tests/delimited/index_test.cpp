@@ -4,14 +4,10 @@
 // is a test, so that they run side by side.
 
 #include <algorithm>
-#include <hwy/targets.h>
 #include <random>
 
-#include "pm/disk/os_calls.h"
-#include "pm/index/ready_rows.h"
-#include "pm/pm_layer_state.h"
-#include "tests/delimited/extraction.h"
-#include "tests/pm/pm_fixture.h"
+#include "tests/delimited/loading.h"
+#include "tests/support/vector_kernels.h"
 
 namespace {
 
@@ -50,35 +46,9 @@ int32_t ShiftLength(const uint8_t *p, uint32_t *bytes)
     return badmbcs == 0;
 }
 
-// A file that hands out its bytes in pieces of random length, so that refills come everywhere.
-struct PiecewiseFile {
-    std::string bytes;
-    size_t at = 0, longest_piece = 0;
-    std::mt19937 random;
-} source;
-
-void ServePieces()
-{
-    os.open = [](const char *, int) { return 1000; };
-    os.close = [](int) { return 0; };
-    os.stat = [](const char *, struct stat *) { return 0; };
-    os.fstat = [](int, struct stat *info) {
-        info->st_mode = S_IFREG;
-        info->st_size = 1;
-        return 0;
-    };
-    os.read = [](int, void *to, size_t most) -> ssize_t {
-        const size_t wanted = 1 + source.random() % source.longest_piece;
-        const size_t count = std::min({most, wanted, source.bytes.size() - source.at});
-        memcpy(to, source.bytes.data() + source.at, count);
-        source.at += count;
-        return static_cast<ssize_t>(count);
-    };
-}
-
 }  // namespace
 
-class Index : public Pm, public testing::WithParamInterface<uint32_t> {
+class Index : public Loading, public testing::WithParamInterface<uint32_t> {
 protected:
     std::mt19937 random{20261121 + GetParam()};
 
@@ -151,67 +121,7 @@ protected:
         add(work.packed, packed);
         return shown;
     }
-
-    // All rows as they would be delivered, bad ones with their verdict and raw record.
-    std::string Load(bool literal, uint32_t buffer_size, unsigned seed)
-    {
-        std::string shown;
-        source.at = 0;
-        source.random.seed(seed);
-        fake.public_log.clear();
-        bLiteralReader = literal;
-        EXPECT_EQ(Open("pieces", buffer_size), pmrcOk);
-        pmfp = file;
-        for (FileRecordCount = 0;; ++FileRecordCount) {
-            if (IsRowReady() && Below(4) != 0) {
-                const IndexWork &work = pmIndex.work;
-                const ReadyRow ready = TakeReadyRow();
-                for (uint32_t i = ready.first; i < ready.first + SG_ColCount; ++i) {
-                    const auto *value =
-                        reinterpret_cast<char *>(work.packed) + ready.packed + work.offsets[i];
-                    shown +=
-                        work.indicators[i] ? " NULL" : " =" + std::string(value, work.lengths[i]);
-                }
-                ++straight;
-            } else {
-                const int code = pmRead(file, &pmBuffer);
-                if (code != pmrcOk) {
-                    pmClose(file);
-                    return shown + " ->" + std::to_string(code) + fake.public_log;
-                }
-                const std::string record(reinterpret_cast<char *>(pmBuffer.Data),
-                                         pmBuffer.DataLength);
-                const int32_t verdict = ExtractDelimitedText();
-                for (int32_t i = 0; i < SG_ColCount; ++i)
-                    shown += SG_IndBytes[i] ? " NULL" : " =" + Value(i);
-                if (verdict != 0)
-                    shown += " (" + std::to_string(verdict) + ") " + record;
-            }
-            shown += '\n';
-        }
-    }
-
-    uint64_t straight = 0;
 };
-
-// Bits of the vector kinds that this machine has, one at a time.
-std::vector<int64_t> Kernels()
-{
-    std::vector<int64_t> kernels;
-    for (int64_t left = hwy::SupportedTargets(); left != 0; left &= left - 1) {
-        if (const int64_t kernel = left & -left;
-            (kernel & (HWY_AVX3_DL | HWY_AVX2 | HWY_SSE4)) != 0)
-            kernels.push_back(kernel);
-    }
-    kernels.push_back(HWY_STATIC_TARGET);
-    return kernels;
-}
-
-void UseKernel(int64_t kernel)
-{
-    hwy::SetSupportedTargetsForTest(kernel);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-}
 
 TEST_P(Index, EveryKernelFindsWhatTheByteWalkFinds)
 {

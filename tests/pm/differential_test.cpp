@@ -1,37 +1,11 @@
 // tests/pm/differential_test.cpp - the fast reader finds what the literal one finds, on random data.
 
-#include <algorithm>
 #include <random>
 
+#include "tests/pm/piecewise_file.h"
 #include "tests/pm/pm_fixture.h"
 
 namespace {
-
-// A file that hands out its bytes in pieces of random length, so that refills come everywhere.
-struct PiecewiseFile {
-    std::string bytes;
-    size_t at = 0, longest_piece = 0;
-    std::mt19937 random;
-} source;
-
-void ServePieces()
-{
-    os.open = [](const char *, int) { return 1000; };
-    os.close = [](int) { return 0; };
-    os.stat = [](const char *, struct stat *) { return 0; };
-    os.fstat = [](int, struct stat *info) {
-        info->st_mode = S_IFREG;
-        info->st_size = 1;
-        return 0;
-    };
-    os.read = [](int, void *to, size_t most) -> ssize_t {
-        const size_t wanted = 1 + source.random() % source.longest_piece;
-        const size_t count = std::min({most, wanted, source.bytes.size() - source.at});
-        memcpy(to, source.bytes.data() + source.at, count);
-        source.at += count;
-        return static_cast<ssize_t>(count);
-    };
-}
 
 struct Job {
     const char *about, *alphabet;
@@ -59,8 +33,7 @@ protected:
     std::string Read(uint32_t literal, uint32_t buffer_size, unsigned seed)
     {
         bLiteralReader = literal;
-        source.at = 0;
-        source.random.seed(seed);
+        source.Rewind(seed);
         fake.public_log.clear();
         EXPECT_EQ(Open("pieces", buffer_size), pmrcOk);
         const std::string shown = ReadAll();
