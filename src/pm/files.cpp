@@ -80,6 +80,10 @@ void Release(pmFile *file)
     const pmToken token = file->MMToken;
     if (file->BufferToken != 0)
         pmFreeMem(file->BufferToken);
+    if (pmIndex.file == file) {
+        pmIndex.file = nullptr;
+        pmIndex.next = pmIndex.settled = 0;
+    }
     file->MMToken = 0;
     pmFreeMem(token);
 }
@@ -182,8 +186,6 @@ int pmClose(pmToken handle)
     pmFile *file = EnterFile(__func__, handle, &code);
     if (file == nullptr)
         return code;
-    if (pmIndex.file == file)
-        pmIndex.file = nullptr;
     PM_TRACE(1, "Closing file=%s", file->FName);
     PM_TRACE(1, "closed via default paramod");
     PM_TRACE(1, "Record count=%u", file->RecCount);
