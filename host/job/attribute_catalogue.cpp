@@ -72,7 +72,7 @@ constexpr AttributeInfo kCatalogue[] = {
     {.name = "CloseQuoteMarkHEX",          .kind = HexMark,          .group = AttributeGroup::Marks,       .partner = "CloseQuoteMark",
      .about = "CloseQuoteMark in hexadecimal digits, in the character set of the data."},
     {.name = "EscapeQuoteDelimiter",       .kind = Mark,             .group = AttributeGroup::Marks,       .absent = "none", .partner = "EscapeQuoteDelimiterHEX",
-     .about = "Stands before a close quote mark that is part of a column. A doubled close quote mark always counts as one that is."},
+     .about = "Stands before a close quote mark that is part of a column. A doubled close quote mark always counts as one that is; so never give the quote mark itself."},
     {.name = "EscapeQuoteDelimiterHEX",    .kind = HexMark,          .group = AttributeGroup::Marks,       .partner = "EscapeQuoteDelimiter",
      .about = "EscapeQuoteDelimiter in hexadecimal digits, in the character set of the data."},
     {.name = "AppendDelimiter",            .kind = YesNo,            .group = AttributeGroup::Marks,       .side = AttributeSide::Consumer, .support = Support::NoOnly, .feature = "writing files", .absent = "No",

@@ -327,7 +327,7 @@ constexpr CatalogueRow kCatalogue[] = {
     {19247, "tt",        "attribute %1 needs attribute %2",
                          "add the second, or remove the first"},
     {19248, "tt",        "attribute %1 must be %2 byte long",
-                         "give a single byte"},
+                         "give a single byte; in UTF16, where a character has two, leave TrimColumns out"},
     {19249, "tt",        "attribute %1 can't be used with character set %2",
                          "remove it, or set charset in [job] to UTF8 or UTF16"},
     {19250, "t",         "%1 does not fit the rows of this job, which carry no indicators",

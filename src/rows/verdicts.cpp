@@ -82,8 +82,8 @@ int32_t ColumnAtFault(Verdict verdict)
 
 }  // namespace
 
-// The row goes on as the scan left it; but that a quote never closed is seldom meant, and the reader has
-// taken everything up to here for one record.
+// Whatever becomes of the record: that a quote never closed is seldom meant, and the reader has taken
+// everything up to here for one record.
 void WarnOfUnclosedQuote()
 {
     const int64_t record = static_cast<int64_t>(FileRecordCount) + 1;

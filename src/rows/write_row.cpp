@@ -122,6 +122,8 @@ static PxStatus CutRecord(uint32_t *expected_length)
     }
     // Formats with variable fields other than delimited text are cut by their length prefixes here.
     const int32_t verdict = ExtractDelimitedText();
+    if (bUnclosedQuote != 0) [[unlikely]]
+        WarnOfUnclosedQuote();
     if (DateColumnCount != 0) [[unlikely]] {
         if (const PxStatus status = ReformatDates(verdict); status != PXSTC_Success)
             return status;
@@ -130,8 +132,6 @@ static PxStatus CutRecord(uint32_t *expected_length)
         if (const PxStatus status = SettleVerdict(verdict); status != PXSTC_Success)
             return status;
     }
-    if (bUnclosedQuote != 0) [[unlikely]]
-        WarnOfUnclosedQuote();
     *expected_length = pmBuffer.DataLength;
     return PXSTC_Success;
 }

@@ -14,6 +14,11 @@ import tempfile
 BLOCK = re.compile(r"^```(\w+)(?: ([^\n]+))?\n(.*?)^```$", re.M | re.S)
 
 
+def run_program(program, arguments, folder, environment):
+    return subprocess.run([program, *arguments], cwd=folder, stdin=subprocess.DEVNULL, capture_output=True,
+                          timeout=60, check=False, env={**os.environ, "NO_COLOR": "1", **environment})
+
+
 def main(page, program):
     checked = 0
     with tempfile.TemporaryDirectory(prefix="fenwire-docs-") as folder:
@@ -23,11 +28,8 @@ def main(page, program):
                 output = ""
                 for command in body.splitlines():
                     words = command.split()
-                    run = subprocess.run(
-                        [program, *words[1:]], cwd=folder, stdin=subprocess.DEVNULL, text=True,
-                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60, check=False,
-                        env={**os.environ, "NO_COLOR": "1"})
-                    output += run.stdout
+                    run = run_program(program, words[1:], folder, {})
+                    output += (run.stdout + run.stderr).decode()
             elif name == "output":
                 for line in body.splitlines():
                     checked += 1
