@@ -26,9 +26,10 @@ void Coordinator::OnFileCounts(int instance, InMessage &message)
 void Coordinator::OnBadRecord(int instance, InMessage &message)
 {
     const auto record = message.Struct<PxBadRecord>();
+    const uint64_t times = message.U64();
     const std::string kind = message.Text(), excerpt = message.Text();
     const std::string column = ColumnWords(job_, record.column);
-    rejects_.Add(record, column.empty() ? kind : column + " " + kind);
+    rejects_.Add(record, times, column.empty() ? kind : column + " " + kind);
     std::string &place = last_bad_[static_cast<size_t>(instance - 1)];
     // Where a file keeps it, the record that ends a job is found there.
     place.clear();

@@ -61,6 +61,7 @@ public:
             services_.SetExecutePassed(message.U32() != 0);
             const int32_t status = Run(methods, method, phase);
             rows_.Publish();
+            services_.TellBadRecords();
             link_.Tell(OutMessage(MessageKind::Answer).Put(status));
         }
     }

@@ -28,7 +28,6 @@ constexpr KindRow kKinds[] = {
     {"First character not open quote", "does not begin with its quote mark"},
     {"did not immediately follow close quote", "goes on behind its closing quote mark"},
     {"QuoteEscape should be followed", "quote escape before another character"},
-    {"pxdatetime reformatting error", "date that can't be reformatted"},
     {"Length of record read does not match", "wrong length"},
     {"DelimiterEscape should be followed", "delimiter escape before another character"},
 };

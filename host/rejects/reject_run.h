@@ -25,7 +25,10 @@ public:
     void Open();                                         // throws std::runtime_error
     int fd() const { return list_ != nullptr ? list_->fd() : -1; }
     void Begin();  // does its work once; throws std::runtime_error
-    void Add(const PxBadRecord &record, const std::string &reason) { tally_.Add(record, reason); }
+    void Add(const PxBadRecord &record, uint64_t times, const std::string &reason)
+    {
+        tally_.Add(record, times, reason);
+    }
     uint64_t left_out() const { return tally_.left_out(); }
 
     enum class Rows : uint8_t { Committed, Undone, InDoubt };

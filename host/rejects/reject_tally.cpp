@@ -14,12 +14,12 @@ constexpr size_t kReasonsKnown = 1000;
 
 }  // namespace
 
-void RejectTally::Add(const PxBadRecord &record, const std::string &reason)
+void RejectTally::Add(const PxBadRecord &record, uint64_t times, const std::string &reason)
 {
-    ++(record.left_out != 0 ? left_out_ : changed_);
-    kept_ += record.kept != 0 ? 1 : 0;
+    (record.left_out != 0 ? left_out_ : changed_) += times;
+    kept_ += record.kept != 0 ? times : 0;
     if (reasons_.size() < kReasonsKnown || reasons_.contains(reason))
-        ++reasons_[reason];
+        reasons_[reason] += times;
 }
 
 void RejectTally::Write(RejectsReport &report) const

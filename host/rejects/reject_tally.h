@@ -15,7 +15,7 @@ namespace fenwire {
 class RejectTally {
 public:
     // reason: the kind of fault with its column.
-    void Add(const PxBadRecord &record, const std::string &reason);
+    void Add(const PxBadRecord &record, uint64_t times, const std::string &reason);
     uint64_t left_out() const { return left_out_; }
     void Write(RejectsReport &report) const;  // counts, and the most frequent reasons
 

@@ -1,5 +1,9 @@
 // host/services/bad_record_services.cpp - what the operator tells of a bad record: to the list of them,
 // from this process, because a record may be longer than a message; and in short to the coordinator.
+//
+// The list has each one before the operator goes on. The coordinator counts: of records of one kind that
+// come one behind the other, and that a file keeps, it is told now and then, and before anything that
+// it might compare its counts with.
 
 #include <cstring>
 
@@ -12,6 +16,7 @@ namespace fenwire {
 namespace {
 
 constexpr size_t kExcerptBytes = 200;
+constexpr std::chrono::milliseconds kTellAfter{50};
 
 }  // namespace
 
@@ -45,11 +50,38 @@ PxStatus OperatorServices::PutBadRecord(const void *value, size_t length)
                                 " can't be written: " + trouble));
         }
     }
-    link_.Tell(OutMessage(MessageKind::BadRecord)
-                   .Raw(&record.head, sizeof record.head)
-                   .Put(ReasonKind(record.text))
-                   .Put(record.raw.substr(0, kExcerptBytes)));
+    CountBadRecord(record);
     return rejects_failed_ ? PxStatus{PXSTC_FatalError} : PxStatus{PXSTC_Success};
+}
+
+void OperatorServices::CountBadRecord(const BadRecord &record)
+{
+    const std::string kind = ReasonKind(record.text);
+    PendingBad &pending = pending_bad_;
+    if (pending.times != 0 &&
+        (pending.kind != kind || pending.head.column != record.head.column ||
+         pending.head.left_out != record.head.left_out || pending.head.kept != record.head.kept))
+        TellBadRecords();
+    pending.head = record.head;
+    pending.kind = kind;
+    pending.excerpt = record.raw.substr(0, kExcerptBytes);
+    ++pending.times;
+    if (record.head.kept == 0 || Clock::now() - told_bad_ > kTellAfter)
+        TellBadRecords();
+}
+
+void OperatorServices::TellBadRecords()
+{
+    PendingBad &pending = pending_bad_;
+    if (pending.times == 0)
+        return;
+    link_.Tell(OutMessage(MessageKind::BadRecord)
+                   .Raw(&pending.head, sizeof pending.head)
+                   .Put(pending.times)
+                   .Put(std::string_view(pending.kind))
+                   .Put(std::string_view(pending.excerpt)));
+    pending.times = 0;
+    told_bad_ = Clock::now();
 }
 
 }  // namespace fenwire

@@ -89,6 +89,7 @@ PxStatus OperatorServices::PutStatistic(int32_t statistic, int32_t type, const v
         if (type != PX_STAT_RECORD || length != sizeof counts)
             return PXSTC_Length;
         memcpy(&counts, value, sizeof counts);
+        TellBadRecords();
         const auto spent = Clock::now() - file_start_;
         link_.Tell(OutMessage(MessageKind::FileCounts)
                        .Put(static_cast<uint64_t>(

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/job/job.h"
+#include "host/rejects/bad_record.h"
 #include "host/services/attribute_store.h"
 #include "host/services/link.h"
 #include "host/services/log_file.h"
@@ -30,6 +31,7 @@ public:
     {
         attributes_.Set("SYSTEM_ExecutePassed", passed ? "Y" : "N");
     }
+    void TellBadRecords();  // what the coordinator was not told yet; before every answer
 
 private:
     // What the operator holds is the object; what lies behind it is ours.
@@ -68,6 +70,7 @@ private:
                          const PxLogArg *args);
     PxStatus PutStatistic(int32_t statistic, int32_t type, const void *value, int32_t length);
     PxStatus PutBadRecord(const void *value, size_t length);
+    void CountBadRecord(const BadRecord &record);
     std::string FileName(uint32_t index);
     static PxStatus PutRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
                            const uint32_t *offsets, const uint32_t *lengths, const void *row,
@@ -90,7 +93,12 @@ private:
     std::list<Log> logs_;
     const int rejects_;
     bool rejects_failed_ = false;
-    Clock::time_point file_start_ = Clock::now();
+    struct PendingBad {
+        PxBadRecord head = {};  // of the last one
+        uint64_t times = 0;
+        std::string kind, excerpt;
+    } pending_bad_;
+    Clock::time_point file_start_ = Clock::now(), told_bad_ = {};
 };
 
 }  // namespace fenwire

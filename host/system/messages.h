@@ -40,7 +40,7 @@ enum class MessageKind : uint32_t {
     ExitCode,        // code
     Statistic,       // words: name and value
     FileCounts,      // PxFileCounts
-    BadRecord,       // PxBadRecord, kind of fault, excerpt
+    BadRecord,       // PxBadRecord of the last one, how many, kind of fault, excerpt
     Trouble,         // words: the instance can't start or go on
     // coordinator -> target
     Drain,   // -> Drained, once every ring is empty
