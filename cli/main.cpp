@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fmt/format.h>
@@ -227,6 +228,8 @@ int Main(int argc, char **argv)
 int main(int argc, char **argv)
 {
     using namespace fenwire;
+    // A limit on the size of files is met by a write that says so, and a summary of what became of the job.
+    signal(SIGXFSZ, SIG_IGN);
     try {
         return Main(argc, argv);
     } catch (const JobError &error) {

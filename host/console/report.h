@@ -43,6 +43,7 @@ struct FileReport {
     uint64_t bytes = 0;
     double seconds = 0;
     bool finished = false;
+    uint64_t without_excess = 0, padded = 0, cut = 0;  // of the loaded: rows that went on changed
 };
 
 struct InstanceReport {
@@ -78,7 +79,8 @@ struct JobReport {
     std::vector<FileReport> files;
     std::vector<InstanceReport> instances;
     uint64_t read = 0, loaded = 0, refused = 0, skipped = 0, bytes = 0;
-    bool conserved = false;  // read = loaded + refused + skipped
+    bool conserved = false;   // read = loaded + refused + skipped
+    int64_t rows_limit = -1;  // RowsPerInstance; below 0: none
     RejectsReport rejects;
     std::string target;  // "sqlite orders.db, table orders"
     std::string target_note;

@@ -17,11 +17,12 @@ double Milliseconds(double seconds) { return std::round(seconds * 1000) / 1000; 
 
 Json FileObject(const FileReport &file)
 {
-    return {{"name", file.name},        {"instance", file.instance},
-            {"records", file.records},  {"loaded", file.loaded},
-            {"refused", file.refused},  {"skipped", file.skipped},
-            {"bytes", file.bytes},      {"seconds", Milliseconds(file.seconds)},
-            {"finished", file.finished}};
+    return {{"name", file.name},         {"instance", file.instance},
+            {"records", file.records},   {"loaded", file.loaded},
+            {"refused", file.refused},   {"skipped", file.skipped},
+            {"bytes", file.bytes},       {"seconds", Milliseconds(file.seconds)},
+            {"finished", file.finished}, {"without_excess", file.without_excess},
+            {"padded", file.padded},     {"cut", file.cut}};
 }
 
 Json InstanceObject(const InstanceReport &instance)

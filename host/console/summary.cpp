@@ -177,6 +177,39 @@ void AddConservation(Lines &lines, const JobReport &report)
          report.conserved ? Tone::Good : Tone::Bad});
 }
 
+// Rows that settings let go on are loaded, but not all that their records held.
+void AddChanged(Lines &lines, const JobReport &report)
+{
+    static constexpr struct {
+        uint64_t FileReport::*count;
+        const char *words;
+    } kChanges[] = {{&FileReport::without_excess, "without the columns that the schema lacks"},
+                    {&FileReport::padded, "with NULL for columns that the record lacks"},
+                    {&FileReport::cut, "with values cut to their column's length"}};
+    std::string text;
+    for (const auto &change : kChanges) {
+        uint64_t sum = 0;
+        for (const FileReport &file : report.files)
+            sum += file.*change.count;
+        if (sum > 0)
+            text += fmt::format("{:>9}  {}\n", Grouped(sum), change.words);
+    }
+    if (!text.empty() && report.loaded > 0)
+        AddLabelled(lines, "", "of the loaded rows went on changed\n" + text, Tone::Caution);
+}
+
+// The limit ends the reading without a word of the rest.
+void AddLimit(Lines &lines, const JobReport &report)
+{
+    const auto reached = std::ranges::count_if(report.instances, [&](const InstanceReport &of) {
+        return report.rows_limit >= 0 && of.rows >= static_cast<uint64_t>(report.rows_limit);
+    });
+    if (reached > 0)
+        AddLabelled(lines, "",
+                    fmt::format("RowsPerInstance = {} was reached: what lies behind was not read",
+                                report.rows_limit));
+}
+
 // What to know of bad records, where a file keeps them; of others the reason of the failure tells.
 void AddRejects(Lines &lines, const RejectsReport &rejects)
 {
@@ -222,6 +255,8 @@ std::vector<SummaryLine> SummaryLines(const JobReport &report, size_t width)
     AddInstances(lines, report, width);
     lines.push_back({});
     AddConservation(lines, report);
+    AddLimit(lines, report);
+    AddChanged(lines, report);
     AddRejects(lines, report.rejects);
     AddLabelled(lines, "speed", Throughput(report));
     AddLabelled(lines, "target", report.target);

@@ -175,6 +175,7 @@ JobReport Coordinator::Run()
     report.job = job_.name;
     report.target = DescribeTarget(job_);
     report.log = public_log_.path().string();
+    report.rows_limit = job_.producer.Number("RowsPerInstance", -1);
     ledger_.Write(report);
     rejects_.Write(report);
     const TargetKind *kind = FindTargetKind(job_.target_type);

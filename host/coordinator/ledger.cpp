@@ -28,6 +28,9 @@ void Ledger::AddFile(int instance, const PxFileCounts &counts, const std::string
     file.bytes = counts.bytes;
     file.seconds = seconds;
     file.finished = counts.ended != 0;
+    file.without_excess = counts.without_excess;
+    file.padded = counts.padded;
+    file.cut = counts.cut;
     files_.push_back(std::move(file));
     InstanceReport &of = instances_[static_cast<size_t>(instance - 1)];
     of.rows += counts.rows;

@@ -43,6 +43,7 @@ struct Step {
     SourcePosition at;
     // The text of an attribute, or fallback when it is absent or no text.
     std::string Text(const std::string &name, const std::string &fallback = {}) const;
+    int32_t Number(const std::string &name, int32_t fallback) const;  // likewise
 };
 
 struct Column {

@@ -113,6 +113,13 @@ std::string Step::Text(const std::string &name, const std::string &fallback) con
     return std::get<std::string>(given->value);
 }
 
+int32_t Step::Number(const std::string &name, int32_t fallback) const
+{
+    const auto given = std::ranges::find(attributes, name, &Attribute::name);
+    const auto *number = given == attributes.end() ? nullptr : std::get_if<int32_t>(&given->value);
+    return number != nullptr ? *number : fallback;
+}
+
 Job LoadJob(const fs::path &file, const std::vector<Override> &overrides)
 {
     std::vector<Complaint> found;

@@ -97,12 +97,8 @@ std::vector<RejectEntry> FirstRefused(const fs::path &list)
 
 int64_t RowLimit(const Job &job, uint32_t rows)
 {
-    for (const Attribute &attribute : job.producer.attributes) {
-        const auto *limit = std::get_if<int32_t>(&attribute.value);
-        if (attribute.name == "RowsPerInstance" && limit != nullptr && *limit >= 0)
-            return std::min<int64_t>(*limit, rows);
-    }
-    return rows;
+    const int32_t limit = job.producer.Number("RowsPerInstance", -1);
+    return limit >= 0 ? std::min<int64_t>(limit, rows) : rows;
 }
 
 }  // namespace

@@ -538,6 +538,13 @@ constexpr CatalogueRow kCatalogue[] = {
     {19997, "tnntt",     "record %2 of file \"%1\" was loaded in part: column %3, \"%4\", %5",
                          "mend the record, or check charset in [job], and load it again; with TruncateColumnData = \"No\" a value of "
                          "over 65,536 bytes is refused instead, and without a record error file a bad character ends the job"},
+    {19998, "tnn",       "file \"%1\" has records with more columns than the schema: %2 of them, the first is record %3; what is "
+                         "behind the last column was ignored",
+                         "check the columns of [schema]; AcceptExcessColumns = \"Yes\" says that this is meant, and "
+                         "TruncateColumnData = \"No\" refuses such records"},
+    {19999, "tnn",       "file \"%1\" has records with values over the length of their column: %2 of them, the first is record "
+                         "%3; they were cut, as ValidUTF8 does",
+                         "make the columns longer; TruncateColumnData = \"Yes\" says that this is meant"},
 };
 // clang-format on
 

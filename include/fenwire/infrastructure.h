@@ -197,7 +197,7 @@ enum {
     PX_STAT_RECORD = 9         /* type word of the records */
 };
 
-/* What became of one file's records: records = rows + refused + skipped. 56 bytes. */
+/* What became of one file's records: records = rows + refused + skipped. 80 bytes. */
 typedef struct PxFileCounts {
     uint32_t index;   /* element of FileNames, from 1 */
     uint32_t ended;   /* 1: read to its end (or to a row limit); 0: left in a failure */
@@ -207,6 +207,9 @@ typedef struct PxFileCounts {
     uint64_t skipped; /* records dropped by SkipRows */
     uint64_t bytes;   /* size of the file as it was found, 0 for a pipe */
     double cpu_seconds;
+    uint64_t without_excess; /* of the rows: those that lost columns behind the schema's last one */
+    uint64_t padded;         /* those that got NULL for columns that the record did not have */
+    uint64_t cut;            /* those with columns cut to their length */
 } PxFileCounts;
 
 /* A record that was left out, or that went on changed and is kept in the record error file. 48 bytes;

@@ -31,6 +31,7 @@ enum class FastRoad : uint8_t { Never, Always, AsciiRecords };
 // ---- Outcome of a record ----------------------------------------------------------------------
 // Writers: delimited/extract.cpp delimited/verdict.cpp delimited/raw_record.cpp rows/date_columns.cpp operator/file_info.cpp
 inline uint32_t bUnclosedQuote = 0;  // the record ended inside quotes
+inline uint32_t bExcessIgnored = 0;  // it went on behind the last column, which nobody counted
 inline uint32_t bScanStopped = 0;    // the scan ended before the record did
 inline uint32_t bUsingUDDI = 0;  // the parsing case was validated; extraction refuses to run before
 inline int32_t ActualColumnCount = 0;  // columns found in the record

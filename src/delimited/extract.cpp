@@ -104,7 +104,7 @@ static bool TakeIndexedRow()
     pmBuffer.Data = work.packed + row.packed;
     pmBuffer.DataLength = row.length;
     ActualColumnCount = SG_ColCount;
-    bUnclosedQuote = 0;
+    bUnclosedQuote = bExcessIgnored = 0;
     return true;
 }
 
@@ -132,6 +132,7 @@ int32_t ExtractDelimitedText()
     ScannerForRecord(s)(s);
     Settle(s, s.end);
     bUnclosedQuote = s.unclosed;
+    bExcessIgnored = s.excess_ignored;
     bScanStopped = s.verdict != RowComplete;
     pmBuffer.DataLength = static_cast<uint32_t>(s.end - s.begin) - s.gap;
     // The column that a bad character stands in is counted, but not stored.

@@ -239,8 +239,10 @@ void ScanRecord(ScanState &s)
 template <ScanPolicy P, class Finder>
 [[gnu::noinline]] void CountExcess(ScanState &s, Finder &finder)
 {
-    if (TruncateColumnsOpt != 0 || bTruncateUTF8 != 0)
+    if (TruncateColumnsOpt != 0 || bTruncateUTF8 != 0) {
+        s.excess_ignored = true;
         return;
+    }
     const uint8_t *at = s.cursor;
     while ((at = finder.Next(at)) < s.end) {
         const bool delimiter = At<P.delimiter>(at, s.end, Marks.delimiter);

@@ -33,10 +33,11 @@ struct ScanState {
     uint8_t *begin, *cursor, *end;
     uint8_t *settled;
     uint32_t gap = 0;
-    uint32_t offset = 0;    // of the open field, in the compacted record
-    uint32_t opening = 0;   // bytes of its open quote mark, which stand before the data
-    bool quoted = false;    // the open column is quoted; an empty one is no NULL then
-    bool unclosed = false;  // the record ended inside quotes
+    uint32_t offset = 0;          // of the open field, in the compacted record
+    uint32_t opening = 0;         // bytes of its open quote mark, which stand before the data
+    bool quoted = false;          // the open column is quoted; an empty one is no NULL then
+    bool unclosed = false;        // the record ended inside quotes
+    bool excess_ignored = false;  // it went on behind the last column, which is not in column
 
     int32_t column = 0;           // columns closed so far, excess ones too
     int32_t overflow_column = 0;  // the first one that was too long; 0: none

@@ -9,6 +9,7 @@
 #include "operator/methods.h"
 #include "pm/pm.h"
 #include "pm/pm_state.h"
+#include "rows/changed_rows.h"
 #include "schema/insert_filename.h"
 #include "schema/schema_state.h"
 
@@ -107,6 +108,7 @@ uint32_t ExpectedRecordLength(uint32_t extra[2])
 void ForgetLastFile()
 {
     FileRecordCount = FileRowCount = FileRowsSkipped = 0;
+    ForgetChangedRows();
     if (bSkipRowsEveryFile != 0)
         bSkipRowsDone = 0;
 }

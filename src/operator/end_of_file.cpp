@@ -6,6 +6,7 @@
 #include "operator/messages.h"
 #include "operator/methods.h"
 #include "pm/pm_state.h"
+#include "rows/changed_rows.h"
 
 namespace {
 
@@ -72,6 +73,7 @@ PxStatus EndOfFile()
     // Bad records are safe before anybody commits the rows that they were left out of.
     if ((status = FlushRecordErrorFile()) != PXSTC_Success)
         return status;
+    WarnOfChangedRows();
     if ((status = MarkFinished()) != PXSTC_Success || (status = CloseFile()) != PXSTC_Success)
         return status;
     PutFileCounts(1);

@@ -8,6 +8,7 @@
 #include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
+#include "rows/changed_rows.h"
 #include "schema/establish.h"
 #include "schema/schema_state.h"
 
@@ -65,6 +66,7 @@ void ClearCounters()
 {
     RowCount = RowsSkipped = 0;
     FileRecordCount = FileRowCount = FileRowsSkipped = 0;
+    ForgetChangedRows();
 }
 
 }  // namespace

@@ -278,6 +278,8 @@ inline constexpr MessageRow kMessages[] = {
     {19995, 3, Warning,     "tnt"},
     {19996, 3, Error,       "t"},
     {19997, 3, Warning,     "tnntt"},
+    {19998, 3, Warning,     "tnn"},
+    {19999, 3, Warning,     "tnn"},
 };
 // clang-format on
 

@@ -8,6 +8,7 @@
 #include "operator/clock.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
+#include "rows/rows_state.h"
 
 namespace {
 
@@ -65,6 +66,9 @@ void PutFileCounts(uint32_t ended)
         .skipped = FileRowsSkipped,
         .bytes = static_cast<uint64_t>(CurrentFile.Size),
         .cpu_seconds = ProcessCpuSeconds() - FileStartCpu,
+        .without_excess = FileRowsChanged.without_excess,
+        .padded = FileRowsChanged.padded,
+        .cut = FileRowsChanged.cut,
     };
     (void)Service(SG_opHandle, &PxOperator::PX_PutJobStat, int32_t{PX_STAT_FileCounts},
                   int32_t{PX_STAT_RECORD}, static_cast<const void *>(&counts),

@@ -19,6 +19,7 @@
 #include "operator/messages.h"
 #include "pm/pm_state.h"
 #include "rows/bad_records.h"
+#include "rows/changed_rows.h"
 #include "schema/schema_state.h"
 
 namespace {
@@ -128,6 +129,8 @@ PxStatus SettleVerdict(int32_t number)
     FW_TRACE(1, "%s", outcome.goes_on);
     if (bScanStopped != 0)
         WarnOfLostColumns(verdict);
+    else
+        CountChangedRow(verdict);
     return PXSTC_Success;
 }
 

@@ -16,6 +16,7 @@
 #include "operator/messages.h"
 #include "pm/index/ready_rows.h"
 #include "pm/pm_state.h"
+#include "rows/changed_rows.h"
 #include "rows/date_columns.h"
 #include "rows/rows.h"
 #include "rows/rows_state.h"
@@ -132,6 +133,8 @@ static PxStatus CutRecord(uint32_t *expected_length)
         if (const PxStatus status = SettleVerdict(verdict); status != PXSTC_Success)
             return status;
     }
+    if (bExcessIgnored != 0) [[unlikely]]
+        CountIgnoredExcess();
     *expected_length = pmBuffer.DataLength;
     return PXSTC_Success;
 }

@@ -54,7 +54,7 @@ TEST(Program, AnswersWithWordsAndStatus)
         {"message as in a log",      "explain qlx19112",              0, "what to do: make the column longer", ""},
         {"attribute in any case",    "explain quoteddata",            0, "Yes, No or Optional",   ""},
         {"attribute misspelt",       "explain QuotedDat",             2, "",                      "did you mean \"QuotedData\"?"},
-        {"message nobody sends",     "explain 19999",                 2, "",                      "there is no message 19999"},
+        {"message nobody sends",     "explain 18999",                 2, "",                      "there is no message 18999"},
         {"list of attributes",       "list attributes",               0, "TextDelimiter",         ""},
         {"list of types",            "list types",                    0, " 63  NUMBER",           ""},
         {"list misspelt",            "list type",                     2, "",                      "did you mean \"types\"?"},
