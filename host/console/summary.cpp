@@ -210,6 +210,8 @@ void AddLimit(Lines &lines, const JobReport &report)
                                 report.rows_limit));
 }
 
+constexpr std::string_view kRetry = "fenwire rejects retry";
+
 // What to know of bad records, where a file keeps them; of others the reason of the failure tells.
 void AddRejects(Lines &lines, const RejectsReport &rejects)
 {
@@ -224,7 +226,7 @@ void AddRejects(Lines &lines, const RejectsReport &rejects)
     if (rejects.others > 0)
         text += fmt::format("{:>9}  for other reasons\n", Grouped(rejects.others));
     for (const std::string &command : rejects.next)
-        text += command + "\n";
+        text += command + (command.starts_with(kRetry) ? "  # when they are mended there\n" : "\n");
     AddLabelled(lines, "bad", text, Tone::Caution);
 }
 

@@ -45,6 +45,24 @@ constexpr Obstacle kObstacles[] = {
      "look into the target; --anyway when it does not hold them"},
 };
 
+// What somebody mended in a file whose records have moved on to the next one would wait for ever.
+void RefuseMendedBefore(const fs::path &first, const RejectState &state)
+{
+    std::error_code none;
+    const fs::file_time_type now = fs::last_write_time(state.file, none);
+    for (int retry = 0; retry < state.retries && !none; ++retry) {
+        const fs::path before = retry == 0 ? first : RetryErrorFile(first, retry);
+        std::error_code gone;
+        if (fs::last_write_time(before, gone) > now && !gone)
+            throw RetryRefused(
+                fmt::format("{} was changed, but it has been retried: the records that "
+                            "still wait are in {}",
+                            Shown(before), Shown(state.file)),
+                fmt::format("mend them in {}; --anyway leaves the other file alone",
+                            Shown(state.file)));
+    }
+}
+
 RejectState Waiting(const Job &job, const RetryChoice &choice)
 {
     const fs::path file = RecordErrorFile(job);
@@ -68,6 +86,8 @@ RejectState Waiting(const Job &job, const RetryChoice &choice)
     }
     if (what != nullptr && !choice.anyway)
         throw RetryRefused(what, hint);
+    if (what == nullptr && !choice.anyway)
+        RefuseMendedBefore(file, *state);
     if (!state)
         state = fresh;
     if (state->text.empty() || state->outcome != Outcome::Loaded) {

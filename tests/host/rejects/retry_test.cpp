@@ -138,6 +138,10 @@ TEST(Retry, EachGoodRetryHandsOnToTheNext)
     EXPECT_EQ(run.RunRetry("rows 1; bad 2 1 0 z x; counts 1 2 1 1 0").exit_code, 4);
     run.folder.Write("bad.retry", "z\n");
     EXPECT_EQ(WaitingErrorFile(run.job), run.folder.File("bad.retry"));
+    const auto written = std::filesystem::last_write_time(run.folder.File("bad.retry"));
+    std::filesystem::last_write_time(run.folder.File("bad"), written + std::chrono::seconds(1));
+    EXPECT_TRUE(Has(run.Refusal(), "was changed, but it has been retried"));
+    std::filesystem::last_write_time(run.folder.File("bad"), written);
     EXPECT_EQ(run.RunRetry("rows 1; counts 1 1 1 0 0").exit_code, 0);
     run.folder.Write("bad.retry2", "");
     EXPECT_EQ(PlanRetry(run.job, {}).records.load, "");
