@@ -124,7 +124,8 @@ int OpenRowErrorFile(const char *path, int32_t instance, uint16_t mode, pmToken 
 {
     const uint32_t buffer = BufferSize > 0 ? static_cast<uint32_t>(BufferSize) : kDefaultBuffer;
     const uint32_t extra[2] = {};
-    const auto privately = static_cast<uint16_t>(instance == 1 ? 0 : kOpenPrivate);
+    // It holds what the data files hold, whose rights it can't know.
+    const auto privately = static_cast<uint16_t>(instance == 1 ? kOpenOwnerOnly : kOpenPrivate);
 
     const int code = pmOpen(mode | privately, false, kTextFormat, nullptr, buffer + kMarkRoom,
                             TotalFixedLength, path, pmHandleErrors, extra, file);

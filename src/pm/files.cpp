@@ -57,8 +57,9 @@ pmFile *NewFile(Paramod *module)
 void Describe(pmFile *file, uint16_t open_mode, uint32_t format, uint32_t buffer_size,
               const char *name)
 {
-    file->OpenMode = open_mode & ~kOpenPrivate;
+    file->OpenMode = open_mode & ~(kOpenPrivate | kOpenOwnerOnly);
     file->bPrivate = (open_mode & kOpenPrivate) != 0;
+    file->bOwnerOnly = (open_mode & (kOpenPrivate | kOpenOwnerOnly)) != 0;
     file->Format = format;
     file->BufferSize = buffer_size;
     file->BeginningOfFile = 1;

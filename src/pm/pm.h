@@ -62,6 +62,9 @@ enum PmOpenMode : uint16_t {
     // kOpenWrite the name must be free, links included, and the file is readable by its owner only;
     // with kOpenRead it must be a plain file of this user under one name.
     kOpenPrivate = 0x100,
+    // For a file that the user names: with kOpenWrite it is created for its owner only. One that exists
+    // keeps its rights.
+    kOpenOwnerOnly = 0x200,
 };
 
 struct pmInitParms {

@@ -104,6 +104,7 @@ struct pmFile {
     uint8_t bBOMFound;
     uint8_t bQuotes;       // a line end inside quotes is data
     uint8_t bPrivate;      // opened with kOpenPrivate
+    uint8_t bOwnerOnly;    // created with mode 0600
     uint8_t bExact;        // see pmSetExact
     uint8_t bOffsetKnown;  // the back end reads a file by its offsets: BufferOffset counts
     uint16_t EORLength;    // bytes of the end-of-record mark, 0 until it was found

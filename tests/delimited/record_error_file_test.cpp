@@ -121,9 +121,11 @@ TEST_F(RecordErrorFile, WhatCanNotBeMergedIsKeptAndToldOf)
             ASSERT_EQ(Keep(record), PXSTC_Success);
         ASSERT_EQ(CloseRecordErrorFile(), PXSTC_Success);
         const std::string temporary = TemporaryPath();
-        struct stat info = {};
-        stat(temporary.c_str(), &info);
-        EXPECT_EQ(info.st_mode & 0777, 0600U);
+        for (const std::string &path : {temporary, directory.File("bad")}) {
+            struct stat info = {};
+            stat(path.c_str(), &info);
+            EXPECT_EQ(info.st_mode & 0777, 0600U) << path;
+        }
         c.disturb(temporary);
         fake.public_log.clear();
         fake.private_log.clear();

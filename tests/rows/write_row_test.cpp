@@ -218,23 +218,6 @@ TEST_F(WriteRow, VerdictsCostWhatTheJobSays)
     }
 }
 
-TEST_F(WriteRow, TruncationAtCharactersLetsLongColumnsGoOnToo)
-{
-    bTruncateUTF8 = 1;
-    Validate();
-    EXPECT_EQ(Run({"abcd|x"}), "43 12");
-    EXPECT_EQ(Rows(), "[abc|x]");
-}
-
-TEST_F(WriteRow, ARowThatStoppedDeliversNothingOfTheFormerOne)
-{
-    TruncateColumnsOpt = kYes;
-    SetColumns({0, 3, 3});
-    Validate();
-    EXPECT_EQ(Run({"old|old|old", std::string(65537, 'x').append("|b|c").c_str()}), "43 43 12");
-    EXPECT_EQ(fake.rows[1], std::string(65537, 'x') + "|NULL|NULL");
-}
-
 TEST_F(WriteRow, AFourByteCharacterIsFatalAndNamed)
 {
     UsingSingleByteCharSet = 0;

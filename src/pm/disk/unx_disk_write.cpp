@@ -79,7 +79,7 @@ int OpenForWriting(const pmFile *file)
     const int flags = FlagsOfMode(file) | O_CLOEXEC | O_NOCTTY;
     int descriptor = 0;
     do {
-        descriptor = os.create(file->FName, flags, file->bPrivate != 0 ? kOwnerOnly : kOrdinary);
+        descriptor = os.create(file->FName, flags, file->bOwnerOnly != 0 ? kOwnerOnly : kOrdinary);
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
