@@ -19,7 +19,7 @@ JobReport SmallReport()
     report.status = "loaded with warnings";
     report.exit_code = 4;
     report.seconds = 2;
-    report.files = {{"/data/a.tbl", 1, 1500, 1490, 7, 3, 4'000'000, 1.5, true},
+    report.files = {{"/data/a.tbl", 1, 1500, 1490, 7, 3, 4'000'000, 1.5, true, 2, 0, 1000},
                     {"/data/b.tbl", 2, 500, 500, 0, 0, 2'000'000, 0.5, true}};
     report.instances = {{1, 4, 1490, 1, 88'080'384, 1.25, "/log/1"}, {2, 0, 500, 1, 1024, 0.5, ""}};
     report.read = 2000;
@@ -28,6 +28,7 @@ JobReport SmallReport()
     report.skipped = 3;
     report.bytes = 6'000'000;
     report.conserved = true;
+    report.rows_limit = 1490;
     report.rejects = {"orders.bad",
                       "orders.bad.jsonl",
                       8,
@@ -35,7 +36,7 @@ JobReport SmallReport()
                       1,
                       {{"column 3 'amount' too long", 4}, {"too few \x1b columns", 3}},
                       1,
-                      {"fenwire rejects show orders.toml"}};
+                      {"fenwire rejects retry orders.toml"}};
     report.target = "sqlite orders.db, table orders";
     report.target_note = "committed once";
     report.log = "/log/public";
@@ -81,11 +82,15 @@ instance  exit code   rows  files  peak memory  processor
 2                 0    500      1      1.0 KiB      0.5 s
 
   rows    read 2,000 = loaded 1,990 + refused 7 + skipped 3: ok
+          RowsPerInstance = 1490 was reached: what lies behind was not read
+          of the loaded rows went on changed
+                  2  without the columns that the schema lacks
+              1,000  with values cut to their column's length
   bad     8 records are kept in orders.bad: 7 left out, 1 went on changed
                   4  column 3 'amount' too long
                   3  too few \x1b columns
                   1  for other reasons
-          fenwire rejects show orders.toml
+          fenwire rejects retry orders.toml  # when they are mended there
   speed   5.7 MiB in 2.0 s: 3.0 MB/s, 1,000 rows/s
   target  sqlite orders.db, table orders
           committed once
@@ -201,14 +206,16 @@ TEST(ReportJson, SaysWhatTheReportSays)
       "rejects": {"file": "orders.bad", "list": "orders.bad.jsonl", "records": 8, "left_out": 7,
         "changed": 1, "reasons": [{"reason": "column 3 'amount' too long", "count": 4},
         {"reason": "too few \u001b columns", "count": 3}], "other_reasons": 1,
-        "next": ["fenwire rejects show orders.toml"]},
+        "next": ["fenwire rejects retry orders.toml"]},
       "target": "sqlite orders.db, table orders",
       "target_note": "committed once", "log": "/log/public",
       "files": [
         {"name": "/data/a.tbl", "instance": 1, "records": 1500, "loaded": 1490, "refused": 7,
-         "skipped": 3, "bytes": 4000000, "seconds": 1.5, "finished": true},
+         "skipped": 3, "bytes": 4000000, "seconds": 1.5, "finished": true,
+         "without_excess": 2, "padded": 0, "cut": 1000},
         {"name": "caf\ufffd.tbl", "instance": 2, "records": 500, "loaded": 500, "refused": 0,
-         "skipped": 0, "bytes": 2000000, "seconds": 0.5, "finished": false}],
+         "skipped": 0, "bytes": 2000000, "seconds": 0.5, "finished": false,
+         "without_excess": 0, "padded": 0, "cut": 0}],
       "instances": [
         {"instance": 1, "exit_code": 4, "rows": 1490, "files": 1, "peak_memory": 88080384,
          "cpu_seconds": 1.25, "private_log": "/log/1"},
