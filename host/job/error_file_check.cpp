@@ -27,6 +27,25 @@ const Attribute *ErrorFileAttribute(const Job &job)
     return nullptr;
 }
 
+// Under another name, by a link of either kind.
+void CheckErrorFileIsNoLink(const Job &job, const Attribute &attribute, const fs::path &errors,
+                            std::vector<Complaint> &found)
+{
+    std::error_code none;
+    if (!fs::exists(errors, none))
+        return;
+    for (const DataFile &file : FindDataFiles(job).files) {
+        if (!fs::equivalent(file.path, errors, none))
+            continue;
+        found.push_back(
+            {attribute.at,
+             fmt::format("{} {} and the input file {} are one file", attribute.name,
+                         Quoted(errors.filename().string()), Quoted(file.path.string())),
+             "give it another name, or remove the link"});
+        return;
+    }
+}
+
 }  // namespace
 
 void CheckErrorFileIsNoInput(const Job &job, std::vector<Complaint> &found)
@@ -43,7 +62,7 @@ void CheckErrorFileIsNoInput(const Job &job, std::vector<Complaint> &found)
     const fs::path inputs = from_job(fs::path(job.producer.Text("DirectoryPath")) / input);
     const fs::path errors = from_job(std::get<std::string>(attribute->value));
     if (errors.parent_path() != inputs.parent_path())
-        return;
+        return CheckErrorFileIsNoLink(job, *attribute, errors, found);
     const bool pattern = input.find('*') != std::string::npos &&
                          YesNoValue(AttributeKind::YesNo, job.producer.Text("EnableScan")) != 0;
     for (const char *suffix : {"", ".jsonl", ".retry", ".retry.jsonl"}) {
@@ -58,6 +77,7 @@ void CheckErrorFileIsNoInput(const Job &job, std::vector<Complaint> &found)
                          Quoted(input))});
         return;
     }
+    CheckErrorFileIsNoLink(job, *attribute, errors, found);
 }
 
 }  // namespace fenwire

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include "tests/host/job/job_files.h"
 
 using namespace fenwire;
@@ -148,6 +150,21 @@ TEST(LoadJob, BadFileGetsItsComplaint)
         const std::string what = folder.Complaints(With(c.piece, c.instead));
         EXPECT_NE(what.find(c.complaint), std::string::npos) << c.about << ":\n" << what;
         EXPECT_NE(what.find(c.hint), std::string::npos) << c.about << ":\n" << what;
+    }
+}
+
+// It is emptied at the start, under whatever name.
+TEST(LoadJob, RecordErrorFileIsNoLinkToInput)
+{
+    const JobFolder folder;
+    std::filesystem::create_directory(folder.path() / "in");
+    const auto data = folder.Write("in/a.csv", "1,2,3\n"), bad = folder.path() / "bad";
+    const std::string job = With("SkipRows = 1", "RecordErrorFileName = \"bad\"");
+    for (const auto make : {link, symlink}) {
+        EXPECT_EQ(folder.Complaints(job), "");
+        ASSERT_EQ(make(data.c_str(), bad.c_str()), 0);
+        EXPECT_NE(folder.Complaints(job).find("are one file"), std::string::npos);
+        std::filesystem::remove(bad);
     }
 }
 
