@@ -77,6 +77,9 @@ struct Override {
     std::string step, name, value;
 };
 
+// Whether a session character set has two bytes a unit.
+bool IsUtf16(std::string_view charset);
+
 Job LoadJob(const std::filesystem::path &file, const std::vector<Override> &overrides = {});
 
 }  // namespace fenwire

@@ -120,6 +120,11 @@ int32_t Step::Number(const std::string &name, int32_t fallback) const
     return number != nullptr ? *number : fallback;
 }
 
+bool IsUtf16(std::string_view charset)
+{
+    return SameWord(charset, "UTF16") || charset == "62" || SameWord(charset, "UCS-2");
+}
+
 Job LoadJob(const fs::path &file, const std::vector<Override> &overrides)
 {
     std::vector<Complaint> found;

@@ -19,11 +19,6 @@ namespace {
 constexpr size_t kWidest = 40;  // columns of the screen
 constexpr size_t kMostHexBytes = 16;
 
-bool IsUtf16(const Job &job)
-{
-    return SameWord(job.charset, "UTF16") || job.charset == "62" || SameWord(job.charset, "UCS-2");
-}
-
 std::string TextShown(const std::string &text, uint64_t bytes, bool whole)
 {
     const std::string shown = Escaped(text);
@@ -48,7 +43,7 @@ std::string CellShown(const Job &job, const Column &column, const PreviewCell &c
         return "NULL";
     if (!FitsDelimited(column.type) && !FitsText(column.type))
         return HexShown(*cell.data);
-    return TextShown(IsUtf16(job) ? Utf8FromUtf16(*cell.data) : *cell.data, cell.bytes,
+    return TextShown(IsUtf16(job.charset) ? Utf8FromUtf16(*cell.data) : *cell.data, cell.bytes,
                      cell.data->size() == cell.bytes);
 }
 

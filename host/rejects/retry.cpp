@@ -128,8 +128,6 @@ std::vector<KnownRecord> ReadKnown(const fs::path &error_file, const RetryChoice
     return known;
 }
 
-bool IsUtf16(const Job &job) { return SameWord(job.charset, "UTF16") || job.charset == "62"; }
-
 SortedRecords Sort(const Job &job, const RejectState &state, const RetryChoice &choice)
 {
     const bool remarks = state.remarks.present && !choice.no_remarks;
@@ -144,7 +142,7 @@ SortedRecords Sort(const Job &job, const RejectState &state, const RetryChoice &
     const std::vector<KnownRecord> known = ReadKnown(state.file, choice);
     const bool loaded = !std::ranges::all_of(known, &KnownRecord::left_out);
     const std::string file = ReadWhole(state.file);
-    if (IsUtf16(job)) {
+    if (IsUtf16(job.charset)) {
         if (remarks || loaded)
             throw RetryRefused("in UTF-16 the record error file can't be sorted into records that "
                                "wait, records that are loaded already, and remarks",

@@ -193,7 +193,7 @@ void CheckPrintSettings(const Job &job, std::vector<Complaint> &found)
         (style.null + style.delimiter).find(style.delimiter) < style.null.size())
         complain("null", "null holds a line end, the delimiter or the quote",
                  "use a text without them, such as \"NULL\"");
-    if (SameWord(job.charset, "UTF16") || job.charset == "62" || SameWord(job.charset, "UCS-2"))
+    if (IsUtf16(job.charset))
         complain("type",
                  fmt::format("print can't write the character set {} in this version", job.charset),
                  "use UTF8, or another target");

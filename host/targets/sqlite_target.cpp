@@ -71,13 +71,10 @@ const char *RowFaultRemedy(int code)
     return nullptr;
 }
 
-bool IsUtf16(const std::string &charset) { return SameWord(charset, "UTF16") || charset == "62"; }
-
 void RequireCharset(const std::string &charset)
 {
-    constexpr std::string_view kOthers[] = {"", "UTF8", "ASCII", "63"};
-    if (IsUtf16(charset) ||
-        std::ranges::any_of(kOthers, [&](auto set) { return SameWord(charset, set); }))
+    constexpr std::string_view kSets[] = {"", "UTF8", "63", "ASCII", "UTF16", "62"};
+    if (std::ranges::any_of(kSets, [&](auto set) { return SameWord(charset, set); }))
         return;
     throw TargetError(
         fmt::format("data in the character set {} can't go to SQLite in this version; "
