@@ -43,33 +43,27 @@ constexpr uint64_t Below(uint32_t bits)
 
 HWY_INLINE uint32_t Count(uint64_t mask) { return static_cast<uint32_t>(std::popcount(mask)); }
 
-// Where a byte stands in the word.
-HWY_INLINE uint64_t Equal(const uint8_t *word, uint8_t byte)
+// Where the word has a byte, or one above it.
+enum class Found : uint8_t { Equal, Above };
+template <Found Which>
+HWY_INLINE uint64_t Where(const uint8_t *word, uint8_t byte)
 {
     const Bytes d;
     const auto wanted = hn::Set(d, byte);
     uint64_t mask = 0;
     for (size_t part = 0; part < kWordBytes; part += hn::Lanes(d)) {
+        const auto data = hn::LoadU(d, word + part);
         uint64_t bits = 0;
-        hn::StoreMaskBits(d, hn::Eq(hn::LoadU(d, word + part), wanted),
+        hn::StoreMaskBits(d, Which == Found::Equal ? hn::Eq(data, wanted) : hn::Gt(data, wanted),
                           reinterpret_cast<uint8_t *>(&bits));
         mask |= bits << part;
     }
     return mask;
 }
 
-HWY_INLINE uint64_t HighBytes(const uint8_t *word)
+HWY_INLINE uint64_t Equal(const uint8_t *word, uint8_t byte)
 {
-    const Bytes d;
-    const auto limit = hn::Set(d, 0x7F);
-    uint64_t mask = 0;
-    for (size_t part = 0; part < kWordBytes; part += hn::Lanes(d)) {
-        uint64_t bits = 0;
-        hn::StoreMaskBits(d, hn::Gt(hn::LoadU(d, word + part), limit),
-                          reinterpret_cast<uint8_t *>(&bits));
-        mask |= bits << part;
-    }
-    return mask;
+    return Where<Found::Equal>(word, byte);
 }
 
 // Bit i: whether the bits up to i, i included, are odd in number.
@@ -205,7 +199,7 @@ HWY_INLINE WordMarks MarkWord(const IndexWork &work, uint32_t at, uint64_t valid
         if (marks.escape)
             found.odd = Equal(word, marks.escapes[0]) & valid;
         if (marks.high_is_odd)
-            found.odd |= HighBytes(word) & valid;
+            found.odd |= Where<Found::Above>(word, 0x7F) & valid;
     }
     if constexpr (Quotes) {
         const uint64_t opening = quotes & inside, closing = quotes & ~inside;
