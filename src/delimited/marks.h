@@ -78,8 +78,8 @@ inline uint64_t WindowMask(const uint8_t *window, const uint8_t (&bytes)[N])
     return mask;
 }
 
-// The positions of N byte values in a record, in rising order. Marks that were found before the scan,
-// block by block, would come in through Load and change nothing else.
+// The positions of N byte values in a record, in rising order: for records that the index leaves to the
+// scanners, and for jobs that it does not serve.
 template <int N>
 class MarkFinder {
 public:
