@@ -65,7 +65,7 @@ void TargetsPage()
         if (kind.keys.empty())
             continue;
         fmt::print("\n| key | value | |\n|---|---|---|\n");
-        for (const TargetKey &key : kind.keys)
+        for (const SettingKey &key : kind.keys)
             fmt::print("| `{}` | {} | {}{} |\n", key.name, key.kind,
                        key.required ? "required: " : "", Cell(key.about));
     }

@@ -65,7 +65,7 @@ void ListTargets()
 {
     for (const TargetKind &kind : TargetKinds()) {
         fmt::print("{}: {}\n", kind.name, kind.about);
-        for (const TargetKey &key : kind.keys)
+        for (const SettingKey &key : kind.keys)
             fmt::print("  {:<12} {:<8} {}{}\n", key.name, key.kind,
                        key.required ? "required: " : "", key.about);
     }

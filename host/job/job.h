@@ -63,13 +63,20 @@ struct Job {
     std::filesystem::path state;   // folder/.fenwire/<name>
     std::string name;
     std::string charset = "UTF8";  // session character set
-    Step producer;
+    // Rows come from a producer's files or from a source, and go to a consumer's files or to a target.
+    Step producer, consumer;
     std::vector<Column> columns;
-    std::string target_type;
-    std::vector<Setting> target;
-    SourcePosition target_at;
+    std::string source_type, target_type;  // empty: the job has none
+    std::vector<Setting> source, target;
+    SourcePosition source_at, target_at;
+    int source_instances = 1;
     // A retry of bad records: what was known of them when they were chosen (host/rejects); else empty.
     std::string retry_of;
+
+    bool has_source() const { return !source_type.empty(); }  // else a producer
+    bool has_target() const { return !target_type.empty(); }  // else a consumer
+    int readers() const { return has_source() ? source_instances : producer.instances; }
+    int writers() const { return has_target() ? 1 : consumer.instances; }
 };
 
 // --set step.Name=value and --instances N. The text is read as TOML where that works, else as text.

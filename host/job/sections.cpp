@@ -79,7 +79,7 @@ std::vector<std::string_view> TargetNames()
 }
 
 // The value as the key's kind wants it; false: complained of.
-bool ReadSetting(const Entry &entry, const TargetKey &key, SettingValue &setting,
+bool ReadSetting(const Entry &entry, const SettingKey &key, SettingValue &setting,
                  std::vector<Complaint> &found)
 {
     const Value &value = entry.value;
@@ -119,11 +119,11 @@ void ReadTargetKeys(const Value &section, const TargetKind &kind, Job &job,
                     std::vector<Complaint> &found)
 {
     std::vector<std::string_view> names = {"type"};
-    for (const TargetKey &key : kind.keys)
+    for (const SettingKey &key : kind.keys)
         names.emplace_back(key.name);
     for (const Entry &entry : section.entries) {
         const auto key = std::ranges::find(
-            kind.keys, entry.key, [](const TargetKey &row) { return std::string_view(row.name); });
+            kind.keys, entry.key, [](const SettingKey &row) { return std::string_view(row.name); });
         if (entry.key == "type")
             continue;
         if (key == kind.keys.end()) {
@@ -134,7 +134,7 @@ void ReadTargetKeys(const Value &section, const TargetKind &kind, Job &job,
         if (ReadSetting(entry, *key, setting.value, found))
             job.target.push_back(std::move(setting));
     }
-    for (const TargetKey &key : kind.keys) {
+    for (const SettingKey &key : kind.keys) {
         if (key.required && section.Find(key.name) == nullptr)
             found.push_back({job.target_at, fmt::format("{} is missing in [target]", key.name),
                              fmt::format("add {} = ..: {}", key.name, key.about)});

@@ -14,10 +14,10 @@
 
 #include <fcntl.h>
 
+#include "host/job/settings.h"
 #include "host/job/words.h"
 #include "host/system/unique_fd.h"
 #include "host/targets/output_file.h"
-#include "host/targets/settings.h"
 
 namespace fenwire {
 
@@ -33,7 +33,8 @@ void AppendWord(std::string &text, uint32_t word)
 class PreviewTarget final : public Target {
 public:
     explicit PreviewTarget(const Job &job)
-        : path_(PathSetting(job, "file")), wanted_(SettingOr<int64_t>(job, "rows", 0))
+        : path_(PathSetting(job, job.target, "file")),
+          wanted_(SettingOr<int64_t>(job.target, "rows", 0))
     {
     }
 

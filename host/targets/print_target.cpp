@@ -11,10 +11,10 @@
 
 #include <unistd.h>
 
+#include "host/job/settings.h"
 #include "host/job/words.h"
 #include "host/targets/kinds.h"
 #include "host/targets/output_file.h"
-#include "host/targets/settings.h"
 
 namespace fenwire {
 
@@ -25,9 +25,9 @@ struct PrintStyle {
     std::array<bool, 256> special = {};  // first bytes of what makes quotes necessary
 
     explicit PrintStyle(const Job &job)
-        : delimiter(SettingOr<std::string>(job, "delimiter", "|")),
-          quote(SettingOr<std::string>(job, "quote", "")),
-          null(SettingOr<std::string>(job, "null", ""))
+        : delimiter(SettingOr<std::string>(job.target, "delimiter", "|")),
+          quote(SettingOr<std::string>(job.target, "quote", "")),
+          null(SettingOr<std::string>(job.target, "null", ""))
     {
         for (const char first : {delimiter[0], quote.empty() ? '\n' : quote[0], '\n', '\r'})
             special[static_cast<uint8_t>(first)] = true;
@@ -66,7 +66,8 @@ struct PrintStyle {
 class PrintTarget final : public Target {
 public:
     explicit PrintTarget(const Job &job)
-        : style_(job), path_(PathSetting(job, "file")), header_(SettingOr(job, "header", false))
+        : style_(job), path_(PathSetting(job, job.target, "file")),
+          header_(SettingOr(job.target, "header", false))
     {
         for (const Column &column : job.columns)
             names_.push_back(column.name);
@@ -171,7 +172,7 @@ void CheckPrintSettings(const Job &job, std::vector<Complaint> &found)
 {
     const PrintStyle style(job);
     const auto complain = [&](const char *key, std::string what, const char *hint) {
-        found.push_back({PositionOf(job, key), std::move(what), hint});
+        found.push_back({PositionOf(job.target, job.target_at, key), std::move(what), hint});
     };
     const auto overlap = [](const std::string &a, const std::string &b) {
         return !a.empty() && !b.empty() && a.find(b) != std::string::npos;

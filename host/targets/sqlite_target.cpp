@@ -24,9 +24,9 @@
 #include <unistd.h>
 
 #include "host/job/column_types.h"
+#include "host/job/settings.h"
 #include "host/job/words.h"
 #include "host/targets/kinds.h"
-#include "host/targets/settings.h"
 #include "host/targets/sqlite_database.h"
 #include "host/targets/sqlite_table.h"
 #include "host/targets/text_check.h"
@@ -107,9 +107,10 @@ int64_t IntegerAt(const char *data, uint32_t length)
 class SqliteTarget final : public Target {
 public:
     explicit SqliteTarget(const Job &job)
-        : job_(job), file_(PathSetting(job, "file")),
-          table_(SettingOr<std::string>(job, "table", {})), create_(SettingOr(job, "create", true)),
-          replace_(SettingOr(job, "replace", false)), utf16_(IsUtf16(job.charset))
+        : job_(job), file_(PathSetting(job, job.target, "file")),
+          table_(SettingOr<std::string>(job.target, "table", {})),
+          create_(SettingOr(job.target, "create", true)),
+          replace_(SettingOr(job.target, "replace", false)), utf16_(IsUtf16(job.charset))
     {
         for (const Column &column : job.columns)
             storages_.push_back(SqliteStorageOf(column));
@@ -452,9 +453,9 @@ private:
 
 void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found)
 {
-    const std::string table = SettingOr<std::string>(job, "table", {});
+    const std::string table = SettingOr<std::string>(job.target, "table", {});
     if (UpperCase(table).starts_with("SQLITE_"))
-        found.push_back({PositionOf(job, "table"),
+        found.push_back({PositionOf(job.target, job.target_at, "table"),
                          fmt::format("{} can't be the table: SQLite keeps such names for itself",
                                      Quoted(table)),
                          "give it a name that does not begin with sqlite_"});

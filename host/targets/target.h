@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "host/job/job.h"
+#include "host/job/settings.h"
 #include "host/streams/row_record.h"
 
 namespace fenwire {
@@ -56,17 +56,10 @@ public:
     virtual void Abort() noexcept = 0;
 };
 
-struct TargetKey {
-    const char *name;
-    const char *kind;  // "text", "path", "integer", "yes/no", "table"
-    bool required;
-    const char *about;
-};
-
 struct TargetKind {
     const char *name;
     const char *about;
-    std::span<const TargetKey> keys;
+    std::span<const SettingKey> keys;
     std::unique_ptr<Target> (*make)(
         const Job &job);  // throws TargetError for settings that don't fit
     // Complaints about the settings that need no opening; appended.
@@ -78,6 +71,9 @@ struct TargetKind {
     std::string (*prepare_to_add)(Job &job);
     // Whether rows are only to be counted, where they are read. Null: they are carried to the target.
     bool (*only_counts)(const Job &job);
+    // The columns of the table that takes the rows, for [schema] from = "target". Throws TargetError.
+    // Null: the target has none by itself.
+    std::vector<Column> (*columns)(const Job &job);
 };
 
 std::span<const TargetKind> TargetKinds();

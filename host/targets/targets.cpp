@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <fmt/format.h>
 
+#include "host/job/settings.h"
 #include "host/job/words.h"
 #include "host/preview/preview_target.h"
 #include "host/targets/kinds.h"
-#include "host/targets/settings.h"
 
 namespace fenwire {
 
@@ -14,11 +14,11 @@ namespace {
 
 const char *AfterFailedNull(const Job &) { return "nothing was kept"; }
 
-bool NullOnlyCounts(const Job &job) { return !SettingOr<bool>(job, "checksum", false); }
+bool NullOnlyCounts(const Job &job) { return !SettingOr<bool>(job.target, "checksum", false); }
 
 const char *AfterFailedPrint(const Job &job)
 {
-    return FindSetting(job, "file") != nullptr
+    return FindSetting(job.target, "file") != nullptr
                ? "no file was written; what stood under its name still does"
                : "some rows may have gone to standard output";
 }
@@ -28,7 +28,7 @@ const char *AfterFailedSqlite(const Job &) { return "the database is as it was b
 // A file is written anew: what it holds would be gone.
 std::string AddToPrint(Job &job)
 {
-    const std::filesystem::path file = PathSetting(job, "file");
+    const std::filesystem::path file = PathSetting(job, job.target, "file");
     std::error_code none;
     if (file.empty() || !std::filesystem::exists(file, none))
         return {};
@@ -43,29 +43,29 @@ std::string AddToSqlite(Job &job)
 }
 
 // clang-format off
-constexpr TargetKey kPrintKeys[] = {
+constexpr SettingKey kPrintKeys[] = {
     {"file",      "path",   false, "the file to write; without it standard output"},
     {"delimiter", "text",   false, "stands between columns, \"|\" without it"},
     {"quote",     "text",   false, "one character around values that need it; without it nothing is quoted"},
     {"null",      "text",   false, "stands for NULL; without it nothing does"},
     {"header",    "yes/no", false, "a first line with the names of the columns"},
 };
-constexpr TargetKey kSqliteKeys[] = {
+constexpr SettingKey kSqliteKeys[] = {
     {"file",      "path",   true,  "the database"},
     {"table",     "text",   true,  "the table that takes the rows"},
     {"create",    "yes/no", false, "makes the table when it is not there; true without it"},
     {"replace",   "yes/no", false, "empties the table first, as part of the job; false without it"},
 };
-constexpr TargetKey kNullKeys[] = {
+constexpr SettingKey kNullKeys[] = {
     {"checksum",  "yes/no", false, "sums the rows up, which takes them to the target's process; false without it"},
 };
 constexpr TargetKind kTargets[] = {
     {"null", "counts rows where they are read, or sums them up; keeps nothing",
-     kNullKeys, MakeNullTarget, nullptr, AfterFailedNull, nullptr, NullOnlyCounts},
+     kNullKeys, MakeNullTarget, nullptr, AfterFailedNull, nullptr, NullOnlyCounts, nullptr},
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
-     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr},
+     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr, nullptr},
     {"sqlite", "a table of an SQLite database: all rows of the job, or none",
-     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr},
+     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr, nullptr},
 };
 // clang-format on
 

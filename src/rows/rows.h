@@ -13,6 +13,10 @@
 // file; 68: the read timed out; 29: the record's length is not the schema's; 19, 48: failures, reported.
 PxStatus FW_WriteRow(PxOperator *handle);
 
+// Takes the next row from the infrastructure and writes it to the current file. 43: it is written; 42: end
+// of data; 29: a column is longer than the schema allows; 48: failures, reported.
+PxStatus FW_ReadRow(PxOperator *handle);
+
 // A row's bytes and its columns in them.
 struct RowView {
     const uint8_t *data;

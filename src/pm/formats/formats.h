@@ -14,6 +14,17 @@ int pmrwfmtRtext(pmFile *file, pmRecord *record);
 // record is longer than the buffer; 34 and the back end's codes.
 int pmrwfmtWtext(pmFile *file, const pmRecord *record, bool flush);
 
+// Records with a length prefix: formats 2 to 7. Reader: 0; 9 at the end; 16: the bytes are no such record;
+// 17: it is longer than the buffer. Writer: likewise 17.
+int pmrwfmtRvli(pmFile *file, pmRecord *record);
+int pmrwfmtWvli(pmFile *file, const pmRecord *record, bool flush);
+
+// Records without any frame: format 8. The reader takes DataLength bytes, and fewer at the end of the file;
+// pmfmtRVarNone walks the schema's columns instead, to find where a row ends.
+int pmrwfmtRnone(pmFile *file, pmRecord *record);
+int pmrwfmtWnone(pmFile *file, const pmRecord *record, bool flush);
+int pmfmtRVarNone(pmFile *file, pmRecord *record);
+
 // The end-of-record mark of a written text file. It is a line feed in the width of the data.
 void SetWriterMark(pmFile *file);
 

@@ -1,0 +1,12 @@
+// host/sources/kinds.h - what the rows of kSources point at.
+
+#ifndef FENWIRE_HOST_SOURCES_KINDS_H
+#define FENWIRE_HOST_SOURCES_KINDS_H
+
+#include "host/sources/source.h"
+
+namespace fenwire {
+
+}  // namespace fenwire
+
+#endif

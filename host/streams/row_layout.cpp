@@ -1,0 +1,110 @@
+// host/streams/row_layout.cpp
+
+#include "host/streams/row_layout.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+namespace fenwire {
+
+namespace {
+
+constexpr uint32_t kInlineTypes[] = {39, 40, 65, 67};
+constexpr uint32_t kVariableTypes[] = {7, 8, 10, 13, 14, 41, 42, 61, 62, 66, 68};
+constexpr uint32_t kNumber = 63;
+
+bool Among(std::span<const uint32_t> types, uint32_t type)
+{
+    return std::ranges::find(types, type) != types.end();
+}
+
+// A length prefix of 1, 2 or 8 bytes. Only the first two of eight count: the rest must be zero, so what
+// does not fit any column comes out of it.
+uint64_t ReadPrefix(const uint8_t *at, uint32_t bytes)
+{
+    uint64_t length = 0;
+    memcpy(&length, at, bytes);
+    return length;
+}
+
+}  // namespace
+
+uint32_t PrefixBytes(uint32_t type)
+{
+    if (type == kNumber)
+        return 1;
+    if (Among(kInlineTypes, type))
+        return 8;
+    return Among(kVariableTypes, type) ? 2 : 0;
+}
+
+RowLayout::RowLayout(const std::vector<Column> &columns)
+{
+    for (const Column &column : columns) {
+        slots_.push_back({column.length, PrefixBytes(column.type)});
+        most_bytes_ += uint64_t{column.length} + slots_.back().prefix;
+    }
+    most_bytes_ += indicator_bytes();
+}
+
+bool RowLayout::Walk(const uint8_t *row, size_t bytes, uint8_t *indicators, uint32_t *offsets,
+                     uint32_t *lengths, uint32_t *bad) const
+{
+    uint64_t at = indicator_bytes();
+    uint32_t i = 0;
+    *bad = 1;
+    if (at > bytes)
+        return false;
+    for (const Slot &slot : slots_) {
+        uint64_t length = slot.length;
+        if (slot.prefix != 0) {
+            if (bytes - at < slot.prefix || (length = ReadPrefix(row + at, slot.prefix)) > slot.length)
+                return false;
+            at += slot.prefix;
+        }
+        if (bytes - at < length)
+            return false;
+        indicators[i] = row[i / 8] >> (7 - i % 8) & 1;
+        offsets[i] = static_cast<uint32_t>(at);
+        lengths[i] = static_cast<uint32_t>(length);
+        at += length;
+        *bad = ++i + 1;
+    }
+    return at == bytes;
+}
+
+void RowBuilder::Begin(uint8_t *to)
+{
+    row_ = to;
+    at_ = to + layout_.indicator_bytes();
+    column_ = 0;
+    memset(to, 0, layout_.indicator_bytes());
+}
+
+void RowBuilder::Null()
+{
+    const RowLayout::Slot &slot = layout_.slots()[column_];
+    const uint32_t zeros = slot.prefix != 0 ? slot.prefix : slot.length;
+    memset(at_, 0, zeros);
+    at_ += zeros;
+    row_[column_ / 8] |= static_cast<uint8_t>(0x80 >> column_ % 8);
+    ++column_;
+}
+
+bool RowBuilder::Put(const void *value, size_t bytes)
+{
+    const RowLayout::Slot &slot = layout_.slots()[column_];
+    if (slot.prefix == 0 ? bytes != slot.length : bytes > slot.length)
+        return false;
+    const uint64_t length = bytes;
+    memcpy(at_, &length, slot.prefix);
+    at_ += slot.prefix;
+    if (bytes != 0)
+        memcpy(at_, value, bytes);
+    at_ += bytes;
+    ++column_;
+    return true;
+}
+
+}  // namespace fenwire
