@@ -59,7 +59,8 @@ bool RowLayout::Walk(const uint8_t *row, size_t bytes, uint8_t *indicators, uint
     for (const Slot &slot : slots_) {
         uint64_t length = slot.length;
         if (slot.prefix != 0) {
-            if (bytes - at < slot.prefix || (length = ReadPrefix(row + at, slot.prefix)) > slot.length)
+            if (bytes - at < slot.prefix ||
+                (length = ReadPrefix(row + at, slot.prefix)) > slot.length)
                 return false;
             at += slot.prefix;
         }

@@ -93,9 +93,8 @@ bool CharacterStep(ScanState &s, uint32_t *width)
 
 void EnterCharacter(ScanState &s, uint32_t bytes) { CharacterLength[s.characters++] = bytes; }
 
-// A character of a column that is complete: nothing behind the column belongs to it, although the
-// length functions look up to three bytes ahead.
-static uint32_t Width(const uint8_t *at, uint32_t left)
+// The length functions look up to three bytes ahead, where nothing belongs to the character any more.
+uint32_t CharacterWidth(const uint8_t *at, uint32_t left)
 {
     uint8_t last[4] = {};
     uint32_t bytes = 1;
@@ -104,7 +103,7 @@ static uint32_t Width(const uint8_t *at, uint32_t left)
         memcpy(last, at, left);
         at = last;
     }
-    if (CharLengthFn(at, &bytes) == 0 || bytes == 0)
+    if (OptMBCerr == 0 || CharLengthFn(at, &bytes) == 0 || bytes == 0)
         return 1;
     return std::min(bytes, left);
 }
@@ -113,7 +112,7 @@ static void EnterUpto(ScanState &s, uint32_t column_bytes)
 {
     const uint8_t *data = s.begin + s.offset + s.opening;
     while (s.entered < column_bytes) {
-        const uint32_t width = Width(data + s.entered, column_bytes - s.entered);
+        const uint32_t width = CharacterWidth(data + s.entered, column_bytes - s.entered);
         EnterCharacter(s, width);
         s.entered += width;
     }
@@ -139,7 +138,7 @@ uint32_t FittingBytes(const uint8_t *data, uint32_t length, uint32_t maximum)
 {
     uint32_t taken = 0;
     while (taken < length) {
-        const uint32_t width = Width(data + taken, length - taken);
+        const uint32_t width = CharacterWidth(data + taken, length - taken);
         if (taken + width > maximum)
             break;
         taken += width;

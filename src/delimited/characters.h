@@ -29,6 +29,9 @@ void EnterSpecial(ScanState &s, uint32_t bytes, bool has_entry);
 // Lazily: enters what is still missing of a column of so many bytes.
 void EnterRest(ScanState &s, uint32_t column_length);
 
+// Bytes of the character at a place with so many bytes left, at least 1, none of which is read over.
+uint32_t CharacterWidth(const uint8_t *at, uint32_t left);
+
 // Bytes of the characters at data that fit into a maximum.
 uint32_t FittingBytes(const uint8_t *data, uint32_t length, uint32_t maximum);
 

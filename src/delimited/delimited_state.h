@@ -58,6 +58,11 @@ inline size_t TargetBufferSize = 0;      // without the slack behind it
 inline uint8_t *RawCopy = nullptr;
 inline size_t RawCopySize = 0;
 
+// ---- A record that is written ------------------------------------------------------------------
+// Writers: delimited/create.cpp
+inline uint8_t *CreatedText = nullptr;
+inline uint64_t CreatedTextSize = 0;  // without the slack behind it
+
 // ---- Character lengths of the open column -----------------------------------------------------
 // Writers: delimited/characters.cpp
 inline uint32_t *CharacterLength = nullptr;  // bytes of each character, in order

@@ -7,6 +7,7 @@
 #include "attributes/attributes.h"
 #include "delimited/assemble.h"
 #include "delimited/characters.h"
+#include "delimited/create.h"
 #include "delimited/delimited.h"
 #include "delimited/delimited_state.h"
 #include "delimited/raw_record.h"
@@ -227,4 +228,5 @@ void FreeDelimitedBuffers()
     FreeCharacterLength();
     FreeIndex();
     FreeRawCopy();
+    FreeCreatedText();
 }
