@@ -7,6 +7,9 @@
 
 namespace fenwire {
 
+std::unique_ptr<Source> MakeGeneratorSource(const Job &job);
+void CheckGeneratorSettings(const Job &job, std::vector<Complaint> &found);
+
 }  // namespace fenwire
 
 #endif

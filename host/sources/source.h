@@ -54,6 +54,7 @@ struct SourceKind {
     // itself.
     std::vector<Column> (*columns)(const Job &job);
     bool only_one_instance;
+    bool wants_stdin;  // its process keeps the standard input that the user gave
 };
 
 std::span<const SourceKind> SourceKinds();

@@ -1,7 +1,6 @@
 // host/sources/sources.cpp - the table of sources.
 
 #include <algorithm>
-#include <array>
 #include <fmt/format.h>
 
 #include "host/job/words.h"
@@ -12,7 +11,18 @@ namespace fenwire {
 namespace {
 
 // clang-format off
-constexpr std::array<SourceKind, 0> kSources = {};
+constexpr SettingKey kGeneratorKeys[] = {
+    {"rows",      "integer", true,  "how many rows there are"},
+    {"seed",      "integer", false, "another number makes other rows; 1 without it"},
+    {"nulls",     "integer", false, "how many values of a hundred are NULL; 0 without it"},
+    {"text",      "text",    false, "what text is made of: \"plain\" letters and digits, as without it; with \"marks\" also delimiters, quotes, backslashes and line ends; with \"utf8\" also characters of several bytes; \"all\" of it"},
+    {"edges",     "yes/no",  false, "whether least, greatest, empty and longest values come up often; without it text is never empty"},
+    {"repeat",    "integer", false, "so many different rows are made, which then come again and again; without it every row is made anew"},
+};
+constexpr SourceKind kSources[] = {
+    {"generator", "rows made by rule, the same for the same seed, however many instances share them",
+     kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, false},
+};
 // clang-format on
 
 }  // namespace
@@ -21,10 +31,9 @@ std::span<const SourceKind> SourceKinds() { return kSources; }
 
 const SourceKind *FindSourceKind(const std::string &name)
 {
-    const auto kinds = SourceKinds();
-    const auto kind = std::ranges::find_if(
-        kinds, [&](const SourceKind &row) { return std::string_view(row.name) == name; });
-    return kind != kinds.end() ? &*kind : nullptr;
+    const auto *kind = std::ranges::find_if(
+        kSources, [&](const SourceKind &row) { return std::string_view(row.name) == name; });
+    return kind != std::end(kSources) ? kind : nullptr;
 }
 
 std::unique_ptr<Source> MakeSource(const Job &job)

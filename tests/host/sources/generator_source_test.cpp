@@ -1,0 +1,194 @@
+// tests/host/sources/generator_source_test.cpp - rows by rule: the same for every share, and all valid.
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <set>
+
+#include "host/job/column_types.h"
+#include "tests/host/sources/source_rows.h"
+
+using namespace fenwire;
+
+namespace {
+
+Job GeneratorJob(const std::vector<std::string> &columns, std::vector<Setting> settings)
+{
+    Job job;
+    job.columns = Columns(columns);
+    job.source_type = "generator";
+    job.source = std::move(settings);
+    return job;
+}
+
+Setting Number(const char *key, int64_t value) { return {key, value, {}}; }
+
+template <class Type>
+Type As(const Value &value, size_t at = 0)
+{
+    Type result;
+    memcpy(&result, value->data() + at, sizeof result);
+    return result;
+}
+
+// Each type once, with the lengths that it needs.
+std::vector<std::string> EveryType()
+{
+    std::vector<std::string> columns;
+    for (const ColumnType &type : ColumnTypes()) {
+        std::string name(type.name);
+        if (type.rule == SizeRule::Bytes)
+            name += "(8)";
+        else if (type.rule == SizeRule::Decimal)
+            name += "(7,2)";
+        columns.push_back("c" + std::to_string(columns.size()) + " " + name);
+    }
+    return columns;
+}
+
+bool IsDay(int year, unsigned month, unsigned day)
+{
+    return std::chrono::year_month_day(std::chrono::year(year), std::chrono::month(month),
+                                       std::chrono::day(day))
+        .ok();
+}
+
+}  // namespace
+
+TEST(GeneratorSource, EveryShareOfTheRowsMakesTheSameSet)
+{
+    for (const int64_t repeat : {0, 7}) {
+        std::vector<Setting> settings = {Number("rows", 20),
+                                         Number("nulls", 20),
+                                         {"edges", true, {}},
+                                         {"text", std::string("all"), {}}};
+        if (repeat != 0)
+            settings.push_back(Number("repeat", repeat));
+        const Job job = GeneratorJob(EveryType(), settings);
+        const std::vector<std::string> whole = RowsOf(job).kept;
+        EXPECT_EQ(std::set(whole.begin(), whole.end()).size(), repeat != 0 ? 7 : 20);
+        for (const int parts : {2, 7, 21}) {
+            std::vector<std::string> shared;
+            for (int part = 1; part <= parts; ++part) {
+                const auto some = RowsOf(job, part, parts).kept;
+                shared.insert(shared.end(), some.begin(), some.end());
+            }
+            EXPECT_EQ(shared, whole) << parts << " parts, repeat " << repeat;
+        }
+        std::vector<Setting> other = settings;
+        other.push_back(Number("seed", 2));
+        EXPECT_NE(RowsOf(GeneratorJob(EveryType(), other)).kept, whole);
+    }
+}
+
+TEST(GeneratorSource, NullsComeAsOftenAsAskedFor)
+{
+    for (const int64_t percent : {0, 30, 100}) {
+        const KeepingOutlet rows = RowsOf(GeneratorJob(
+            {"a INTEGER", "b VARCHAR(3)"}, {Number("rows", 2000), Number("nulls", percent)}));
+        int64_t nulls = 0;
+        for (size_t i = 0; i < rows.rows(); ++i)
+            nulls += std::ranges::count(rows.Values(i), Value());
+        EXPECT_NEAR(static_cast<double>(nulls), 40.0 * static_cast<double>(percent),
+                    percent % 100 == 0 ? 0 : 200);
+    }
+}
+
+TEST(GeneratorSource, ValuesAreValidForTheirTypes)
+{
+    const std::vector<std::string> columns = {"dec DECIMAL(5,2)",
+                                              "big DECIMAL(38,9)",
+                                              "num NUMBER",
+                                              "num2 NUMBER(6,2)",
+                                              "day INTDATE",
+                                              "ansi ANSIDATE",
+                                              "at TIMESTAMP(2) WITH TIME ZONE",
+                                              "days PERIOD(INTDATE)",
+                                              "span PERIOD(TIMESTAMP(0))",
+                                              "real FLOAT",
+                                              "flag BOOLEAN",
+                                              "time TIME(0)"};
+    const KeepingOutlet rows =
+        RowsOf(GeneratorJob(columns, {Number("rows", 5000), {"edges", true, {}}}));
+    bool negative_zero = false, whole_decimal = false;
+    for (size_t i = 0; i < rows.rows(); ++i) {
+        const Row row = rows.Values(i);
+        EXPECT_LE(std::abs(As<int32_t>(row[0])), 99999);
+        whole_decimal |= As<int32_t>(row[0]) == -99999;
+        EXPECT_LE(As<int64_t>(row[1], 8), 5421010862427522170);  // 10^38 / 2^64
+        EXPECT_GE(As<int64_t>(row[1], 8), -5421010862427522171);
+        EXPECT_TRUE(row[2]->empty() || row[2]->size() >= 3);
+        if (!row[3]->empty()) {
+            EXPECT_EQ(As<int16_t>(row[3]), 2);
+            EXPECT_LE(row[3]->size(), 5u);
+        }
+        const int32_t day = As<int32_t>(row[4]) + 19000000;
+        EXPECT_TRUE(IsDay(day / 10000, day / 100 % 100, day % 100)) << day;
+        EXPECT_TRUE(IsDay(std::stoi(row[5]->substr(0, 4)),
+                          static_cast<unsigned>(std::stoi(row[5]->substr(5, 2))),
+                          static_cast<unsigned>(std::stoi(row[5]->substr(8)))));
+        EXPECT_EQ(As<uint32_t>(row[6]) % 10000, 0u);
+        EXPECT_TRUE(IsDay(As<uint16_t>(row[6], 4), As<uint8_t>(row[6], 6), As<uint8_t>(row[6], 7)));
+        EXPECT_LE(As<uint8_t>(row[6], 10), 30);
+        EXPECT_LE(As<int32_t>(row[7]), As<int32_t>(row[7], 4));
+        const auto moment = [&](size_t from) {
+            return std::tuple(As<uint16_t>(row[8], from + 4), As<uint8_t>(row[8], from + 6),
+                              As<uint8_t>(row[8], from + 7), As<uint8_t>(row[8], from + 8),
+                              As<uint8_t>(row[8], from + 9), As<uint32_t>(row[8], from));
+        };
+        EXPECT_LE(moment(0), moment(10));
+        const auto real = As<double>(row[9]);
+        EXPECT_TRUE(std::isfinite(real));
+        negative_zero |= real == 0 && std::signbit(real);
+        EXPECT_LE(As<uint8_t>(row[10]), 1);
+        EXPECT_LE(As<uint32_t>(row[11]), 59000000u);
+        EXPECT_LT(As<uint8_t>(row[11], 4), 24);
+    }
+    EXPECT_TRUE(negative_zero && whole_decimal) << "edges come up";
+}
+
+TEST(GeneratorSource, TextHoldsWhatItsStyleSays)
+{
+    const struct {
+        const char *style, *charset;
+        std::string_view some;  // of these bytes some come up; none of the next
+        std::string_view none;
+    } cases[] = {
+        {"plain", "UTF8", "aZ9", "\"\n\\|, \xC3"},
+        {"marks", "UTF8", "a\"\n\\|,\t", "\xC3\xF0"},
+        {"utf8", "UTF8", "a\xC3\xE3\xF0", "\"\n,"},
+        {"all", "UTF8", "a\"\n\xC3\xF0", ""},
+        {"plain", "UTF16", std::string_view("a\0", 2), "\"\n"},
+    };
+    for (const auto &row : cases) {
+        Job job = GeneratorJob(
+            {"v VARCHAR(41)", "f CHAR(20)"},
+            {Number("rows", 300), {"edges", true, {}}, {"text", std::string(row.style), {}}});
+        job.charset = row.charset;
+        const KeepingOutlet rows = RowsOf(job);
+        std::string all;
+        bool empty = false, longest = false;
+        const size_t most = job.charset == "UTF16" ? 40 : 41;
+        for (size_t i = 0; i < rows.rows(); ++i) {
+            const Value value = rows.Values(i)[0];
+            empty |= value->empty();
+            longest |= value->size() == most;
+            EXPECT_EQ(value->size() % (job.charset == "UTF16" ? 2 : 1), 0u);
+            all += *value;
+        }
+        EXPECT_TRUE(empty && longest) << row.style;
+        for (const char c : row.some)
+            EXPECT_NE(all.find(c), std::string::npos) << row.style << " " << static_cast<int>(c);
+        EXPECT_EQ(all.find_first_of(row.none), std::string::npos) << row.style;
+    }
+}
+
+TEST(GeneratorSource, ColumnsThatNoCharacterFitsAreRefused)
+{
+    for (const char *column : {"d ANSIDATE", "c CHAR(5)"}) {
+        Job job = GeneratorJob({column}, {Number("rows", 1)});
+        job.charset = "UTF16";
+        EXPECT_THROW(MakeSource(job), SourceError) << column;
+    }
+}
