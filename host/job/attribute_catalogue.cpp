@@ -37,8 +37,8 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "Of earlier versions; the size of the buffers is chosen by the operator."},
 
     // ---- Format ------------------------------------------------------------------------------------
-    {.name = "Format",                     .kind = Word,             .group = AttributeGroup::Format,      .required = true, .words = "Delimited Text", .coming = "Binary Binary4 Formatted Formatted2 Formatted4 Unformatted",
-     .about = "Layout of the files. Delimited: columns separated by TextDelimiter, one record a line. Text: columns of fixed width, one record a line."},
+    {.name = "Format",                     .kind = Word,             .group = AttributeGroup::Format,      .required = true, .words = "Delimited Text Formatted Formatted4 Binary Binary4 Unformatted", .also = "Formatted2",
+     .about = "Layout of the files. Delimited: columns separated by TextDelimiter, one record a line. Text: columns of fixed width, one record a line. The others hold binary rows: Formatted with a length in front and a line end behind, Binary with a length, Unformatted with neither; a 4 stands for lengths of four bytes."},
     {.name = "IndicatorMode",              .kind = YesNo,            .group = AttributeGroup::Format,      .support = Support::NoOnly, .feature = "records with indicator bytes", .absent = "No",
      .about = "Records begin with bytes that say which columns are NULL."},
     {.name = "EndianFlip",                 .kind = YesNo,            .group = AttributeGroup::Format,      .absent = "No",

@@ -12,6 +12,7 @@
 #include "rows/changed_rows.h"
 #include "schema/insert_filename.h"
 #include "schema/schema_state.h"
+#include "schema/var_fields.h"
 
 namespace {
 
@@ -80,7 +81,7 @@ PxStatus AccessFailed(const char *routine, int code)
 
 // ---- FW_FenwireOpen ----------------------------------------------------------------------------
 
-constexpr uint32_t kTextFormat = 1;
+constexpr uint32_t kTextFormat = 1, kUnformatted = 8;
 
 // The longest record that the schema can make, for back ends that want to know. extra: delimited,
 // and read.
@@ -169,6 +170,7 @@ PxStatus FW_FenwireOpen(const char *path)
         FW_ERROR("'%s' is the record error file of this job", path);
         return FW_Fatal<19996>(path);
     }
-    // The reader of unformatted records with variable fields is put in here.
+    if (FileFormat == kUnformatted && SG_VARtypesFlag != 0)
+        pmSetReader(pmfp, pmfmtRVarNone);
     return NoteFilename(path);
 }

@@ -15,7 +15,6 @@
 namespace {
 
 constexpr int32_t kExpandedBuffer = 1048586, kSharedBuffer = 1048575;
-constexpr uint32_t kTextFormat = 1;
 
 // Before the schema, whose rules look at it.
 void SetBufferSize()
@@ -53,9 +52,6 @@ PxStatus ValidateParsingCase()
 // All rules of attributes and schema have been held to the job before this.
 PxStatus CheckAvailable()
 {
-    // Binary formats: their readers and writers.
-    if (FileFormat != kTextFormat)
-        return NotAvailable("Format", "a format other than TEXT and DELIMITED");
     // Writing files: a consumer takes rows and writes them.
     if (OperatorType != 1)
         return NotAvailable("OpenMode", "writing files");

@@ -9,13 +9,15 @@
 #include "pm/pm_state.h"
 
 // clang-format off
-constexpr pmFormatter kTextFormatter = {pmrwfmtRtext, pmrwfmtWtext, "text formatted I/O"};
+constexpr pmFormatter kTextFormatter = {pmrwfmtRtext, pmrwfmtWtext, "text formatted I/O"},
+                      kVliFormatter = {pmrwfmtRvli, pmrwfmtWvli, "VLI formatted I/O"},
+                      kBareFormatter = {pmrwfmtRnone, pmrwfmtWnone, "un-formatted I/O"};
 
 const pmFormatter *const kFormatters[9] = {
     nullptr,
-    &kTextFormatter,                                       // 1 TEXT, DELIMITED
-    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,  // 2 to 7: records with a length prefix come in here
-    nullptr,                                               // 8 UNFORMATTED comes in here
+    &kTextFormatter,  // 1 TEXT, DELIMITED
+    &kVliFormatter, &kVliFormatter, &kVliFormatter, &kVliFormatter, &kVliFormatter, &kVliFormatter,
+    &kBareFormatter,  // 8 UNFORMATTED
 };
 // clang-format on
 

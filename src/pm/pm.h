@@ -109,7 +109,11 @@ int pmFlush(pmToken file);  // what was written so far is on the device
 // written as one, where it would be left out. To be called before the first record.
 int pmSetExact(pmToken file);
 
-// Where in its file the record begins that pmRead answered last. -1 when there is none, or when the
+// From here on this function finds the file's records, in place of its format's.
+struct pmFile;
+int pmSetReader(pmToken file, int (*reader)(pmFile *file, pmRecord *record));
+
+// Where in its file the record begins that pmRead answered last, its length prefix included. -1 when there is none, or when the
 // file has no offsets, as a pipe.
 int64_t pmRecordOffset(pmToken file);
 

@@ -4,6 +4,7 @@
 
 #include "attributes/attributes_state.h"
 #include "pm/formats/formats.h"
+#include "pm/formats/length_prefix.h"
 #include "pm/handles.h"
 
 namespace {
@@ -111,13 +112,23 @@ int pmSetExact(pmToken handle)
     return pmrcOk;
 }
 
+int pmSetReader(pmToken handle, int (*reader)(pmFile *file, pmRecord *record))
+{
+    int code = pmrcOk;
+    pmFile *file = EnterFile(__func__, handle, &code);
+    if (file != nullptr)
+        file->Fmt.FmtRead = *reader;
+    return code;
+}
+
 int64_t pmRecordOffset(pmToken handle)
 {
     int code = pmrcOk;
     const pmFile *file = EnterFile(__func__, handle, &code);
     if (file == nullptr || file->Served == nullptr || file->bOffsetKnown == 0)
         return -1;
-    return static_cast<int64_t>(file->BufferOffset) + (file->Served - file->Buffer);
+    return static_cast<int64_t>(file->BufferOffset) + (file->Served - file->Buffer) -
+           kFrames[file->Format].prefix;
 }
 
 int pmIdentity(pmToken handle, PmIdentity *identity)

@@ -134,6 +134,27 @@ PxStatus SettleVerdict(int32_t number)
     return PXSTC_Success;
 }
 
+PxStatus SettleFault(const RowFault &fault)
+{
+    const bool lob = fault.end == WalkEnd::LobLength;
+    const int32_t column = fault.walk.column;
+    char reason[512];
+
+    pmBufferOrig = pmBuffer;
+    if (lob)
+        snprintf(reason, sizeof reason, "%s", "LOB column data length error");
+    else
+        snprintf(reason, sizeof reason,
+                 "VAR field length error in field %d, '%.255s'. Expected max length %u, received "
+                 "%u.",
+                 column + 1, SG_ColNames[column], SG_ColLensBase[column], fault.walk.length);
+    if (SG_ContinueOnRowError != 0)
+        FW_WARN(1, "%s", reason);
+    const PxStatus status =
+        LeaveOutRecord({.reason = reason, .message = lob ? 19151U : 19112U, .column = column + 1});
+    return status != PXSTC_Success ? status : ReportRowFault(fault);
+}
+
 PxStatus SettleLength(uint32_t expected)
 {
     char reason[128];

@@ -24,6 +24,7 @@
 #include "schema/schema_state.h"
 
 static constexpr uint32_t kNoLimit = 0xFFFFFFFF;
+static constexpr uint32_t kTextFormat = 1, kUnformatted = 8;
 
 // ---- Limit -------------------------------------------------------------------------------------
 
@@ -55,12 +56,26 @@ static PxStatus ReadFailed(int code)
     return FW_Fatal<19305>();
 }
 
-// Unformatted records without variable columns are read by their length; that format comes in here.
+// A record without a frame is as long as a row without variable columns.
+static bool IsReadByLength() { return FileFormat == kUnformatted && SG_VARtypesFlag == 0; }
+
+static PxStatus ByteCountError()
+{
+    FW_ERROR("%s byte count error.  Expected %u, received %u!", "Record", TotalFixedLength,
+             pmBuffer.DataLength);
+    DumpFileInfo(-1);
+    return FW_Fatal<19102>(pmBuffer.RecCount, "Record", TotalFixedLength, pmBuffer.DataLength);
+}
+
 static PxStatus ReadRecord()
 {
+    const bool by_length = IsReadByLength();
+    if (by_length)
+        pmBuffer.DataLength = TotalFixedLength;
     const int code = pmRead(pmfp, &pmBuffer);
     if (code == pmrcOk) [[likely]]
-        return PXSTC_Success;
+        return by_length && pmBuffer.DataLength != TotalFixedLength ? ByteCountError()
+                                                                    : PxStatus{PXSTC_Success};
     switch (code) {
     case pmrcNoEOR:
         return bAcceptEOFasEOR != 0 ? PxStatus{PXSTC_Success} : ReadFailed(code);
@@ -113,15 +128,23 @@ static PxStatus NextRecord()
 
 // ---- Cut ---------------------------------------------------------------------------------------
 
-// expected_length: what the schema makes of the record. 0; 45: it is left out; 48.
-static PxStatus CutRecord(uint32_t *expected_length)
+// A row whose columns say themselves how long they are.
+static PxStatus CutByLengths(uint32_t *expected_length)
 {
-    if (SG_VARtypesFlag == 0) {
-        *expected_length = TotalFixedLength;
-        return pmBuffer.DataLength == TotalFixedLength ? PXSTC_Success
-                                                       : SettleLength(TotalFixedLength);
+    RowFault fault;
+    if (FileFormat ==
+        kUnformatted) {  // its reader has found the columns, or would not know its end
+        *expected_length = pmBuffer.DataLength;
+        return PXSTC_Success;
     }
-    // Formats with variable fields other than delimited text are cut by their length prefixes here.
+    const PxStatus status = FW_SetVarFields(expected_length, &fault);
+    if (status == PXSTC_RowError) [[unlikely]]
+        return SettleFault(fault);
+    return *expected_length == pmBuffer.DataLength ? PXSTC_Success : SettleLength(*expected_length);
+}
+
+static PxStatus CutDelimited(uint32_t *expected_length)
+{
     const int32_t verdict = ExtractDelimitedText();
     if (bUnclosedQuote != 0) [[unlikely]]
         WarnOfUnclosedQuote();
@@ -137,6 +160,18 @@ static PxStatus CutRecord(uint32_t *expected_length)
         CountIgnoredExcess();
     *expected_length = pmBuffer.DataLength;
     return PXSTC_Success;
+}
+
+// expected_length: what the schema makes of the record. 0; 45: it is left out; 48.
+static PxStatus CutRecord(uint32_t *expected_length)
+{
+    if (SG_VARtypesFlag == 0) {
+        *expected_length = TotalFixedLength;
+        return pmBuffer.DataLength == TotalFixedLength ? PXSTC_Success
+                                                       : SettleLength(TotalFixedLength);
+    }
+    return FileFormat == kTextFormat ? CutDelimited(expected_length)
+                                     : CutByLengths(expected_length);
 }
 
 // The next record that a row can be made of. Each one that is passed over, or ends the job, was read and

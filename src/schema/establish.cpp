@@ -14,6 +14,7 @@
 #include "schema/insert_filename.h"
 #include "schema/schema_state.h"
 #include "schema/type_table.h"
+#include "schema/var_fields.h"
 
 namespace {
 
@@ -339,6 +340,8 @@ PxStatus FW_EstablishSchema()
         return status;
     if (const PxStatus status = AllocateDateRow())
         return status;
+    if (const PxStatus status = PrepareWalk())
+        return status;
     if (const PxStatus status = CheckFormatRules(verdicts))
         return status;
     FW_TRACE(1, "SG_VARtypesFlag=%u, NumIndBytes=%u, TotalFixedLength=%u", SG_VARtypesFlag,
@@ -361,5 +364,6 @@ void FreeSchema()
     Release(&SG_IsVarType);
     FreeFilenameColumn();
     FreeDateColumns();
+    FreeWalk();
     SG_ColCount = 0;
 }

@@ -11,7 +11,7 @@
 #include "infrastructure/infrastructure.h"
 
 // ---- Columns ----------------------------------------------------------------------------------
-// Writers: schema/establish.cpp delimited/extract.cpp rows/insert_filename.cpp rows/date_columns.cpp
+// Writers: schema/establish.cpp schema/var_fields.cpp delimited/extract.cpp rows/insert_filename.cpp rows/date_columns.cpp
 // Filled through ScanState: delimited/column_close.h, delimited/column_close.cpp, delimited/assemble.cpp
 inline PxSchema *schemaHandle = nullptr;
 inline int32_t SG_ColCount = 0;
@@ -33,6 +33,24 @@ inline uint32_t TotalFixedLength = 0;   // bytes of a row with every column at i
 inline uint32_t BufferFixedLength = 0;  // NumIndBytes and the declared lengths, without prefixes
 inline uint32_t ConvertDelimitedData = 0;
 inline int32_t DelimitedExtraLength = 0;
+
+// A run of fixed columns, and the column with a length that stands behind it.
+struct WalkStep {
+    int32_t first_column = 0;
+    int32_t run_columns = 0;
+    uint32_t run_bytes = 0;
+    uint32_t prefix = 0;  // bytes of the length; 0: the row ends with the run
+    uint32_t most = 0;    // declared bytes of the column behind it
+};
+
+// ---- The steps that a binary row is walked in -------------------------------------------------
+// Writers: schema/var_fields.cpp
+struct WalkSteps {
+    WalkStep *first = nullptr;
+    uint32_t steps = 0;
+    uint32_t *place_in_run = nullptr;  // by column: of the fixed ones
+};
+inline WalkSteps Walk;
 
 // ---- The column that takes the input file's name ----------------------------------------------
 // It is no data column: the arrays and SG_ColCount are without it.

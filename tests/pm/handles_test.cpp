@@ -114,7 +114,6 @@ TEST_F(Handles, OpenRefusesWhatItCanNotServe)
     EXPECT_EQ(open(path, 0), pmrcBadParameter);
     EXPECT_EQ(open(path, kOpenWriteAppend | kOpenPrivate), pmrcBadParameter);
     EXPECT_EQ(open(path, kOpenRead, 0), pmrcBadFormat);
-    EXPECT_EQ(open(path, kOpenRead, 2), pmrcBadFormat);
     EXPECT_EQ(open(path, kOpenRead, 9), pmrcBadFormat);
     EXPECT_EQ(open(path, kOpenRead, 1, true), pmrcUnsupported);
     EXPECT_EQ(open(longer), pmrcNameTooLong);

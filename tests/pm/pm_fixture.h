@@ -57,8 +57,8 @@ protected:
 
     int Open(const std::string &path, uint32_t buffer_size = 1024, uint16_t mode = kOpenRead)
     {
-        return pmOpen(mode, false, 1, nullptr, buffer_size, 0, path.c_str(), module, nullptr,
-                      &file);
+        return pmOpen(mode, false, file_format, nullptr, buffer_size, 0, path.c_str(), module,
+                      nullptr, &file);
     }
 
     void OpenText(const std::string &bytes, uint32_t buffer_size = 1024)
@@ -98,6 +98,7 @@ protected:
     Fake fake;
     TempDirectory directory;
     pmToken module = 0, file = 0;
+    uint32_t file_format = 1;
 };
 
 #endif

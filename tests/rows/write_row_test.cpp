@@ -57,6 +57,7 @@ protected:
         fake.op()->PX_Loginit(fake.op(), "load", 1, "private", 0, &Private_loghandle);
         FW_TraceLvl = 2;
         reading_answers = true;
+        FileFormat = 1;
         snprintf(CurrentFullPath, sizeof CurrentFullPath, "in/a.csv");
         SetColumns({3, 3});
         SetMark(TextDelimiter, "|");

@@ -210,9 +210,12 @@ void Fake::FillSchema()
     s.PX_GetRow = [](PxSchema *, int32_t *, const uint8_t **, const uint32_t **, const uint32_t **,
                      void **, uint32_t *) { return PxStatus{PXSTC_EndOfData}; };
     s.PX_PutRow = [](PxSchema *schema, int32_t count, const uint8_t *indicators,
-                     const uint32_t *offsets, const uint32_t *lengths, const void *row, uint32_t) {
+                     const uint32_t *offsets, const uint32_t *lengths, const void *row,
+                     uint32_t row_length) {
         Fake &f = Of(schema);
         std::string shown;
+        if (count == 0)
+            shown.assign(static_cast<const char *>(row), row_length);
         for (int32_t i = 0; i < count; ++i) {
             shown += i > 0 ? "|" : "";
             shown += indicators[i] != 0

@@ -50,7 +50,8 @@ public:
     std::string console;
     std::string private_log_name;
     int exit_code = 0;
-    std::vector<std::string> rows;        // "a|NULL|c": the columns of each row that was put
+    std::vector<std::string>
+        rows;  // "a|NULL|c": the columns of each row that was put; or its bytes
     std::vector<std::string> statistics;  // "125=0"
     std::vector<PxFileCounts> file_counts;
     std::map<std::string, std::vector<std::string>> globals;  // elements

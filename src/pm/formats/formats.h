@@ -20,10 +20,19 @@ int pmrwfmtRvli(pmFile *file, pmRecord *record);
 int pmrwfmtWvli(pmFile *file, const pmRecord *record, bool flush);
 
 // Records without any frame: format 8. The reader takes DataLength bytes, and fewer at the end of the file;
-// pmfmtRVarNone walks the schema's columns instead, to find where a row ends.
+// where the schema says how long a row is, pmSetReader puts another one in its place.
 int pmrwfmtRnone(pmFile *file, pmRecord *record);
 int pmrwfmtWnone(pmFile *file, const pmRecord *record, bool flush);
-int pmfmtRVarNone(pmFile *file, pmRecord *record);
+
+inline int NoRecord(pmRecord *record, int code)
+{
+    record->Data = nullptr;
+    record->DataLength = 0;
+    return code;
+}
+
+// A writer that was called for nothing: traced, with its words as the text of code 34; 34.
+int WriteLogicError();
 
 // The end-of-record mark of a written text file. It is a line feed in the width of the data.
 void SetWriterMark(pmFile *file);

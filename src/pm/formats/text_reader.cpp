@@ -31,13 +31,11 @@ int Overflow(const TextScan &scan)
     return pmrcOverflow;
 }
 
-int NoRecord(pmRecord *record, int code)
+int ReadFailed(pmRecord *record, int code)
 {
-    record->Data = nullptr;
-    record->DataLength = 0;
     if (code != pmrcEOF)
         PM_TRACE(1, "!ERROR! rcode=%d", code);
-    return code;
+    return NoRecord(record, code);
 }
 
 // The file ended before the mark. The rest of it is the record, whatever the scan has looked at.
@@ -124,7 +122,7 @@ int pmrwfmtRtext(pmFile *file, pmRecord *record)
     if (code == pmrcOk && file->BeginningOfFile != 0) [[unlikely]]
         code = CheckForMarkOnly(scan);
     if (code != pmrcOk && !(code == pmrcNoEOR && bAcceptEOFasEOR != 0)) [[unlikely]]
-        return NoRecord(record, code);
+        return ReadFailed(record, code);
     Emit(scan, record);
     return code;
 }

@@ -15,14 +15,6 @@ namespace {
 
 constexpr uint8_t kLf = 0x0A;
 
-int LogicError()
-{
-    constexpr char kWords[] = "Internal logic error in PMRWFMT";
-    PM_TRACE(1, "!ERROR! %s", kWords);
-    pmSetErrTxt(kWords, sizeof kWords - 1);
-    return pmrcText;
-}
-
 void PutBytes(pmFile *file, const void *bytes, uint32_t length)
 {
     if (length == 0)
@@ -35,7 +27,7 @@ int PutUtf16ByteOrderMark(pmFile *file)
 {
     if (file->Endian != kBigEndian && file->Endian != kLittleEndian) {
         PM_TRACE(1, "Invalid %s BOM (FileInfo->Endian) setting!", "UTF16");
-        return LogicError();
+        return WriteLogicError();
     }
     const bool little = file->Endian == kLittleEndian;
     PM_TRACE(1, "Prepending %s endian Byte Order Mark (BOM)", little ? "LITTLE" : "BIG");
@@ -89,6 +81,16 @@ int PutRecord(pmFile *file, const pmRecord &record)
 
 }  // namespace
 
+// Kept: whichever writer it is, the trace names the text writer.
+int WriteLogicError()
+{
+    constexpr char kWords[] = "Internal logic error in PMRWFMT";
+    if (pmTraceLvl > 1)
+        pmTraceLine("pmrwfmtWtext", "!ERROR! %s", kWords);
+    pmSetErrTxt(kWords, sizeof kWords - 1);
+    return pmrcText;
+}
+
 void SetWriterMark(pmFile *file)
 {
     const bool wide = CharSetFamily == kFamilyUtf16;
@@ -101,7 +103,7 @@ void SetWriterMark(pmFile *file)
 int pmrwfmtWtext(pmFile *file, const pmRecord *record, bool flush)
 {
     if (record == nullptr && !flush)
-        return LogicError();
+        return WriteLogicError();
     if (record != nullptr && (record->DataLength != 0 || file->bExact != 0)) {
         if (const int code = PutRecord(file, *record); code != pmrcOk)
             return code;
