@@ -18,7 +18,8 @@ struct InstanceSnapshot {
     std::string file;         // the file it reads now; empty: none
     uint64_t file_bytes = 0;  // its size; 0: not known
     uint64_t file_read = 0;   // how far it has read
-    uint64_t rows = 0;        // handed over so far
+    uint64_t rows = 0;        // handed over, or written, so far
+    std::string step = {};    // "producer", "source", "consumer"
 };
 
 struct JobSnapshot {
@@ -29,7 +30,10 @@ struct JobSnapshot {
     uint64_t rows = 0;
     uint64_t refused = 0;
     uint32_t files = 0, files_done = 0;
-    std::vector<InstanceSnapshot> instances;
+    // Of a job that writes files; rows are those that were handed over to its consumers.
+    bool writes = false;
+    uint64_t written_rows = 0, written_bytes = 0;
+    std::vector<InstanceSnapshot> instances;  // those that read, then consumers
 };
 
 enum class LineKind : uint8_t { Information = 3, Warning = 4, Error = 6 };
@@ -37,9 +41,9 @@ enum class LineKind : uint8_t { Information = 3, Warning = 4, Error = 6 };
 // ---- At the end -------------------------------------------------------------------------------
 
 struct FileReport {
-    std::string name;
+    std::string name;  // of an output file: as it was opened
     int instance = 0;
-    uint64_t records = 0, loaded = 0, refused = 0, skipped = 0;
+    uint64_t records = 0, loaded = 0, refused = 0, skipped = 0;  // of an output file: records
     uint64_t bytes = 0;
     double seconds = 0;
     bool finished = false;
@@ -54,6 +58,7 @@ struct InstanceReport {
     uint64_t peak_memory = 0;  // bytes, resident
     double cpu_seconds = 0;
     std::string private_log;  // path; empty: none
+    std::string step = {};    // as in InstanceSnapshot
 };
 
 struct RejectReason {
@@ -73,16 +78,20 @@ struct RejectsReport {
 
 struct JobReport {
     std::string job;
-    std::string status;  // "loaded", "loaded with warnings", "failed", "interrupted"
+    std::string status;  // "loaded" or "written", the same "with warnings", "failed", "interrupted"
     int exit_code = 0;   // of the program
     double seconds = 0;
-    std::vector<FileReport> files;
+    std::vector<FileReport> files;    // that were read
+    std::vector<FileReport> outputs;  // that were written; of a failed job not complete
     std::vector<InstanceReport> instances;
+    // read: records of files, or rows of a source; loaded: rows in the target or in the output files.
     uint64_t read = 0, loaded = 0, refused = 0, skipped = 0, bytes = 0;
-    bool conserved = false;   // read = loaded + refused + skipped
-    int64_t rows_limit = -1;  // RowsPerInstance; below 0: none
+    uint64_t written_bytes = 0;  // of the output files
+    bool conserved = false;      // read = loaded + refused + skipped
+    int64_t rows_limit = -1;     // RowsPerInstance; below 0: none
     RejectsReport rejects;
-    std::string target;  // "sqlite orders.db, table orders"
+    std::string source;  // "sqlite orders.db, table orders"; empty: files are read
+    std::string target;  // likewise; empty: files are written
     std::string target_note;
     std::string failure;  // why it failed, in one or a few lines
     std::string log;      // path of the public log

@@ -22,7 +22,7 @@ double Seconds(const timeval &time)
 }
 
 // The coordinator decides what a signal means; a child goes on until it is told.
-void BecomeChild(pid_t parent)
+void BecomeChild(pid_t parent, Child::Input input)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
@@ -33,6 +33,8 @@ void BecomeChild(pid_t parent)
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+    if (input == Child::Input::Kept)
+        return;
     const UniqueFd nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
     if (nothing)
         dup2(nothing.get(), STDIN_FILENO);
@@ -41,7 +43,7 @@ void BecomeChild(pid_t parent)
 }  // namespace
 
 Child::Child(std::string name, const std::function<int(Channel)> &body,
-             const std::function<void()> &before)
+             const std::function<void()> &before, Input input)
     : name_(std::move(name))
 {
     auto [ours, theirs] = Channel::Pair();
@@ -50,7 +52,7 @@ Child::Child(std::string name, const std::function<int(Channel)> &body,
     if (pid_ < 0)
         ThrowErrno("process for " + name_);
     if (pid_ == 0) {
-        BecomeChild(parent);
+        BecomeChild(parent, input);
         ours.Close();
         before();
         prctl(PR_SET_NAME, ("fw-" + name_).c_str());

@@ -19,8 +19,9 @@ class Child {
 public:
     // body runs in the child and gives its exit status. before is run in the child first: it closes
     // what belongs to others.
+    enum class Input : uint8_t { None, Kept };  // its standard input
     Child(std::string name, const std::function<int(Channel)> &body,
-          const std::function<void()> &before);
+          const std::function<void()> &before, Input input = Input::None);
     Child(const Child &) = delete;
     ~Child();
 

@@ -7,6 +7,8 @@
 #include "host/coordinator/run.h"
 #include "host/coordinator/target_process.h"
 #include "host/instance/instance_process.h"
+#include "host/instance/source_process.h"
+#include "host/sources/source.h"
 #include "host/targets/target.h"
 
 namespace fenwire {
@@ -16,112 +18,202 @@ namespace {
 constexpr int kTickMs = 200;      // progress display
 constexpr int kGoodbyeMs = 5000;  // a child that was told to end
 
-std::string DescribeTarget(const Job &job)
+// "sqlite file orders.db, table orders"
+std::string Describe(const std::string &type, const Settings &settings)
 {
-    std::string text = job.target_type;
-    for (const Setting &setting : job.target) {
+    std::string text = type;
+    for (const Setting &setting : settings) {
         if (const auto *value = std::get_if<std::string>(&setting.value);
             value != nullptr && (setting.key == "file" || setting.key == "table"))
-            text += (text == job.target_type ? " " : ", ") + setting.key + " " + *value;
+            text += (text == type ? " " : ", ") + setting.key + " " + *value;
     }
     return text;
+}
+
+// Where a person sees one step only, its processes are the job's instances.
+std::vector<std::unique_ptr<StepRun>> MakeSteps(const Job &job, Board &board)
+{
+    std::vector<std::unique_ptr<StepRun>> steps;
+    const char *word = job.has_source() ? "source" : job.has_target() ? "instance" : "producer";
+    steps.push_back(std::make_unique<StepRun>(Side::Reading, word, job.readers(), board));
+    if (!job.has_target())
+        steps.push_back(std::make_unique<StepRun>(Side::Writing, "consumer", job.writers(), board));
+    return steps;
+}
+
+bool WantsStdin(const Job &job)
+{
+    const SourceKind *kind = FindSourceKind(job.source_type);
+    return kind != nullptr && kind->wants_stdin;
 }
 
 }  // namespace
 
 Coordinator::Coordinator(const Job &job, Console &console)
-    : job_(job), console_(console), count_(job.producer.instances), folder_(job.state),
+    : job_(job), console_(console), folder_(job.state),
       public_log_(job.state / "logs" / "public.log"),
-      board_block_(MakeSharedBlock("fenwire-board", Board::Bytes(count_))),
-      board_map_(board_block_), board_(*reinterpret_cast<Board *>(board_map_.data())),
-      rings_(static_cast<size_t>(count_)), objects_(board_), phases_(count_), ledger_(count_),
-      rejects_(job), last_bad_(static_cast<size_t>(count_))
+      board_block_(MakeSharedBlock("fenwire-board", Board::Bytes(job.readers(), job.writers()))),
+      board_map_(board_block_),
+      board_(Board::Make(board_map_.data(), job.readers(), job.writers())),
+      rings_(static_cast<size_t>(StreamPlan{job.readers(), job.writers()}.rings())),
+      steps_(MakeSteps(job, board_)), ledger_(job.readers(), job.has_target() ? 0 : job.writers()),
+      rejects_(job)
 {
 }
 
-void Coordinator::Start()
+void Coordinator::StartTarget()
 {
-    const auto library = FindOperatorLibrary();
-    MakeTarget(job_)->Check();
-    rejects_.Open();
     target_ = std::make_unique<Child>(
         "target",
         [&](Channel channel) {
             return RunTarget({job_, board_, rings_}, std::move(channel));
         },
         [&] { signals_.Close(); });
-    for (int i = 1; i <= count_; ++i) {
+}
+
+// In the child.
+int Coordinator::RunChild(const StepRun &step, int instance, const std::filesystem::path &library,
+                          Channel channel)
+{
+    if (step.side == Side::Reading && job_.has_source())
+        return RunSource({job_, instance, board_, rings_}, std::move(channel));
+    const bool reads = step.side == Side::Reading;
+    return RunInstance({job_, reads ? Role::Producer : Role::Consumer, instance, library, board_,
+                        rings_, reads ? rejects_.fd() : -1},
+                       std::move(channel));
+}
+
+void Coordinator::StartStep(StepRun &step)
+{
+    const bool source = step.side == Side::Reading && job_.has_source();
+    const auto library = source ? std::filesystem::path() : FindOperatorLibrary();
+    const auto input = source && WantsStdin(job_) ? Child::Input::Kept : Child::Input::None;
+    for (int i = 1; i <= step.count; ++i) {
         // A child keeps no other child's channel: an end of file there must mean that child's end.
-        instances_.push_back(std::make_unique<Child>(
-            "instance-" + std::to_string(i),
-            [&, i](Channel channel) {
-                const InstanceSetup setup = {
-                    job_, i, library, board_, rings_[static_cast<size_t>(i - 1)], rejects_.fd()};
-                return RunInstance(setup, std::move(channel));
-            },
+        step.children.push_back(std::make_unique<Child>(
+            step.word + "-" + std::to_string(i),
+            [&, i](Channel channel) { return RunChild(step, i, library, std::move(channel)); },
             [&] {
                 signals_.Close();
-                target_->channel().Close();
-                for (auto &other : instances_)
-                    other->channel().Close();
-            }));
+                if (target_ != nullptr)
+                    target_->channel().Close();
+                for (auto &other : steps_) {
+                    for (auto &child : other->children)
+                        child->channel().Close();
+                }
+            },
+            input));
     }
+}
+
+void Coordinator::Start()
+{
+    if (!job_.has_source() || !job_.has_target())
+        (void)FindOperatorLibrary();  // before anything is touched
+    if (job_.has_source())
+        MakeSource(job_)->Check();
+    if (job_.has_target())
+        MakeTarget(job_)->Check();
+    rejects_.Open();
+    if (job_.has_target())
+        StartTarget();
+    for (auto &step : steps_)
+        StartStep(*step);
 }
 
 bool Coordinator::Over() const
 {
     const bool settled = settling_ == Settling::Settled || settling_ == Settling::Undone;
-    return phases_.done() && (settled || !target_->running());
+    for (const auto &step : steps_) {
+        if (!step->phases.done())
+            return false;
+    }
+    return settled || (target_ != nullptr && !target_->running());
 }
 
-void Coordinator::CallInstances()
+void Coordinator::CallInstances(StepRun &step)
 {
-    if (!target_open_ && !phases_.failed())
+    if (target_ != nullptr && !target_open_ && !Failed())
         return;  // nobody starts before the rows have somewhere to go
-    const MethodCall call = phases_.Next();
-    if (call.method == Method::Execute)
+    const MethodCall call = step.phases.Next();
+    if (call.method == Method::Execute && step.side == Side::Reading)
         rejects_.Begin();
     for (const int instance : call.instances) {
-        Of(instance).channel().Send(OutMessage(MessageKind::Call)
-                                        .Put(static_cast<uint32_t>(call.method))
-                                        .Put(call.phase)
-                                        .Put(phases_.failed() ? 0U : 1U));
+        step.Of(instance).channel().Send(OutMessage(MessageKind::Call)
+                                             .Put(static_cast<uint32_t>(call.method))
+                                             .Put(call.phase)
+                                             .Put(Failed() ? 0U : 1U));
     }
     if (call.method == Method::Terminate)
         recall_until_.reset();
 }
 
+void Coordinator::TellTarget(MessageKind kind)
+{
+    target_->channel().Send(OutMessage(kind));
+    RingDoorbell(board_.BellOf(1));
+}
+
 // Between execute and terminate; and, after a failure, at once.
 void Coordinator::SettleRows()
 {
-    const auto tell_target = [&](MessageKind kind) {
-        target_->channel().Send(OutMessage(kind));
-        RingDoorbell(board_);
-    };
-    if (phases_.failed() && settling_ < Settling::Committing) {
+    if (target_ != nullptr)
+        SettleTarget();
+    else
+        SettleFiles();
+}
+
+void Coordinator::SettleTarget()
+{
+    if (Failed() && settling_ < Settling::Committing) {
         settling_ = target_->running() ? Settling::Undoing : Settling::Undone;
         if (target_->running())
-            tell_target(MessageKind::Abort);
-    } else if (phases_.at_rows_end() && settling_ == Settling::NotYet) {
+            TellTarget(MessageKind::Abort);
+    } else if (reading().phases.at_rows_end() && settling_ == Settling::NotYet) {
         settling_ = Settling::Draining;
-        tell_target(MessageKind::Drain);
+        TellTarget(MessageKind::Drain);
+    }
+}
+
+// What consumers have written can't be undone: it is told of.
+void Coordinator::SettleFiles()
+{
+    if (Failed() && settling_ < Settling::Settled) {
+        settling_ = Settling::Undone;
+    } else if (reading().phases.at_rows_end() && settling_ == Settling::NotYet) {
+        settling_ = Settling::Draining;
+        for (RowRing &ring : rings_)
+            ring.words().ended.store(1, std::memory_order_release);
+        for (int i = 1; i <= job_.writers(); ++i)
+            RingDoorbell(board_.BellOf(i));
+    } else if (settling_ == Settling::Draining && writing()->phases.at_rows_end()) {
+        OnWritten();
     }
 }
 
 void Coordinator::Wait()
 {
-    std::vector<pollfd> fds = {{signals_.fd(), POLLIN, 0}, {target_->channel().fd(), POLLIN, 0}};
-    for (const auto &instance : instances_)
-        fds.push_back({instance->channel().fd(), POLLIN, 0});
+    std::vector<pollfd> fds = {{signals_.fd(), POLLIN, 0}};
+    const auto add = [&](Child &child) { fds.push_back({child.channel().fd(), POLLIN, 0}); };
+    if (target_ != nullptr)
+        add(*target_);
+    for (auto &step : steps_) {
+        for (auto &child : step->children)
+            add(*child);
+    }
     if (poll(fds.data(), fds.size(), kTickMs) < 0 && errno != EINTR)
         ThrowErrno("poll");
-    if (fds[0].revents != 0)
+    size_t at = 0;
+    const auto ready = [&] { return fds[at++].revents != 0; };
+    if (ready())
         OnSignals();
-    if (fds[1].revents != 0)
+    if (target_ != nullptr && ready())
         OnTarget();
-    for (int i = 1; i <= count_; ++i) {
-        if (fds[static_cast<size_t>(i) + 1].revents != 0)
-            OnInstance(i);
+    for (auto &step : steps_) {
+        for (int i = 1; i <= step->count; ++i) {
+            if (ready())
+                OnInstance(*step, i);
+        }
     }
 }
 
@@ -129,7 +221,8 @@ void Coordinator::Loop()
 {
     auto next_tick = Clock::now();
     while (!Over()) {
-        CallInstances();
+        for (auto &step : steps_)
+            CallInstances(*step);
         SettleRows();
         if (Over())
             break;
@@ -146,15 +239,42 @@ void Coordinator::Loop()
 
 void Coordinator::End()
 {
-    for (int i = 1; i <= count_ && i <= static_cast<int>(instances_.size()); ++i) {
-        Of(i).Reap(kGoodbyeMs);
-        ledger_.SetProcess(i, Of(i).peak_memory(), Of(i).cpu_seconds());
+    for (auto &step : steps_) {
+        for (int i = 1; i <= static_cast<int>(step->children.size()); ++i) {
+            Child &child = step->Of(i);
+            child.Reap(kGoodbyeMs);
+            ledger_.SetProcess(step->side, i, child.peak_memory(), child.cpu_seconds());
+        }
     }
     if (target_ == nullptr)
         return;
     target_->channel().Close();
-    RingDoorbell(board_);  // so that it sees the closed channel at once
+    RingDoorbell(board_.BellOf(1));  // so that it sees the closed channel at once
     target_->Reap(kGoodbyeMs);
+}
+
+void Coordinator::FillReport(JobReport &report)
+{
+    report.job = job_.name;
+    report.source = Describe(job_.source_type, job_.source);
+    report.target = Describe(job_.target_type, job_.target);
+    report.log = public_log_.path().string();
+    report.rows_limit = job_.producer.Number("RowsPerInstance", -1);
+    ledger_.Write(report);
+    rejects_.Write(report);
+    const TargetKind *kind = FindTargetKind(job_.target_type);
+    if (kind != nullptr && !ledger_.committed() && !commit_in_doubt_)
+        report.target_note = kind->after_failure(job_);
+    for (InstanceReport &instance : report.instances) {
+        const Role role = instance.step == "consumer" ? Role::Consumer : Role::Producer;
+        const Step &step = role == Role::Consumer ? job_.consumer : job_.producer;
+        const std::string name = step.Text("PrivateLogName", PrivateLogName(role));
+        const auto log = PrivateLogPath(job_, name + "-" + std::to_string(instance.instance));
+        std::error_code none;
+        if (instance.step != "source" && std::filesystem::exists(log, none))
+            instance.private_log = log.string();
+    }
+    report.seconds = Seconds();
 }
 
 JobReport Coordinator::Run()
@@ -172,24 +292,7 @@ JobReport Coordinator::Run()
     FinishRejects();
 
     JobReport report;
-    report.job = job_.name;
-    report.target = DescribeTarget(job_);
-    report.log = public_log_.path().string();
-    report.rows_limit = job_.producer.Number("RowsPerInstance", -1);
-    ledger_.Write(report);
-    rejects_.Write(report);
-    const TargetKind *kind = FindTargetKind(job_.target_type);
-    if (kind != nullptr && !ledger_.committed() && !commit_in_doubt_)
-        report.target_note = kind->after_failure(job_);
-    const std::string private_log = job_.producer.Text("PrivateLogName", kPrivateLogName);
-    for (InstanceReport &instance : report.instances) {
-        const auto log =
-            PrivateLogPath(job_, private_log + "-" + std::to_string(instance.instance));
-        std::error_code none;
-        if (std::filesystem::exists(log, none))
-            instance.private_log = log.string();
-    }
-    report.seconds = Seconds();
+    FillReport(report);
     console_.Finish(report);
     return report;
 }

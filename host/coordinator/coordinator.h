@@ -1,8 +1,11 @@
 // host/coordinator/coordinator.h - the process that the user started: it has the others do the job.
 //
-// One loop over the channels of all children, over signals and the clock. What comes next is decided by
-// Phases; the rows are settled between execute and terminate: every ring is drained, the target's count
-// is compared with the operator's, and only then is the target told to commit.
+// A job has one step or two: a producer or a source, and, when files are written, a consumer. One loop over
+// the channels of all children, over signals and the clock. What comes next is decided by each step's
+// Phases; the rows are settled between execute and terminate. Into a target: every ring is drained, the
+// target's count is compared with the operator's, and only then is the target told to commit. Into files:
+// the rings end when the reading step has, the consumers write what is in them, and the counts of both
+// steps are compared.
 //
 // A failure, wherever it shows, takes one road: Fail. Instances are called back between two rows, those
 // that do not come in time are killed, everybody who is left is terminated, the target rolls back.
@@ -18,14 +21,14 @@
 #include "host/console/report.h"
 #include "host/coordinator/children.h"
 #include "host/coordinator/ledger.h"
-#include "host/coordinator/phases.h"
-#include "host/coordinator/shared_objects.h"
 #include "host/coordinator/signals.h"
 #include "host/coordinator/state_folder.h"
+#include "host/coordinator/step_run.h"
 #include "host/job/job.h"
 #include "host/rejects/reject_run.h"
 #include "host/services/log_file.h"
 #include "host/streams/row_ring.h"
+#include "host/streams/stream_plan.h"
 
 namespace fenwire {
 
@@ -40,30 +43,45 @@ private:
 
     // ---- Life
     void Start();
+    void StartTarget();
+    void StartStep(StepRun &step);
+    int RunChild(const StepRun &step, int instance, const std::filesystem::path &library,
+                 Channel channel);
     void Loop();
     void Wait();
-    void CallInstances();
+    void CallInstances(StepRun &step);
     void SettleRows();
+    void SettleTarget();
+    void SettleFiles();
     void End();
     bool Over() const;
+    bool Failed() const
+    {
+        return reading().phases.failed() || (writing() && writing()->phases.failed());
+    }
+    void TellTarget(MessageKind kind);
+    void FillReport(JobReport &report);
 
     // ---- What comes in
     void OnSignals();
     void Interrupt(int number);
     void Kill(const std::string &reason);
     void OnTarget();
-    void OnInstance(int instance);
+    void OnInstance(StepRun &step, int instance);
     void FromTarget(InMessage &message);
     void OnDrained(uint64_t rows);
-    void FromInstance(int instance, InMessage &message);
-    void OnAnswer(int instance, int32_t status);
-    void NoteFailed(int instance);
+    void OnWritten();
+    std::string WhyNotGood() const;
+    void FromInstance(StepRun &step, int instance, InMessage &message);
+    void OnAnswer(StepRun &step, int instance, int32_t status);
+    void NoteFailed(const StepRun &step, int instance);
     void OnLogLine(InMessage &message);
-    void OnFileCounts(int instance, InMessage &message);
-    void OnBadRecord(int instance, InMessage &message);
-    std::string PlaceOf(int instance) const;
+    void OnFileCounts(StepRun &step, int instance, InMessage &message);
+    void OnSourceRows(StepRun &step, int part, InMessage &message);
+    void OnBadRecord(StepRun &step, int instance, InMessage &message);
+    static std::string PlaceOf(const StepRun &step, int instance);
     void FinishRejects();
-    void InstanceGone(int instance);
+    void InstanceGone(StepRun &step, int instance);
     void TargetGone();
 
     // ---- Failure
@@ -75,17 +93,23 @@ private:
     // ---- For people
     void PublicLine(int severity, const std::string &line);
     JobSnapshot Snapshot() const;
-    InstanceSnapshot SnapshotOf(int instance) const;
-    std::string CurrentFile(int instance) const;
-    std::string FileName(uint32_t index) const;
+    void AddInstances(const StepRun &step, JobSnapshot &shot) const;
+    void AddReadFiles(JobSnapshot &shot) const;
+    void AddWrittenFiles(JobSnapshot &shot) const;
+    static std::string CurrentFile(const StepRun &step, int instance);
     double Seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
 
-    Child &Of(int instance) { return *instances_[static_cast<size_t>(instance - 1)]; }
-    const Child &Of(int instance) const { return *instances_[static_cast<size_t>(instance - 1)]; }
+    StepRun &reading() { return *steps_[0]; }
+    const StepRun &reading() const { return *steps_[0]; }
+    StepRun *writing() { return steps_.size() > 1 ? steps_[1].get() : nullptr; }  // null: a target
+    const StepRun *writing() const { return steps_.size() > 1 ? steps_[1].get() : nullptr; }
+    InstanceBoard &BoardOf(const StepRun &step, int instance) const
+    {
+        return step.side == Side::Reading ? board_.Sender(instance) : board_.Receiver(instance);
+    }
 
     const Job &job_;
     Console &console_;
-    const int count_;
     const Clock::time_point start_ = Clock::now();
     StateFolder folder_;
     LogFile public_log_;
@@ -93,14 +117,11 @@ private:
     Mapping board_map_;
     Board &board_;
     std::vector<RowRing> rings_;
-    SharedObjects objects_;
-    Phases phases_;
+    std::vector<std::unique_ptr<StepRun>> steps_;
     Ledger ledger_;
     RejectRun rejects_;
-    std::vector<std::string> last_bad_;  // for each instance: where its last bad record was
     Signals signals_;
-    std::vector<std::unique_ptr<Child>> instances_;
-    std::unique_ptr<Child> target_;
+    std::unique_ptr<Child> target_;  // null: files are written
     bool target_open_ = false;
     Settling settling_ = Settling::NotYet;
     bool commit_in_doubt_ = false;  // the target was told to commit, and did not say how that ended

@@ -8,34 +8,45 @@
 
 namespace fenwire {
 
-std::string Coordinator::FileName(uint32_t index) const
+namespace {
+
+std::string FileName(const StepRun &step, uint32_t index)
 {
-    const auto files = objects_.Files();
+    const auto files = step.objects.Files();
     if (index < 1 || index > files.size())
         return "file " + std::to_string(index);
     return std::string(files[index - 1].name, strnlen(files[index - 1].name, sizeof files[0].name));
 }
 
-void Coordinator::OnFileCounts(int instance, InMessage &message)
+}  // namespace
+
+void Coordinator::OnFileCounts(StepRun &step, int instance, InMessage &message)
 {
     const double seconds = static_cast<double>(message.U64()) * 1e-6;
     const auto counts = message.Struct<PxFileCounts>();
-    ledger_.AddFile(instance, counts, FileName(counts.index), seconds);
+    ledger_.AddFile(step.side, instance, counts, FileName(step, counts.index), seconds);
 }
 
-void Coordinator::OnBadRecord(int instance, InMessage &message)
+void Coordinator::OnSourceRows(StepRun &step, int part, InMessage &message)
+{
+    ledger_.AddSourceRows(part, message.U64());
+    if (const std::string warning = message.Text(); !warning.empty())
+        PublicLine(Warning, step.Who(part) + ": " + warning);
+}
+
+void Coordinator::OnBadRecord(StepRun &step, int instance, InMessage &message)
 {
     const auto record = message.Struct<PxBadRecord>();
     const uint64_t times = message.U64();
     const std::string kind = message.Text(), excerpt = message.Text();
     const std::string column = ColumnWords(job_, record.column);
     rejects_.Add(record, times, column.empty() ? kind : column + " " + kind);
-    std::string &place = last_bad_[static_cast<size_t>(instance - 1)];
+    std::string &place = step.last_bad[static_cast<size_t>(instance - 1)];
     // Where a file keeps it, the record that ends a job is found there.
     place.clear();
     if (record.left_out == 0 || (rejects_.keeps() && record.kept != 0))
         return;
-    place = FileName(record.index) + ", record " + std::to_string(record.record);
+    place = FileName(step, record.index) + ", record " + std::to_string(record.record);
     if (record.offset >= 0)
         place += ", byte offset " + std::to_string(record.offset);
     if (!column.empty())
@@ -45,10 +56,10 @@ void Coordinator::OnBadRecord(int instance, InMessage &message)
 
 // Where an instance failed: at the bad record that it told of last, when no file keeps that, else
 // somewhere in its file.
-std::string Coordinator::PlaceOf(int instance) const
+std::string Coordinator::PlaceOf(const StepRun &step, int instance)
 {
-    const std::string &bad = last_bad_[static_cast<size_t>(instance - 1)];
-    return bad.empty() ? CurrentFile(instance) : bad;
+    const std::string &bad = step.last_bad[static_cast<size_t>(instance - 1)];
+    return bad.empty() ? CurrentFile(step, instance) : bad;
 }
 
 // A state that can't be written is the old one, "running", with which no retry starts by itself.

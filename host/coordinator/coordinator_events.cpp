@@ -6,7 +6,6 @@
 #include <ctime>
 
 #include "host/coordinator/coordinator.h"
-#include "host/coordinator/file_progress.h"
 #include "host/system/futex.h"
 #include "operator/message_table.h"
 
@@ -35,7 +34,8 @@ void Coordinator::Fail(const std::string &reason, Ledger::Weight weight)
 {
     public_log_.Line(Now() + "the job fails: " + reason, LogFile::Flush::Now);
     ledger_.AddReason(reason, weight);
-    phases_.Fail();
+    for (auto &step : steps_)
+        step->phases.Fail();
     Recall();
 }
 
@@ -61,15 +61,20 @@ void Coordinator::GiveUpRows()
 // Ends the instances that are inside a call; those that came back end as they should.
 void Coordinator::Kill(const std::string &reason)
 {
-    for (int i = 1; i <= count_; ++i) {
-        if (phases_.under_way(i))
-            Of(i).Kill(reason);
+    for (auto &step : steps_) {
+        for (int i = 1; i <= step->count; ++i) {
+            if (step->phases.under_way(i))
+                step->Of(i).Kill(reason);
+        }
     }
 }
 
 void Coordinator::KillStragglers()
 {
-    if (!recall_until_ || Clock::now() < *recall_until_ || phases_.method() == Method::Terminate)
+    const bool terminating = std::ranges::all_of(steps_, [](const auto &step) {
+        return step->phases.method() == Method::Terminate || step->phases.done();
+    });
+    if (!recall_until_ || Clock::now() < *recall_until_ || terminating)
         return;
     Kill("it did not come back within " + std::to_string(kRecallSeconds) + " s");
     recall_until_.reset();
@@ -85,7 +90,7 @@ void Coordinator::OnSignals()
             Interrupt(number);
         } else {
             Kill("the job was stopped twice");
-            if (settling_ == Settling::Undoing)
+            if (target_ != nullptr && settling_ == Settling::Undoing)
                 target_->Kill("the job was stopped twice");
         }
     }
@@ -102,7 +107,9 @@ void Coordinator::Interrupt(int number)
         return;  // it is stopping already
     ledger_.SetInterrupted(number);
     PublicLine(Warning, "stopped by " + by + "; once more ends it at once");
-    Fail("stopped by " + by + "; the target is as it was before");
+    Fail("stopped by " + by + "; " +
+         (target_ != nullptr ? "the target is as it was before"
+                             : "the output files are not complete"));
 }
 
 // ---- Target ------------------------------------------------------------------------------------
@@ -143,7 +150,7 @@ void Coordinator::FromTarget(InMessage &message)
         if (const std::string warning = message.Text(); !warning.empty())
             PublicLine(Warning, "target: " + warning);
         settling_ = Settling::Settled;
-        phases_.GoOnToTerminate();
+        reading().phases.GoOnToTerminate();
         break;
     }
     case MessageKind::TargetFailed: {
@@ -161,6 +168,17 @@ void Coordinator::FromTarget(InMessage &message)
     }
 }
 
+// What keeps rows that have all arrived from counting as done; empty: nothing.
+std::string Coordinator::WhyNotGood() const
+{
+    if (std::string imbalance = ledger_.Imbalance(); !imbalance.empty())
+        return imbalance;
+    if (rejects_.left_out() == ledger_.refused())
+        return {};
+    return "the operator left out " + std::to_string(rejects_.left_out()) +
+           " bad records, but counts " + std::to_string(ledger_.refused()) + " as refused";
+}
+
 // The last look before the rows are there for good.
 void Coordinator::OnDrained(uint64_t rows)
 {
@@ -169,18 +187,31 @@ void Coordinator::OnDrained(uint64_t rows)
     if (rows != ledger_.rows_handed_over()) {
         Fail("the target has " + std::to_string(rows) + " rows, the operator handed over " +
              std::to_string(ledger_.rows_handed_over()) + "; nothing was committed");
-    } else if (const std::string imbalance = ledger_.Imbalance(); !imbalance.empty()) {
-        Fail(imbalance + "; nothing was committed");
-    } else if (rejects_.left_out() != ledger_.refused()) {
-        Fail("the operator left out " + std::to_string(rejects_.left_out()) +
-             " bad records, but counts " + std::to_string(ledger_.refused()) +
-             " as refused; nothing was committed");
+    } else if (const std::string why = WhyNotGood(); !why.empty()) {
+        Fail(why + "; nothing was committed");
     } else if (ledger_.exit_code() >= Ledger::kFatal) {
         Fail("an instance ended with exit code 12", Ledger::Weight::Consequence);
     } else {
         settling_ = Settling::Committing;
-        target_->channel().Send(OutMessage(MessageKind::Commit));
-        RingDoorbell(board_);
+        TellTarget(MessageKind::Commit);
+    }
+}
+
+// All consumers have flushed and closed their files.
+void Coordinator::OnWritten()
+{
+    if (ledger_.rows_written() != ledger_.rows_handed_over()) {
+        Fail("the consumers wrote " + std::to_string(ledger_.rows_written()) +
+             " rows, but were handed " + std::to_string(ledger_.rows_handed_over()));
+    } else if (const std::string why = WhyNotGood(); !why.empty()) {
+        Fail(why);
+    } else if (ledger_.exit_code() >= Ledger::kFatal) {
+        Fail("an instance ended with exit code 12", Ledger::Weight::Consequence);
+    } else {
+        ledger_.SetWritten();
+        settling_ = Settling::Settled;
+        for (auto &step : steps_)
+            step->phases.GoOnToTerminate();
     }
 }
 
@@ -204,73 +235,75 @@ void Coordinator::TargetGone()
 
 // ---- Instances ---------------------------------------------------------------------------------
 
-void Coordinator::OnInstance(int instance)
+void Coordinator::OnInstance(StepRun &step, int instance)
 {
     try {
         InMessage message;
         // A few at a time, so that one busy instance can't keep the others waiting.
         for (int i = 0; i < 64; ++i) {
-            const Channel::Result result = Of(instance).channel().TryReceive(message);
+            const Channel::Result result = step.Of(instance).channel().TryReceive(message);
             if (result == Channel::Result::Nothing)
                 return;
             if (result == Channel::Result::Gone) {
-                InstanceGone(instance);
+                InstanceGone(step, instance);
                 return;
             }
-            FromInstance(instance, message);
+            FromInstance(step, instance, message);
         }
     } catch (const ProtocolError &failure) {
-        Of(instance).Kill("it sent nonsense");
-        Fail("instance " + std::to_string(instance) + " sent nonsense: " + failure.what());
+        step.Of(instance).Kill("it sent nonsense");
+        Fail(step.Who(instance) + " sent nonsense: " + failure.what());
     }
 }
 
-void Coordinator::FromInstance(int instance, InMessage &message)
+void Coordinator::FromInstance(StepRun &step, int instance, InMessage &message)
 {
+    const std::string who = step.Who(instance);
     switch (message.kind()) {
     case MessageKind::Hello:
-        PublicLine(Information, "instance " + std::to_string(instance) +
-                                    ": operator library version " + message.Text());
+        PublicLine(Information, who + ": operator library version " + message.Text());
         break;
     case MessageKind::Answer:
-        OnAnswer(instance, message.I32());
+        OnAnswer(step, instance, message.I32());
         break;
     case MessageKind::LogLine:
         OnLogLine(message);
         break;
     case MessageKind::ConsoleLine:
-        PublicLine(Warning, "instance " + std::to_string(instance) + ": " + message.Text());
+        PublicLine(Warning, who + ": " + message.Text());
         break;
     case MessageKind::ExitCode:
-        ledger_.RaiseExitCode(instance, message.I32());
+        ledger_.RaiseExitCode(step.side, instance, message.I32());
         break;
     case MessageKind::Statistic:
-        PublicLine(Information,
-                   "instance " + std::to_string(instance) + ": statistic " + message.Text());
+        PublicLine(Information, who + ": statistic " + message.Text());
         break;
     case MessageKind::FileCounts:
-        OnFileCounts(instance, message);
+        OnFileCounts(step, instance, message);
+        break;
+    case MessageKind::SourceRows:
+        OnSourceRows(step, instance, message);
         break;
     case MessageKind::BadRecord:
-        OnBadRecord(instance, message);
+        OnBadRecord(step, instance, message);
         break;
     case MessageKind::Trouble:
-        Fail("instance " + std::to_string(instance) + ": " + message.Text());
+        Fail(who + ": " + message.Text());
         break;
     default:
-        if (!objects_.Serve(message, Of(instance).channel()))
+        if (!step.objects.Serve(message, step.Of(instance).channel()))
             throw ProtocolError("a message that is not an instance's");
     }
 }
 
-void Coordinator::OnAnswer(int instance, int32_t status)
+void Coordinator::OnAnswer(StepRun &step, int instance, int32_t status)
 {
-    const std::string method = MethodName(phases_.method()), place = PlaceOf(instance);
-    phases_.Answered(instance, status);
+    const std::string method = MethodName(step.phases.method()), place = PlaceOf(step, instance);
+    step.phases.Answered(instance, status);
     if (status == PXSTC_NextPhase || status == PXSTC_EndMethod || status == kStopped)
         return;
-    NoteFailed(instance);
-    const std::string who = "instance " + std::to_string(instance);
+    NoteFailed(step, instance);
+    const std::string who = step.Who(instance);
     if (!place.empty())
         ledger_.SetPlace(who + " was at " + place);
     if (status == PXSTC_Checkpoint)  // the round of all instances comes with checkpoints
@@ -281,10 +314,10 @@ void Coordinator::OnAnswer(int instance, int32_t status)
              Ledger::Weight::Consequence);
 }
 
-void Coordinator::NoteFailed(int instance)
+void Coordinator::NoteFailed(const StepRun &step, int instance)
 {
-    board_.Of(instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
-    ledger_.RaiseExitCode(instance, Ledger::kFatal);
+    BoardOf(step, instance).state.store(InstanceState::Failed, std::memory_order_relaxed);
+    ledger_.RaiseExitCode(step.side, instance, Ledger::kFatal);
 }
 
 void Coordinator::OnLogLine(InMessage &message)
@@ -298,18 +331,19 @@ void Coordinator::OnLogLine(InMessage &message)
                leader.empty() ? text : leader + " " + text);
 }
 
-void Coordinator::InstanceGone(int instance)
+void Coordinator::InstanceGone(StepRun &step, int instance)
 {
-    const std::string file = CurrentFile(instance);
-    Of(instance).Reap(kAfterEndMs);
-    const bool expected = phases_.done();
-    phases_.Died(instance);
+    const std::string file = CurrentFile(step, instance);
+    Child &child = step.Of(instance);
+    child.Reap(kAfterEndMs);
+    const bool expected = step.phases.done();
+    step.phases.Died(instance);
     if (expected)
         return;
-    NoteFailed(instance);
-    const std::string end = Of(instance).end().empty() ? "ended early" : Of(instance).end();
-    const std::string words = "instance " + std::to_string(instance) + " " + end +
-                              (file.empty() ? "" : " while it had " + file);
+    NoteFailed(step, instance);
+    const std::string end = child.end().empty() ? "ended early" : child.end();
+    const std::string words =
+        step.Who(instance) + " " + end + (file.empty() ? "" : " while it had " + file);
     PublicLine(Error, words);
     Fail(words);
 }
@@ -324,59 +358,6 @@ void Coordinator::PublicLine(int severity, const std::string &line)
     ledger_.AddMessage(severity, line);
     if (severity >= Warning)
         console_.Message(severity == Error ? LineKind::Error : LineKind::Warning, line);
-}
-
-std::string Coordinator::CurrentFile(int instance) const
-{
-    for (const PxFileNamesEntry &file : objects_.Files()) {
-        if (file.status == PX_FILE_InProcess && file.instance == instance)
-            return std::string(file.name, strnlen(file.name, sizeof file.name));
-    }
-    return {};
-}
-
-InstanceSnapshot Coordinator::SnapshotOf(int instance) const
-{
-    static constexpr const char *kStates[] = {"starting", "loading", "waiting", "finished",
-                                              "failed"};
-    InstanceSnapshot shot;
-    shot.instance = instance;
-    const InstanceBoard &board = board_.Of(instance);
-    const auto state = static_cast<size_t>(board.state.load(std::memory_order_relaxed));
-    shot.state = state < std::size(kStates) ? kStates[state] : "?";
-    shot.rows = board.rows.load(std::memory_order_relaxed);
-    return shot;
-}
-
-JobSnapshot Coordinator::Snapshot() const
-{
-    JobSnapshot shot;
-    shot.seconds = Seconds();
-    shot.phase = phases_.method() == Method::Initiate  ? "starting"
-                 : phases_.method() == Method::Execute ? "loading"
-                                                       : "finishing";
-    for (int i = 1; i <= count_; ++i) {
-        shot.instances.push_back(SnapshotOf(i));
-        shot.rows += shot.instances.back().rows;
-    }
-    shot.refused = rejects_.left_out();
-    for (const PxFileNamesEntry &file : objects_.Files()) {
-        const auto size = static_cast<uint64_t>(file.size > 0 ? file.size : 0);
-        ++shot.files;
-        shot.total_bytes += size;
-        if (file.status == PX_FILE_Finished) {
-            ++shot.files_done;
-            shot.read_bytes += size;
-        }
-        if (file.status != PX_FILE_InProcess || file.instance < 1 || file.instance > count_)
-            continue;
-        InstanceSnapshot &of = shot.instances[static_cast<size_t>(file.instance - 1)];
-        of.file.assign(file.name, strnlen(file.name, sizeof file.name));
-        of.file_bytes = size;
-        of.file_read = std::min(size, FilePosition(Of(file.instance).pid(), of.file));
-        shot.read_bytes += of.file_read;
-    }
-    return shot;
 }
 
 }  // namespace fenwire

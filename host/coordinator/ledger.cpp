@@ -15,7 +15,7 @@ constexpr size_t kErrorsShown = 5;
 
 }  // namespace
 
-void Ledger::AddFile(int instance, const PxFileCounts &counts, const std::string &name,
+void Ledger::AddFile(Side side, int instance, const PxFileCounts &counts, const std::string &name,
                      double seconds)
 {
     FileReport file;
@@ -31,15 +31,21 @@ void Ledger::AddFile(int instance, const PxFileCounts &counts, const std::string
     file.without_excess = counts.without_excess;
     file.padded = counts.padded;
     file.cut = counts.cut;
-    files_.push_back(std::move(file));
-    InstanceReport &of = instances_[static_cast<size_t>(instance - 1)];
+    (side == Side::Writing ? outputs_ : files_).push_back(std::move(file));
+    InstanceReport &of = Of(side, instance);
     of.rows += counts.rows;
     of.files += counts.ended != 0 ? 1 : 0;
 }
 
-void Ledger::RaiseExitCode(int instance, int code)
+void Ledger::AddSourceRows(int part, uint64_t rows)
 {
-    int &of = instances_[static_cast<size_t>(instance - 1)].exit_code;
+    source_rows_ += rows;
+    Of(Side::Reading, part).rows += rows;
+}
+
+void Ledger::RaiseExitCode(Side side, int instance, int code)
+{
+    int &of = Of(side, instance).exit_code;
     of = std::max(of, code);
 }
 
@@ -67,9 +73,9 @@ void Ledger::SetPlace(const std::string &place)
         place_ = place;
 }
 
-void Ledger::SetProcess(int instance, uint64_t peak_memory, double cpu_seconds)
+void Ledger::SetProcess(Side side, int instance, uint64_t peak_memory, double cpu_seconds)
 {
-    InstanceReport &of = instances_[static_cast<size_t>(instance - 1)];
+    InstanceReport &of = Of(side, instance);
     of.peak_memory = peak_memory;
     of.cpu_seconds = cpu_seconds;
 }
@@ -82,9 +88,23 @@ void Ledger::SetCommitted(uint64_t rows, uint64_t refused, const std::string &no
     note_ = note;
 }
 
-uint64_t Ledger::rows_handed_over() const
+void Ledger::SetWritten()
+{
+    committed_ = true;
+    committed_rows_ = rows_written();
+}
+
+uint64_t Ledger::rows_written() const
 {
     uint64_t rows = 0;
+    for (const FileReport &file : outputs_)
+        rows += file.records;
+    return rows;
+}
+
+uint64_t Ledger::rows_handed_over() const
+{
+    uint64_t rows = source_rows_;
     for (const FileReport &file : files_)
         rows += file.loaded;
     return rows;
@@ -141,9 +161,16 @@ std::string Ledger::FailureText() const
 void Ledger::Write(JobReport &report) const
 {
     report.files = files_;
+    report.outputs = outputs_;
     report.instances = instances_;
-    for (size_t i = 0; i < instances_.size(); ++i)
-        report.instances[i].instance = static_cast<int>(i) + 1;
+    for (size_t i = 0; i < instances_.size(); ++i) {
+        const bool writes = i >= senders_;
+        report.instances[i].step = writes                  ? "consumer"
+                                   : report.source.empty() ? "producer"
+                                                           : "source";
+        report.instances[i].instance = static_cast<int>(writes ? i - senders_ : i) + 1;
+    }
+    report.read = source_rows_;
     for (FileReport &file : report.files) {
         if (!committed_)
             file.loaded = 0;  // undone with the rest
@@ -152,27 +179,35 @@ void Ledger::Write(JobReport &report) const
         report.skipped += file.skipped;
         report.bytes += file.bytes;
     }
+    for (const FileReport &file : outputs_)
+        report.written_bytes += file.bytes;
     report.loaded = committed_ ? committed_rows_ : 0;
     report.refused += target_refused_;
     report.target_note = note_;
     report.conserved = committed_ && report.read == report.loaded + report.refused + report.skipped;
+    WriteStatus(report);
+}
 
+void Ledger::WriteStatus(JobReport &report) const
+{
+    const std::string done = report.target.empty() ? "written" : "loaded";
     report.exit_code = std::max(exit_code(), failing() ? kFatal : 0);
     if (committed_ && !report.conserved)
         report.exit_code = kFatal;
     if (report.exit_code == 0 && (warnings_ > 0 || report.refused > 0))
         report.exit_code = kWarned;
     report.status = report.exit_code >= kFatal ? "failed"
-                    : report.exit_code > 0     ? "loaded with warnings"
-                                               : "loaded";
+                    : report.exit_code > 0     ? done + " with warnings"
+                                               : done;
     if (report.exit_code >= kFatal)
         report.failure = FailureText();
     if (committed_ && !report.conserved)
         report.failure += (report.failure.empty() ? "" : "\n") +
-                          fmt::format("{} rows were handed to the target, which committed {}",
-                                      rows_handed_over(), committed_rows_);
+                          fmt::format("{} rows were handed over, but {} were {}",
+                                      rows_handed_over(), committed_rows_, done);
     else if (committed_ && failing())
-        report.failure += fmt::format("\nthe {} rows were committed before that", committed_rows_);
+        report.failure += fmt::format("\nthe {} rows were {} before that", committed_rows_,
+                                      report.target.empty() ? "written" : "committed");
     if (interrupted_by_ != 0 && !committed_) {
         report.status = "interrupted";
         report.exit_code = 128 + interrupted_by_;

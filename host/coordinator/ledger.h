@@ -12,25 +12,37 @@
 
 namespace fenwire {
 
+enum class Side : uint8_t { Reading, Writing };  // of a job's instances
+
 class Ledger {
 public:
     static constexpr int kWarned = 4, kFatal = 12;  // exit codes
-    explicit Ledger(int instances) : instances_(static_cast<size_t>(instances)) {}
+    // receivers: consumers, which a job with a target has none of.
+    Ledger(int senders, int receivers)
+        : senders_(static_cast<size_t>(senders)),
+          instances_(senders_ + static_cast<size_t>(receivers))
+    {
+    }
 
-    void AddFile(int instance, const PxFileCounts &counts, const std::string &name, double seconds);
-    void RaiseExitCode(int instance, int code);
+    // A file that was read, or written.
+    void AddFile(Side side, int instance, const PxFileCounts &counts, const std::string &name,
+                 double seconds);
+    void AddSourceRows(int part, uint64_t rows);
+    void RaiseExitCode(Side side, int instance, int code);
     void AddMessage(int severity, const std::string &line);  // warnings and errors are remembered
     // Why the job failed: the first one counts, the rest follows from it. A consequence says less than
     // the operator's own words do, and is shown only without them.
     enum class Weight : uint8_t { Cause, Consequence };
     void AddReason(const std::string &reason, Weight weight = Weight::Cause);
     void SetPlace(const std::string &place);  // where the first failure was
-    void SetProcess(int instance, uint64_t peak_memory, double cpu_seconds);
+    void SetProcess(Side side, int instance, uint64_t peak_memory, double cpu_seconds);
     // refused: rows that the target left out by its own rules.
     void SetCommitted(uint64_t rows, uint64_t refused, const std::string &note);
+    void SetWritten();  // the output files are complete
     void SetInterrupted(int signal_number) { interrupted_by_ = signal_number; }
 
-    uint64_t rows_handed_over() const;  // as the operator counts them
+    uint64_t rows_handed_over() const;  // as the operator, or the source, counts them
+    uint64_t rows_written() const;      // likewise
     uint64_t refused() const;           // likewise
     std::string Imbalance() const;  // words for records read that became nothing; empty: none did
     bool committed() const { return committed_; }
@@ -42,8 +54,16 @@ public:
 
 private:
     std::string FailureText() const;
-    std::vector<FileReport> files_;
-    std::vector<InstanceReport> instances_;
+    void WriteStatus(JobReport &report) const;
+    InstanceReport &Of(Side side, int instance)
+    {
+        return instances_[static_cast<size_t>(instance - 1) +
+                          (side == Side::Writing ? senders_ : 0)];
+    }
+    const size_t senders_;
+    std::vector<FileReport> files_, outputs_;
+    std::vector<InstanceReport> instances_;  // senders, then consumers
+    uint64_t source_rows_ = 0;
     std::vector<std::string> errors_;  // up to the first failure
     std::string reason_;
     Weight reason_weight_ = Weight::Cause;

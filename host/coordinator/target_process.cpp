@@ -17,7 +17,8 @@ constexpr int kLookAgainMs = 500;
 class TargetProcess {
 public:
     TargetProcess(const TargetSetup &setup, Channel &channel)
-        : board_(setup.board), channel_(channel), readers_(setup.rings.begin(), setup.rings.end()),
+        : board_(setup.board), bell_(setup.board.BellOf(1)), channel_(channel),
+          readers_(setup.rings.begin(), setup.rings.end()),
           columns_(static_cast<uint32_t>(setup.job.columns.size())), target_(MakeTarget(setup.job)),
           only_counts_(TargetOnlyCounts(setup.job))
     {
@@ -59,7 +60,7 @@ private:
     // False: the process is to end.
     bool Step()
     {
-        const uint32_t seen = board_.doorbell.load(std::memory_order_seq_cst);
+        const uint32_t seen = bell_.rung.load(std::memory_order_seq_cst);
         InMessage message;
         switch (channel_.TryReceive(message)) {
         case Channel::Result::Gone:
@@ -71,7 +72,7 @@ private:
             break;
         }
         if (!TakeRows())
-            WaitForDoorbell(board_, seen, kLookAgainMs);
+            WaitForDoorbell(bell_, seen, kLookAgainMs);
         return true;
     }
 
@@ -107,7 +108,7 @@ private:
             rows += readers_[i].rows();
             if (!only_counts_ || !open_)
                 continue;
-            const InstanceBoard &instance = board_.Of(static_cast<int>(i) + 1);
+            const InstanceBoard &instance = board_.Sender(static_cast<int>(i) + 1);
             const uint64_t counted = instance.rows.load(std::memory_order_acquire);
             target_->Count(counted, instance.counted_bytes.load(std::memory_order_acquire));
             rows += counted;
@@ -116,6 +117,7 @@ private:
     }
 
     Board &board_;
+    Doorbell &bell_;
     Channel &channel_;
     std::vector<RingReader> readers_;
     const uint32_t columns_;

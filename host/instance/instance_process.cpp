@@ -42,10 +42,17 @@ const PxMethods &LoadOperator(const std::filesystem::path &path)
 class Instance {
 public:
     Instance(const InstanceSetup &setup, Channel channel)
-        : board_(setup.board), mine_(setup.board.Of(setup.instance)),
-          link_(std::move(channel), setup.board), rows_(setup.ring, setup.board, setup.instance),
-          services_(setup.job, setup.instance, link_, rows_, setup.rejects)
+        : board_(setup.board),
+          mine_(setup.role == Role::Consumer ? setup.board.Receiver(setup.instance)
+                                             : setup.board.Sender(setup.instance)),
+          link_(std::move(channel), setup.board)
     {
+        if (setup.role == Role::Consumer)
+            in_ = std::make_unique<RowInlet>(setup.job, board_, setup.rings, setup.instance);
+        else
+            out_ = std::make_unique<RingOutlet>(setup.job, board_, setup.rings, setup.instance);
+        services_ = std::make_unique<OperatorServices>(setup.job, setup.instance, link_, out_.get(),
+                                                       in_.get(), setup.rejects);
     }
 
     void Serve(const std::filesystem::path &library)
@@ -58,10 +65,10 @@ public:
         while (link_.Next(message) && message.kind() == MessageKind::Call) {
             const auto method = static_cast<Method>(message.U32());
             const uint32_t phase = message.U32();
-            services_.SetExecutePassed(message.U32() != 0);
+            services_->SetExecutePassed(message.U32() != 0);
             const int32_t status = Run(methods, method, phase);
-            rows_.Publish();
-            services_.TellBadRecords();
+            Publish();
+            services_->TellBadRecords();
             link_.Tell(OutMessage(MessageKind::Answer).Put(status));
         }
     }
@@ -81,14 +88,15 @@ private:
             return Repeat(methods.initiate, phase, PXSTC_SamePhase);
         case Method::Execute: {
             mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
-            const int32_t status = Repeat(methods.execute, phase, PXSTC_Success);
+            const int32_t status = in_ != nullptr ? RepeatWithRows(methods.execute, phase)
+                                                  : Repeat(methods.execute, phase, PXSTC_Success);
             mine_.state.store(status == PXSTC_NextPhase ? InstanceState::Waiting
                                                         : InstanceState::Finished,
                               std::memory_order_relaxed);
             return status;
         }
         case Method::Terminate:
-            return methods.terminate(services_.handle(), phase);
+            return methods.terminate(services_->handle(), phase);
         default:
             throw ProtocolError("a call of an unknown method");
         }
@@ -97,7 +105,7 @@ private:
     // Calls until the answer is worth a word. again: counts as "call again" besides 43.
     int32_t Repeat(Routine routine, uint32_t phase, PxStatus again)
     {
-        PxOperator *const handle = services_.handle();
+        PxOperator *const handle = services_->handle();
         for (;;) {
             const PxStatus status = routine(handle, phase);
             if (status != PXSTC_SamePhase && status != again && status != PXSTC_WaitTimeout)
@@ -109,9 +117,37 @@ private:
         }
     }
 
+    // A consumer's execute.
+    int32_t RepeatWithRows(Routine routine, uint32_t phase)
+    {
+        PxOperator *const handle = services_->handle();
+        for (;;) {
+            while (!in_->Ready())
+                [[unlikely]]
+                {
+                    if (board_.stop.load(std::memory_order_relaxed) != 0)
+                        return kStopped;
+                    in_->Wait(kWaitMs);
+                }
+            const PxStatus status = routine(handle, phase);
+            if (status != PXSTC_SamePhase && status != PXSTC_Success) [[unlikely]]
+                return status;
+            if (board_.stop.load(std::memory_order_relaxed) != 0) [[unlikely]]
+                return kStopped;
+        }
+    }
+
+    void Publish()
+    {
+        if (out_ != nullptr)
+            out_->Publish();
+        else
+            in_->TellCounts();
+    }
+
     void Wait()
     {
-        rows_.Publish();
+        Publish();
         const InstanceState before = mine_.state.exchange(InstanceState::Waiting);
         FutexWait(board_.stop, 0, kWaitMs);
         mine_.state.store(before, std::memory_order_relaxed);
@@ -120,8 +156,9 @@ private:
     Board &board_;
     InstanceBoard &mine_;
     Link link_;
-    RingWriter rows_;
-    OperatorServices services_;
+    std::unique_ptr<RingOutlet> out_;  // a producer's
+    std::unique_ptr<RowInlet> in_;     // a consumer's
+    std::unique_ptr<OperatorServices> services_;
 };
 
 }  // namespace

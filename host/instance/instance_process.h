@@ -2,7 +2,8 @@
 //
 // It loads the operator library, then does what the coordinator calls for: one method, one phase. What
 // is only a repetition stays here: 43 and 0 are called again at once, 68 after a short sleep. In between
-// one word of the board is looked at, so that the coordinator can have the instance back.
+// one word of the board is looked at, so that the coordinator can have the instance back. A consumer's
+// execute is called when a row, or the end of all rows, is at hand.
 
 #ifndef FENWIRE_HOST_INSTANCE_INSTANCE_PROCESS_H
 #define FENWIRE_HOST_INSTANCE_INSTANCE_PROCESS_H
@@ -20,11 +21,12 @@ std::filesystem::path FindOperatorLibrary();
 
 struct InstanceSetup {
     const Job &job;
+    Role role;
     int instance;
     std::filesystem::path library;
     Board &board;
-    RowRing &ring;
-    int rejects = -1;  // the list of bad records, open for appending
+    std::vector<RowRing> &rings;  // of the whole job
+    int rejects = -1;             // the list of bad records, open for appending
 };
 
 // Never throws; the exit status of the process.

@@ -6,36 +6,46 @@
 
 #include <unistd.h>
 
+#include "host/job/words.h"
 #include "host/services/log_file.h"
 
 namespace fenwire {
 
 namespace {
 
-constexpr int32_t kProducer = 1;
-constexpr int32_t kRowSizeClass = 1024;  // KB: this infrastructure carries rows of up to a megabyte
+// The job's row size class, in KB. This infrastructure carries rows of up to a megabyte, but formats with
+// two-byte prefixes are written in jobs of the smaller class only; a row that is too long for one of them
+// is refused when it comes.
+int32_t RowSizeClass(const Step &step)
+{
+    const std::string format = step.Text("Format");
+    const bool long_prefix = SameWord(format, "BINARY4") || SameWord(format, "FORMATTED4");
+    return step.role == Role::Producer || long_prefix ? 1024 : 64;
+}
 
 }  // namespace
 
-AttributeStore::AttributeStore(const Job &job, int instance)
+AttributeStore::AttributeStore(const Job &job, Role role, int instance)
 {
-    for (const Attribute &attribute : job.producer.attributes)
+    const bool writes = role == Role::Consumer;
+    const Step &step = writes ? job.consumer : job.producer;
+    for (const Attribute &attribute : step.attributes)
         std::visit([&](const auto &value) { values_[attribute.name] = value; }, attribute.value);
     if (values_.find("PrivateLogName") == values_.end())
-        values_["PrivateLogName"] = kPrivateLogName;
+        values_["PrivateLogName"] = PrivateLogName(role);
 
     const std::string job_id = job.name + "-" + std::to_string(getppid());
     const std::map<std::string, Value> supplied = {
         {"SYSTEM_InstanceNumber", instance},
-        {"SYSTEM_MaxInstances", job.producer.instances},
-        {"SYSTEM_OperatorType", kProducer},
-        {"SYSTEM_OperatorName", "producer"},
+        {"SYSTEM_MaxInstances", step.instances},
+        {"SYSTEM_OperatorType", static_cast<int32_t>(role)},
+        {"SYSTEM_OperatorName", writes ? "consumer" : "producer"},
         {"SYSTEM_OperatorNumber", 1},
         {"SYSTEM_MaxOperators", 1},
         {"SYSTEM_LATENCYON", "N"},
         {"SYSTEM_RestartMode", 0},
         {"SYSTEM_CharSetId", job.charset},
-        {"SYSTEM_JobMaxRowSize_Allow", kRowSizeClass},
+        {"SYSTEM_JobMaxRowSize_Allow", RowSizeClass(step)},
         {"SYSTEM_NOCHECKPOINT", 0},
         {"SYSTEM_LOGDIRECTORY", (job.state / "logs").string()},
         {"SYSTEM_TaskID", "1"},

@@ -18,7 +18,7 @@ class AttributeStore {
 public:
     // Relative paths in the job count from the job file's folder, which is the instance's working
     // folder; so they are handed on as they are.
-    AttributeStore(const Job &job, int instance);
+    AttributeStore(const Job &job, Role role, int instance);
 
     // As PX_GetAttribute: 0, 5 absent, 13 a list. value points into the store.
     PxStatus Get(const char *name, const void **value, int32_t *length);

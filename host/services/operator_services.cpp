@@ -8,8 +8,6 @@
 
 #include <unistd.h>
 
-#include "host/targets/target.h"
-
 namespace fenwire {
 
 namespace {
@@ -65,14 +63,15 @@ std::string UserName()
 
 }  // namespace
 
-OperatorServices::OperatorServices(const Job &job, int instance, Link &link, RingWriter &rows,
-                                   int rejects)
-    : job_(job), instance_(instance), link_(link), attributes_(job, instance), user_(UserName()),
-      rejects_(rejects)
+OperatorServices::OperatorServices(const Job &job, int instance, Link &link, RingOutlet *out,
+                                   RowInlet *in, int rejects)
+    : job_(job), instance_(instance), link_(link),
+      attributes_(job, in != nullptr ? Role::Consumer : Role::Producer, instance),
+      user_(UserName()), rejects_(rejects)
 {
     operator_.owner = stream_.owner = this;
-    stream_.rows = &rows;
-    stream_.counts_only = TargetOnlyCounts(job);
+    stream_.out = out;
+    stream_.in = in;
     FillOperator();
     FillLogs();
     FillSchema();
@@ -190,8 +189,9 @@ void OperatorServices::FillOperator()
     // ---- Schema, user, commands, statistics
     o.PX_GetTableSchemaList = [](PxOperator *op, int32_t direction, PxSchema ***list,
                                  int32_t *count) -> PxStatus {
-        constexpr int32_t kOutput = 3;
-        if (list == nullptr || count == nullptr || direction != kOutput)
+        constexpr int32_t kOutput = 3, kInput = 1;
+        const int32_t wanted = Of(op).stream_.in != nullptr ? kInput : kOutput;
+        if (list == nullptr || count == nullptr || direction != wanted)
             return PXSTC_InvalidArgument;
         *list = Of(op).schema_list_;
         *count = 1;

@@ -17,15 +17,18 @@
 #include "host/services/attribute_store.h"
 #include "host/services/link.h"
 #include "host/services/log_file.h"
-#include "host/streams/row_ring.h"
+#include "host/streams/ring_outlet.h"
+#include "host/streams/row_inlet.h"
 #include "infrastructure/infrastructure.h"
 
 namespace fenwire {
 
 class OperatorServices {
 public:
-    // rejects: the list of bad records, open for appending; -1: none is kept.
-    OperatorServices(const Job &job, int instance, Link &link, RingWriter &rows, int rejects = -1);
+    // One of out and in is null: a producer's rows go out, a consumer's come in. rejects: the list of bad
+    // records, open for appending; -1: none is kept.
+    OperatorServices(const Job &job, int instance, Link &link, RingOutlet *out, RowInlet *in,
+                     int rejects = -1);
     PxOperator *handle() { return &operator_.object; }
     void SetExecutePassed(bool passed)
     {
@@ -49,13 +52,14 @@ private:
         PxColumn object = {};
         const Column *column = nullptr;
         int32_t offset = 0;
+        bool file_name = false;
     };
     struct Stream {
         PxSchema object = {};
         OperatorServices *owner = nullptr;
-        RingWriter *rows = nullptr;
+        RingOutlet *out = nullptr;
+        RowInlet *in = nullptr;
         uint32_t columns = 0;
-        bool counts_only = false;
     };
 
     static OperatorServices &Of(PxOperator *op)
@@ -78,6 +82,13 @@ private:
     static PxStatus CountRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
                              const uint32_t *offsets, const uint32_t *lengths, const void *row,
                              uint32_t row_length);
+    static PxStatus PutLayoutRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
+                                 const uint32_t *offsets, const uint32_t *lengths, const void *row,
+                                 uint32_t row_length);
+    static PxStatus GetRow(PxSchema *schema, int32_t *columns, const uint8_t **indicators,
+                           const uint32_t **offsets, const uint32_t **lengths, void **row,
+                           uint32_t *row_length);
+    PxStatus StreamFailed(const char *words) noexcept;
 
     using Clock = std::chrono::steady_clock;
     const Job &job_;

@@ -16,6 +16,7 @@ void OperatorServices::FillSchema()
         ColumnHandle handle;
         handle.column = &column;
         handle.offset = offset;
+        handle.file_name = column.file_name && stream_.in == nullptr;  // written, it is data
         handle.object.kind = PX_KIND_COLUMN;
         handle.object.PX_GetMetadataColumnSchema =
             [](PxColumn *object, const char **name, uint32_t *type, uint32_t *length, int32_t *at,
@@ -33,7 +34,7 @@ void OperatorServices::FillSchema()
             *precision = self.column->precision;
             *scale = self.column->scale;
             *indicator = 0;
-            *metadata_type = self.column->file_name ? 1 : 0;
+            *metadata_type = self.file_name ? 1 : 0;
             return PXSTC_Success;
         };
         handle.object.PX_GetColumnDateFormats = [](PxColumn *object, const char **input,
@@ -51,7 +52,17 @@ void OperatorServices::FillSchema()
     for (ColumnHandle &handle : columns_)
         column_list_.push_back(&handle.object);
 
-    s.PX_PutRow = stream_.counts_only ? CountRow : PutRow;
+    // Rows go one way.
+    s.PX_GetRow = [](PxSchema *, int32_t *, const uint8_t **, const uint32_t **, const uint32_t **,
+                     void **, uint32_t *) { return PxStatus{PXSTC_NotSupported}; };
+    s.PX_PutRow = [](PxSchema *, int32_t, const uint8_t *, const uint32_t *, const uint32_t *,
+                     const void *, uint32_t) { return PxStatus{PXSTC_NotSupported}; };
+    if (stream_.in != nullptr)
+        s.PX_GetRow = GetRow;
+    else if (stream_.out->form() == RowForm::Layout)
+        s.PX_PutRow = PutLayoutRow;
+    else
+        s.PX_PutRow = stream_.out->form() == RowForm::CountsOnly ? CountRow : PutRow;
     s.PX_GetColumnSchemaList = [](PxSchema *schema, PxColumn ***list, int32_t *count,
                                   uint32_t *declared) -> PxStatus {
         OperatorServices &owner = *reinterpret_cast<Stream *>(schema)->owner;
@@ -66,9 +77,7 @@ void OperatorServices::FillSchema()
         }
         return PXSTC_Success;
     };
-    // Rows for consumers, and whole buffers, come with those features.
-    s.PX_GetRow = [](PxSchema *, int32_t *, const uint8_t **, const uint32_t **, const uint32_t **,
-                     void **, uint32_t *) { return PxStatus{PXSTC_NotSupported}; };
+    // Whole buffers come with buffer mode.
     s.PX_GetBuffer = [](PxSchema *, uint8_t *, void **, uint32_t *) {
         return PxStatus{PXSTC_NotSupported};
     };

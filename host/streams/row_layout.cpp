@@ -43,7 +43,9 @@ RowLayout::RowLayout(const std::vector<Column> &columns)
 {
     for (const Column &column : columns) {
         slots_.push_back({column.length, PrefixBytes(column.type)});
-        most_bytes_ += uint64_t{column.length} + slots_.back().prefix;
+        const Slot &slot = slots_.back();
+        most_bytes_ += uint64_t{slot.length} + slot.prefix;
+        fixed_and_prefix_bytes_ += slot.prefix != 0 ? slot.prefix : slot.length;
     }
     most_bytes_ += indicator_bytes();
 }

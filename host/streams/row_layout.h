@@ -33,6 +33,8 @@ public:
     uint32_t indicator_bytes() const { return (columns() + 7) / 8; }
     const std::vector<Slot> &slots() const { return slots_; }
     uint64_t most_bytes() const { return most_bytes_; }  // of a row with everything at its longest
+    // Of a row without values: prefixes, and the zeros of NULL.
+    uint64_t fixed_and_prefix_bytes() const { return fixed_and_prefix_bytes_; }
 
     // What stands where in a row: offsets from the row's start behind prefixes, lengths, indicators 0 or
     // 1. A NULL column keeps the length that it has in the row. False: the bytes are no row of this
@@ -42,7 +44,7 @@ public:
 
 private:
     std::vector<Slot> slots_;
-    uint64_t most_bytes_ = 0;
+    uint64_t most_bytes_ = 0, fixed_and_prefix_bytes_ = 0;
 };
 
 // Puts a row together, column by column. to has room for the longest row.

@@ -1,4 +1,4 @@
-// host/streams/row_record.h - a row on its way from an instance to the target.
+// host/streams/row_record.h - a row on its way from one process to another.
 //
 //     u32 bytes        of the whole record, a multiple of 8
 //     u32 data_bytes   of the columns together
@@ -6,7 +6,9 @@
 //     data             the columns in order, without gaps
 //     padding          up to bytes
 //
-// n, the number of columns, is the job's and stands in no record. Little-endian, 8-byte aligned.
+// n, the number of columns, is the job's and stands in no record. Little-endian, 8-byte aligned. On the
+// way to a consumer a record has no lengths (n is 0), and its data is a row in the job's row layout
+// (row_layout.h).
 
 #ifndef FENWIRE_HOST_STREAMS_ROW_RECORD_H
 #define FENWIRE_HOST_STREAMS_ROW_RECORD_H

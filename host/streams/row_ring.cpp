@@ -20,22 +20,22 @@ RowRing::RowRing()
 {
 }
 
-void WaitForDoorbell(Board &board, uint32_t seen, int milliseconds)
+void WaitForDoorbell(Doorbell &bell, uint32_t seen, int milliseconds)
 {
-    board.target_waiting.store(1, std::memory_order_seq_cst);
-    FutexWait(board.doorbell, seen, milliseconds);
-    board.target_waiting.store(0, std::memory_order_relaxed);
+    bell.waiting.store(1, std::memory_order_seq_cst);
+    FutexWait(bell.rung, seen, milliseconds);
+    bell.waiting.store(0, std::memory_order_relaxed);
 }
 
-void RingDoorbell(Board &board)
+void RingDoorbell(Doorbell &bell)
 {
-    board.doorbell.fetch_add(1, std::memory_order_seq_cst);
-    if (board.target_waiting.load(std::memory_order_seq_cst) != 0)
-        FutexWake(board.doorbell);
+    bell.rung.fetch_add(1, std::memory_order_seq_cst);
+    if (bell.waiting.load(std::memory_order_seq_cst) != 0)
+        FutexWake(bell.rung);
 }
 
-RingWriter::RingWriter(RowRing &ring, Board &board, int instance)
-    : ring_(ring), board_(board), mine_(board.Of(instance))
+RingWriter::RingWriter(RowRing &ring, Board &board, InstanceBoard &mine, Doorbell &bell)
+    : ring_(ring), board_(board), mine_(mine), bell_(bell)
 {
 }
 
@@ -43,17 +43,25 @@ void RingWriter::Advance()
 {
     published_ = position_;
     ring_.words().written.store(published_, std::memory_order_release);
-    mine_.rows.store(rows_, std::memory_order_relaxed);
+    TellRows();
     if (published_ - rung_ < kWakeBytes)
         return;
     rung_ = published_;
-    RingDoorbell(board_);
+    RingDoorbell(bell_);
+}
+
+// A process may have several rings, whose rows add up. Nobody else writes the sum.
+void RingWriter::TellRows()
+{
+    const uint64_t others = mine_.rows.load(std::memory_order_relaxed) - told_rows_;
+    told_rows_ = rows_;
+    mine_.rows.store(others + rows_, std::memory_order_release);
 }
 
 void RingWriter::TellCounts()
 {
-    mine_.rows.store(rows_, std::memory_order_relaxed);
-    mine_.counted_bytes.store(counted_bytes_, std::memory_order_relaxed);
+    TellRows();
+    mine_.counted_bytes.store(counted_bytes_, std::memory_order_release);
 }
 
 void RingWriter::Publish()
@@ -65,7 +73,7 @@ void RingWriter::Publish()
     if (rung_ == position_)
         return;
     rung_ = position_;
-    RingDoorbell(board_);
+    RingDoorbell(bell_);
 }
 
 void RingWriter::WaitForRoom(size_t bytes)

@@ -1,12 +1,12 @@
-// host/streams/row_ring.h - rows from one instance to the target, through shared memory.
+// host/streams/row_ring.h - rows from one process to another, through shared memory.
 //
-// One writer, one reader. The ring's bytes are mapped twice behind each other, so a record never wraps
+// One writer, one reader; see stream_plan.h for who has which. The ring's bytes are mapped twice behind each other, so a record never wraps
 // and a batch is one run of bytes. Positions only grow; position modulo the size is the place.
 //
-// The writer keeps its position to itself and publishes it every kPublishBytes; a sleeping target is
-// woken for kWakeBytes only, since waking costs as much as some hundred rows. The instance hands over the
+// The writer keeps its position to itself and publishes it every kPublishBytes; a sleeping reader is
+// woken for kWakeBytes only, since waking costs as much as some hundred rows. The writer hands over the
 // rest whenever it has nothing to do. A full ring puts the writer to sleep; the reader wakes it once half
-// the ring is free. An empty set of rings puts the reader to sleep on the board's doorbell. Whoever goes
+// the ring is free. An empty set of rings puts the reader to sleep on its doorbell. Whoever goes
 // to sleep raises its flag first, so that no wake-up is lost; sleeps are bounded all the same, and a
 // writer's ends when the job is aborted.
 
@@ -27,6 +27,7 @@ struct RingWords {
     alignas(64) std::atomic<uint64_t> taken;    // published by the reader
     std::atomic<uint32_t> writer_waiting;
     std::atomic<uint32_t> writer_bell;
+    std::atomic<uint32_t> ended;  // nothing comes behind what is written
 };
 
 class RowRing {
@@ -44,7 +45,8 @@ private:
 
 class RingWriter {
 public:
-    RingWriter(RowRing &ring, Board &board, int instance);
+    // mine: of the process that writes; bell: of the receiver.
+    RingWriter(RowRing &ring, Board &board, InstanceBoard &mine, Doorbell &bell);
 
     // Room for a record of that many bytes (a multiple of 8, at most kMaxRecordBytes), to be filled
     // before Append. Once the job is aborted what is written goes nowhere.
@@ -71,21 +73,28 @@ public:
             TellCounts();
     }
 
-    void Publish();  // everything appended becomes visible, and the target sees to it
+    void Publish();  // everything appended becomes visible, and the receiver sees to it
     uint64_t rows() const { return rows_; }
+    uint64_t position() const { return position_; }
+    uint64_t Backlog() const  // bytes that the receiver has not taken
+    {
+        return position_ - ring_.words().taken.load(std::memory_order_relaxed);
+    }
 
 private:
     static constexpr uint64_t kPublishBytes = 64 << 10;
     static constexpr uint64_t kWakeBytes = 512 << 10;
     static constexpr uint64_t kTellRows = 1 << 16;
     void Advance();
+    void TellRows();
     void TellCounts();
     void WaitForRoom(size_t bytes);
     RowRing &ring_;
     Board &board_;
     InstanceBoard &mine_;
+    Doorbell &bell_;
     uint64_t position_ = 0, published_ = 0, rung_ = 0, taken_ = 0, rows_ = 0;
-    uint64_t counted_bytes_ = 0;
+    uint64_t told_rows_ = 0, counted_bytes_ = 0;
 };
 
 class RingReader {
@@ -98,15 +107,13 @@ public:
     void Release(const RowBatch &batch);     // its bytes may be written again
     uint64_t rows() const { return rows_; }  // in all batches so far
 
+    // Whether nothing comes behind what is written. Ask before the look that finds nothing.
+    bool Ended() const { return ring_.words().ended.load(std::memory_order_acquire) != 0; }
+
 private:
     RowRing &ring_;
     uint64_t position_ = 0, rows_ = 0;
 };
-
-// Sleeps until the doorbell is no longer as it was seen, at most so long. Load the doorbell before the
-// look that found nothing to do: what comes after the look has rung it.
-void WaitForDoorbell(Board &board, uint32_t seen, int milliseconds);
-void RingDoorbell(Board &board);
 
 }  // namespace fenwire
 

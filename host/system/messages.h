@@ -41,6 +41,7 @@ enum class MessageKind : uint32_t {
     Statistic,       // words: name and value
     FileCounts,      // PxFileCounts
     BadRecord,       // PxBadRecord of the last one, how many, kind of fault, excerpt
+    SourceRows,      // rows handed over, warning
     Trouble,         // words: the instance can't start or go on
     // coordinator -> target
     Drain,   // -> Drained, once every ring is empty

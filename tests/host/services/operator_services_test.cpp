@@ -25,6 +25,7 @@ Job TestJob(const TempDirectory &folder)
     job.state = folder.File(".fenwire/test");
     std::filesystem::create_directories(job.state / "logs");
     job.name = "test";
+    job.target_type = "print";
     job.columns.resize(2);
     job.columns[0].length = 10;
     job.columns[1].length = 20;
@@ -38,10 +39,11 @@ Job TestJob(const TempDirectory &folder)
 // One instance's services; a thread plays the coordinator and keeps what is told.
 class Instance {
 public:
-    Instance(const Job &job, int number, Board &board, SharedObjects &objects, RowRing &ring)
+    Instance(const Job &job, int number, Board &board, SharedObjects &objects,
+             std::vector<RowRing> &rings)
         : pair_(Channel::Pair()), coordinator_([this, &objects] { Serve(objects); }),
-          link_(std::move(pair_.second), board), rows_(ring, board, number),
-          services(job, number, link_, rows_)
+          link_(std::move(pair_.second), board), rows_(job, board, rings, number),
+          services(job, number, link_, &rows_, nullptr)
     {
     }
     ~Instance()
@@ -62,7 +64,7 @@ private:
     std::pair<Channel, Channel> pair_;
     std::thread coordinator_;
     Link link_;
-    RingWriter rows_;
+    RingOutlet rows_;
 
 public:
     OperatorServices services;
@@ -92,11 +94,11 @@ protected:
 
     TempDirectory folder;
     const Job job = TestJob(folder);
-    Mapping map{MakeSharedBlock("board", Board::Bytes(2))};
-    Board &board = *reinterpret_cast<Board *>(map.data());
+    Mapping map{MakeSharedBlock("board", Board::Bytes(2, 1))};
+    Board &board = Board::Make(map.data(), 2, 1);
     SharedObjects objects{board};
-    RowRing ring;
-    Instance first{job, 1, board, objects, ring}, second{job, 2, board, objects, ring};
+    std::vector<RowRing> rings{2};
+    Instance first{job, 1, board, objects, rings}, second{job, 2, board, objects, rings};
     PxOperator *const one = first.op(), *const two = second.op();
 };
 
@@ -235,9 +237,15 @@ TEST_F(Services, RowsAreCheckedAndPacked)
         wanted += c.taken;
     }
     EXPECT_EQ(schema->PX_PutRow(schema, 2, nullptr, nullptr, nullptr, kRow, 8), PXSTC_NullPointer);
-    EXPECT_EQ(schema->PX_PutRow(schema, 0, nullptr, nullptr, nullptr, kRow, 8), PXSTC_NotSupported);
+
+    // The job's layout: NULL bits, then each column with its length in front.
+    static constexpr char kLayout[] = "\x40\x03\0abc\0\0";
+    for (const auto &[size, status] : std::initializer_list<std::pair<uint32_t, PxStatus>>{
+             {8, PXSTC_Success}, {7, PXSTC_Length}, {9, PXSTC_Length}, {1, PXSTC_Length}})
+        EXPECT_EQ(schema->PX_PutRow(schema, 0, nullptr, nullptr, nullptr, kLayout, size), status);
+    wanted += "abc|NULL;";
     first.Publish();
-    RingReader(ring).Next(2, 1 << 20).ForEach([&](const RowRecord &row) {
+    RingReader(rings[0]).Next(2, 1 << 20).ForEach([&](const RowRecord &row) {
         const char *data = reinterpret_cast<const char *>(row.data(2));
         for (uint32_t i = 0; i < 2; ++i) {
             const bool null = row.length(i) == kNullColumn;

@@ -14,9 +14,11 @@ using namespace fenwire;
 namespace {
 
 struct Fixture {
-    UniqueFd block = MakeSharedBlock("test", Board::Bytes(1));
+    RingWriter Writer() { return {ring, board, board.Sender(1), bell}; }
+    UniqueFd block = MakeSharedBlock("test", Board::Bytes(1, 1));
     Mapping map{block};
-    Board &board = *reinterpret_cast<Board *>(map.data());
+    Board &board = Board::Make(map.data(), 1, 1);
+    Doorbell &bell = board.BellOf(1);
     RowRing ring;
 };
 
@@ -44,7 +46,7 @@ TEST(RowRing, EveryRecordArrivesInOrderThroughAFullRing)
     constexpr uint32_t kRecords = 200000;
     Fixture f;
     std::thread producer([&] {
-        RingWriter writer(f.ring, f.board, 1);
+        RingWriter writer = f.Writer();
         std::mt19937 random(7);
         for (uint32_t i = 0; i < kRecords; ++i)
             PutNumbered(writer, i, LengthOf(random));
@@ -54,7 +56,7 @@ TEST(RowRing, EveryRecordArrivesInOrderThroughAFullRing)
     std::mt19937 random(7);
     uint32_t seen = 0;
     while (seen < kRecords) {
-        const uint32_t bell = f.board.doorbell.load();
+        const uint32_t bell = f.bell.rung.load();
         const RowBatch batch = reader.Next(1, 64 << 10);
         batch.ForEach([&](const RowRecord &row) {
             const uint32_t length = LengthOf(random);
@@ -64,13 +66,13 @@ TEST(RowRing, EveryRecordArrivesInOrderThroughAFullRing)
             ++seen;
         });
         if (batch.start == batch.end)
-            WaitForDoorbell(f.board, bell, 1000);
+            WaitForDoorbell(f.bell, bell, 1000);
         if (seen % 7 == 0)
             std::this_thread::sleep_for(std::chrono::microseconds(200));  // now and then too slow
         reader.Release(batch);
     }
     producer.join();
-    EXPECT_EQ(f.board.Of(1).rows.load(), kRecords);
+    EXPECT_EQ(f.board.Sender(1).rows.load(), kRecords);
 }
 
 TEST(RowRing, WritersWaitForTheReaderUntilTheAbort)
@@ -79,7 +81,7 @@ TEST(RowRing, WritersWaitForTheReaderUntilTheAbort)
     Fixture f;
     std::atomic<uint32_t> written = 0;
     std::thread producer([&] {
-        RingWriter writer(f.ring, f.board, 1);
+        RingWriter writer = f.Writer();
         for (; written < kRecords; ++written)
             PutNumbered(writer, written, 1000);
     });
@@ -105,7 +107,7 @@ TEST(RowRing, DamagedRecordsAreRefusedBeforeTheyAreUsed)
     // clang-format on
     for (const auto &c : kCases) {
         Fixture f;
-        RingWriter writer(f.ring, f.board, 1);
+        RingWriter writer = f.Writer();
         uint8_t *record = writer.Reserve(24);
         const uint32_t words[] = {c.bytes, c.data_bytes, 0};
         memcpy(record, words, sizeof words);
