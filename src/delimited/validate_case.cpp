@@ -6,6 +6,7 @@
 
 #include "attributes/attributes.h"
 #include "delimited/assemble.h"
+#include "delimited/binary_to_text.h"
 #include "delimited/characters.h"
 #include "delimited/create.h"
 #include "delimited/delimited.h"
@@ -214,7 +215,8 @@ int32_t ValidateUDDIcase()
         TraceSettings(digits);
     TakeScannerView();
     ChooseScanner();
-    // A consumer's converted columns get their records here.
+    if (PrepareConversion() != 0)
+        return kNoMemory;
     return AllocateTarget() && GrowRawCopy(TargetBufferSize) && SetIndexMarks(MarksForIndex())
                ? kValid
                : kNoMemory;
@@ -229,4 +231,5 @@ void FreeDelimitedBuffers()
     FreeIndex();
     FreeRawCopy();
     FreeCreatedText();
+    FreeConversion();
 }
