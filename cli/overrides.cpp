@@ -11,7 +11,7 @@ std::vector<Override> Overrides(const JobOptions &options)
 {
     std::vector<Override> overrides;
     if (!options.instances.empty())
-        overrides.push_back({"producer", "instances", options.instances});
+        overrides.push_back({kReadingStep, "instances", options.instances});
     for (const std::string &setting : options.settings) {
         const size_t equals = setting.find('=');
         const size_t dot = setting.find('.');

@@ -57,9 +57,7 @@ std::string StandingShown(const AttributeInfo &attribute)
     case Support::Now:
         break;
     }
-    return attribute.coming.empty()
-               ? std::string()
-               : fmt::format("not available in this version: {}", attribute.coming);
+    return {};
 }
 
 }  // namespace fenwire

@@ -20,18 +20,18 @@ using enum AttributeKind;
 constexpr AttributeInfo kCatalogue[] = {
     // ---- Files -------------------------------------------------------------------------------------
     {.name = "DirectoryPath",              .kind = Text,             .group = AttributeGroup::Files,       .absent = "the job file's folder",
-     .about = "Directory that the files are read from. FileName then holds a name without a path, and may be a pattern."},
+     .about = "Directory that the files are read from or written to. FileName then holds a name without a path, which may be a pattern in a step that reads."},
     {.name = "FileName",                   .kind = Text,             .group = AttributeGroup::Files,       .required = true,
-     .about = "Name of the file to read. With * in it, a pattern: every file of the directory that fits is read, dealt to the instances by size."},
-    {.name = "EnableScan",                 .kind = YesNo,            .group = AttributeGroup::Files,       .absent = "Yes",
+     .about = "Name of the file. To read, with * in it, a pattern: every file of the directory that fits is read, dealt to the instances by size. To write, each of several instances puts a dash and its number behind the name."},
+    {.name = "EnableScan",                 .kind = YesNo,            .group = AttributeGroup::Files, .side = AttributeSide::Producer, .absent = "Yes",
      .about = "Whether a * in FileName is a pattern. With No the name is taken as it stands."},
     {.name = "FileList",                   .kind = YesNo,            .group = AttributeGroup::Files,       .support = Support::NoOnly, .feature = "file lists", .absent = "No",
      .about = "FileName names a list of files instead of a file."},
-    {.name = "OpenMode",                   .kind = Word,             .group = AttributeGroup::Files,       .absent = "Read for a step that reads", .words = "Read",
-     .about = "How files are opened."},
-    {.name = "NamedPipeTimeOut",           .kind = Integer,          .group = AttributeGroup::Files,       .absent = "0", .minimum = 0,
+    {.name = "OpenMode",                   .kind = Word,             .group = AttributeGroup::Files,       .absent = "Read, or Write for a step that writes", .words = "Read", .when_writing = "Write WriteAppend",
+     .about = "How files are opened. Write begins a file anew, whatever it held; WriteAppend goes on behind what it holds."},
+    {.name = "NamedPipeTimeOut",           .kind = Integer,          .group = AttributeGroup::Files, .side = AttributeSide::Producer, .absent = "0", .absent_passes = true, .minimum = 0,
      .about = "Seconds to wait for data of a named pipe; 0 waits for ever."},
-    {.name = "TimeOut",                    .kind = Integer,          .group = AttributeGroup::Files,       .absent = "0", .minimum = 0, .maximum = 99999,
+    {.name = "TimeOut",                    .kind = Integer,          .group = AttributeGroup::Files, .side = AttributeSide::Producer, .absent = "0", .absent_passes = true, .minimum = 0, .maximum = 99999,
      .about = "Seconds that an access module may wait for data; 0 sets no limit."},
     {.name = "IOBufferSize",               .kind = Integer,          .group = AttributeGroup::Files,       .support = Support::Ignored,
      .about = "Of earlier versions; the size of the buffers is chosen by the operator."},
@@ -39,17 +39,17 @@ constexpr AttributeInfo kCatalogue[] = {
     // ---- Format ------------------------------------------------------------------------------------
     {.name = "Format",                     .kind = Word,             .group = AttributeGroup::Format,      .required = true, .words = "Delimited Text Formatted Formatted4 Binary Binary4 Unformatted", .also = "Formatted2",
      .about = "Layout of the files. Delimited: columns separated by TextDelimiter, one record a line. Text: columns of fixed width, one record a line. The others hold binary rows: Formatted with a length in front and a line end behind, Binary with a length, Unformatted with neither; a 4 stands for lengths of four bytes."},
-    {.name = "IndicatorMode",              .kind = YesNo,            .group = AttributeGroup::Format,      .support = Support::NoOnly, .feature = "records with indicator bytes", .absent = "No",
-     .about = "Records begin with bytes that say which columns are NULL."},
+    {.name = "IndicatorMode",              .kind = YesNo,            .group = AttributeGroup::Format,      .absent = "No",
+     .about = "Records begin with bytes that say which columns are NULL. For the binary formats; without it they can't tell NULL from a value of zeros."},
     {.name = "EndianFlip",                 .kind = YesNo,            .group = AttributeGroup::Format,      .absent = "No",
      .about = "Exchanges the byte order of binary fields. Text and delimited files have none."},
     {.name = "AcceptEOFasEOR",             .kind = YesNo,            .group = AttributeGroup::Format,      .side = AttributeSide::Producer, .absent = "Yes",
      .about = "The end of a file also ends its last record, so that a last line without its line end is read. With No such a line is an error."},
-    {.name = "WriteBOM",                   .kind = YesNo,            .group = AttributeGroup::Format,      .side = AttributeSide::Consumer, .absent = "No",
-     .about = "Begins each written file with a byte order mark. A step that reads goes on without it, with a warning."},
-    {.name = "ValidUTF8",                  .kind = Word,             .group = AttributeGroup::Format,      .words = "UTF8 UTFX",
+    {.name = "WriteBOM",                   .kind = YesNo,            .group = AttributeGroup::Format,      .side = AttributeSide::Consumer, .absent = "No", .absent_passes = true,
+     .about = "Begins each written file with a byte order mark. For text and delimited data in UTF8 or UTF16; elsewhere a warning is all that comes of it."},
+    {.name = "ValidUTF8",                  .kind = Word,             .group = AttributeGroup::Format, .side = AttributeSide::Reading, .words = "UTF8 UTFX",
      .about = "A column of delimited UTF-8 data that is longer than its type is cut, at the end of a character. Needs charset UTF8. Bytes that are no UTF-8 stay as they are in this version, with either word."},
-    {.name = "ReplacementUTF8Char",        .kind = Text,             .group = AttributeGroup::Format,      .support = Support::Ignored, .max_bytes = 1,
+    {.name = "ReplacementUTF8Char",        .kind = Text,             .group = AttributeGroup::Format, .side = AttributeSide::Reading, .support = Support::Ignored, .max_bytes = 1,
      .about = "Character to take the place of invalid UTF-8. Looked at with ValidUTF8 only."},
 
     // ---- Delimiters, quotes, escapes ---------------------------------------------------------------
@@ -75,13 +75,13 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "Stands before a close quote mark that is part of a column. A doubled close quote mark always counts as one that is; so never give the quote mark itself."},
     {.name = "EscapeQuoteDelimiterHEX",    .kind = HexMark,          .group = AttributeGroup::Marks,       .partner = "EscapeQuoteDelimiter",
      .about = "EscapeQuoteDelimiter in hexadecimal digits, in the character set of the data."},
-    {.name = "AppendDelimiter",            .kind = YesNo,            .group = AttributeGroup::Marks,       .side = AttributeSide::Consumer, .support = Support::NoOnly, .feature = "writing files", .absent = "No",
+    {.name = "AppendDelimiter",            .kind = YesNo,            .group = AttributeGroup::Marks,       .side = AttributeSide::Consumer, .absent = "No", .absent_passes = true,
      .about = "Writes a delimiter behind the last column too."},
-    {.name = "UseGeneralUDDIcase",         .kind = YesNo,            .group = AttributeGroup::Marks,       .absent = "No",
+    {.name = "UseGeneralUDDIcase",         .kind = YesNo,            .group = AttributeGroup::Marks, .side = AttributeSide::Reading, .absent = "No",
      .about = "Reads with the general scanner instead of the one made for the delimiters in use: the same rows, more slowly. For finding faults."},
 
     // ---- Columns -----------------------------------------------------------------------------------
-    {.name = "NullColumns",                .kind = YesNo,            .group = AttributeGroup::Columns,     .absent = "Yes",
+    {.name = "NullColumns",                .kind = YesNo,            .group = AttributeGroup::Columns, .side = AttributeSide::Reading, .absent = "Yes",
      .about = "An empty column of a delimited record is NULL. With No it is an empty text."},
     {.name = "TrimColumns",                .kind = Word,             .group = AttributeGroup::Columns,     .side = AttributeSide::Producer, .absent = "None", .words = "None Leading Trailing Both",
      .about = "Where TrimChar is taken off the columns of delimited records."},
@@ -89,39 +89,39 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "The one byte that TrimColumns takes off."},
     {.name = "TrimCharHEX",                .kind = HexMark,          .group = AttributeGroup::Columns,     .side = AttributeSide::Producer, .partner = "TrimChar",
      .about = "TrimChar in hexadecimal digits, in the character set of the data."},
-    {.name = "AcceptExcessColumns",        .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns,     .absent = "No",
+    {.name = "AcceptExcessColumns",        .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns, .side = AttributeSide::Reading, .absent = "No",
      .about = "A record with more columns than the schema is accepted, without those behind. YesWithoutLog does not note such records. With No it is an error."},
-    {.name = "AcceptMissingColumns",       .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns,     .absent = "No",
+    {.name = "AcceptMissingColumns",       .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns, .side = AttributeSide::Reading, .absent = "No",
      .about = "A record with fewer columns than the schema is accepted, the missing ones NULL. YesWithoutLog does not note such records. With No it is an error."},
-    {.name = "TruncateColumnData",         .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns,     .absent = "No",
+    {.name = "TruncateColumnData",         .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns, .side = AttributeSide::Reading, .absent = "No",
      .about = "A column that is longer than its type is cut. YesWithoutLog does not note such records. With No it is an error."},
-    {.name = "TruncateColumns",            .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns,     .absent = "No", .partner = "TruncateColumnData",
+    {.name = "TruncateColumns",            .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns, .side = AttributeSide::Reading, .absent = "No", .partner = "TruncateColumnData",
      .about = "Earlier name of TruncateColumnData; looked at when that is absent."},
-    {.name = "TruncateLongCols",           .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns,     .absent = "No", .partner = "TruncateColumnData",
+    {.name = "TruncateLongCols",           .kind = YesNoWithoutLog,  .group = AttributeGroup::Columns, .side = AttributeSide::Reading, .absent = "No", .partner = "TruncateColumnData",
      .about = "Earlier name of TruncateColumnData; looked at when that and TruncateColumns are absent."},
 
     // ---- Rows --------------------------------------------------------------------------------------
-    {.name = "RowsPerInstance",            .kind = Integer,          .group = AttributeGroup::Rows,        .absent = "-1", .minimum = -1,
+    {.name = "RowsPerInstance",            .kind = Integer,          .group = AttributeGroup::Rows, .side = AttributeSide::Reading, .absent = "-1", .minimum = -1,
      .about = "Each instance stops after this many rows; -1 sets no limit."},
     {.name = "SkipRows",                   .kind = Integer,          .group = AttributeGroup::Rows,        .side = AttributeSide::Producer, .absent = "0", .minimum = 0,
      .about = "This many records are passed over before the first row, such as a line of column names."},
-    {.name = "SkipRowsEveryFile",          .kind = YesNo,            .group = AttributeGroup::Rows,        .absent = "No",
+    {.name = "SkipRowsEveryFile",          .kind = YesNo,            .group = AttributeGroup::Rows, .side = AttributeSide::Producer, .absent = "No",
      .about = "SkipRows counts in each file, not once for the job."},
     {.name = "AllowBufferMode",            .kind = YesNo,            .group = AttributeGroup::Rows,        .support = Support::Ignored, .absent = "Yes",
      .about = "Rows may travel in blocks where the job allows it. This version moves them one at a time."},
 
     // ---- Bad records -------------------------------------------------------------------------------
-    {.name = "RecordErrorFileName",        .kind = Text,             .group = AttributeGroup::BadRecords,
+    {.name = "RecordErrorFileName",        .kind = Text,             .group = AttributeGroup::BadRecords, .side = AttributeSide::Reading, 
      .about = "File that takes the records that can't be made rows, as they were read; the job goes on without them. It is begun anew by each run."},
-    {.name = "RowErrFileName",             .kind = Text,             .group = AttributeGroup::BadRecords, .partner = "RecordErrorFileName",
+    {.name = "RowErrFileName",             .kind = Text,             .group = AttributeGroup::BadRecords, .side = AttributeSide::Reading, .partner = "RecordErrorFileName",
      .about = "Earlier name of RecordErrorFileName."},
-    {.name = "ErrorLimit",                 .kind = Integer,          .group = AttributeGroup::BadRecords, .absent = "-1",
+    {.name = "ErrorLimit",                 .kind = Integer,          .group = AttributeGroup::BadRecords, .side = AttributeSide::Reading, .absent = "-1",
      .about = "The job fails with this many bad records in the record error file, over all instances; below 1 there is no limit. Has a meaning with RecordErrorFileName only."},
-    {.name = "RecordErrorFilePrefix",      .kind = Mark,             .group = AttributeGroup::BadRecords, .absent = "none", .partner = "RecordErrorFilePrefixHEX",
+    {.name = "RecordErrorFilePrefix",      .kind = Mark,             .group = AttributeGroup::BadRecords, .side = AttributeSide::Reading, .absent = "none", .partner = "RecordErrorFilePrefixHEX",
      .about = "Begins each line of remarks in the record error file. Has a meaning with RecordErrorFileName only."},
-    {.name = "RecordErrorFilePrefixHEX",   .kind = HexMark,          .group = AttributeGroup::BadRecords, .partner = "RecordErrorFilePrefix",
+    {.name = "RecordErrorFilePrefixHEX",   .kind = HexMark,          .group = AttributeGroup::BadRecords, .side = AttributeSide::Reading, .partner = "RecordErrorFilePrefix",
      .about = "RecordErrorFilePrefix in hexadecimal digits."},
-    {.name = "RecordErrorVerbosity",       .kind = Word,             .group = AttributeGroup::BadRecords, .absent = "Off", .words = "Off Low Med High", .also = "O L M H",
+    {.name = "RecordErrorVerbosity",       .kind = Word,             .group = AttributeGroup::BadRecords, .side = AttributeSide::Reading, .absent = "Off", .words = "Off Low Med High", .also = "O L M H",
      .about = "How much the record error file says of each record: nothing; what is wrong (Low); also its file and number (Med, High). Has a meaning with RecordErrorFileName only."},
 
     // ---- Log ---------------------------------------------------------------------------------------
@@ -135,27 +135,27 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "Longest hexadecimal dump in the private log."},
 
     // ---- Several readers of one file ---------------------------------------------------------------
-    {.name = "MultipleReaders",            .kind = YesNo,            .group = AttributeGroup::Readers,     .support = Support::NoOnly, .feature = "reading one file with several instances", .absent = "No",
+    {.name = "MultipleReaders",            .kind = YesNo,            .group = AttributeGroup::Readers, .side = AttributeSide::Producer, .support = Support::NoOnly, .feature = "reading one file with several instances", .absent = "No", .absent_passes = true,
      .about = "One file is read by several instances."},
-    {.name = "RecordsPerBuffer",           .kind = Integer,          .group = AttributeGroup::Readers,     .absent = "from the length of a row", .minimum = 1, .maximum = 999999,
+    {.name = "RecordsPerBuffer",           .kind = Integer,          .group = AttributeGroup::Readers, .side = AttributeSide::Producer, .absent = "from the length of a row", .minimum = 1, .maximum = 999999,
      .about = "Records that an instance gets at a time when several read one file."},
-    {.name = "RecordsPerInstance",         .kind = Integer,          .group = AttributeGroup::Readers,     .minimum = 1, .maximum = 999999, .partner = "RecordsPerBuffer",
+    {.name = "RecordsPerInstance",         .kind = Integer,          .group = AttributeGroup::Readers, .side = AttributeSide::Producer, .minimum = 1, .maximum = 999999, .partner = "RecordsPerBuffer",
      .about = "Earlier name of RecordsPerBuffer; looked at when that is absent."},
 
     // ---- Watching a directory ----------------------------------------------------------------------
-    {.name = "VigilStartTime",             .kind = TimeStamp,        .group = AttributeGroup::Vigil,       .support = Support::Later, .feature = "watching a directory",
+    {.name = "VigilStartTime",             .kind = TimeStamp,        .group = AttributeGroup::Vigil, .side = AttributeSide::Producer, .support = Support::Later, .feature = "watching a directory",
      .about = "When the watch over the directory begins, in local time."},
-    {.name = "VigilStopTime",              .kind = TimeStamp,        .group = AttributeGroup::Vigil,       .support = Support::Later, .feature = "watching a directory",
+    {.name = "VigilStopTime",              .kind = TimeStamp,        .group = AttributeGroup::Vigil, .side = AttributeSide::Producer, .support = Support::Later, .feature = "watching a directory",
      .about = "When the watch over the directory ends, in local time."},
-    {.name = "VigilElapsedTime",           .kind = Integer,          .group = AttributeGroup::Vigil,       .support = Support::Later, .feature = "watching a directory", .absent = "0",
+    {.name = "VigilElapsedTime",           .kind = Integer,          .group = AttributeGroup::Vigil, .side = AttributeSide::Producer, .support = Support::Later, .feature = "watching a directory", .absent = "0",
      .about = "Minutes that the watch lasts."},
-    {.name = "VigilWaitTime",              .kind = Integer,          .group = AttributeGroup::Vigil,       .support = Support::Later, .feature = "watching a directory", .absent = "60",
+    {.name = "VigilWaitTime",              .kind = Integer,          .group = AttributeGroup::Vigil, .side = AttributeSide::Producer, .support = Support::Later, .feature = "watching a directory", .absent = "60",
      .about = "Seconds between two looks into the directory."},
-    {.name = "VigilNoticeFileName",        .kind = Text,             .group = AttributeGroup::Vigil,       .support = Support::Later, .feature = "watching a directory",
+    {.name = "VigilNoticeFileName",        .kind = Text,             .group = AttributeGroup::Vigil, .side = AttributeSide::Producer, .support = Support::Later, .feature = "watching a directory",
      .about = "File that gets a note of how many files were read, after each look."},
-    {.name = "VigilMaxFiles",              .kind = Integer,          .group = AttributeGroup::Vigil,       .support = Support::Later, .feature = "watching a directory", .absent = "2000", .minimum = 10, .maximum = 50000,
+    {.name = "VigilMaxFiles",              .kind = Integer,          .group = AttributeGroup::Vigil, .side = AttributeSide::Producer, .support = Support::Later, .feature = "watching a directory", .absent = "2000", .minimum = 10, .maximum = 50000,
      .about = "Most files that one look takes."},
-    {.name = "VigilSortField",             .kind = Word,             .group = AttributeGroup::Vigil,       .support = Support::Later, .feature = "watching a directory", .absent = "as found", .words = "Time Name", .also = "T N",
+    {.name = "VigilSortField",             .kind = Word,             .group = AttributeGroup::Vigil, .side = AttributeSide::Producer, .support = Support::Later, .feature = "watching a directory", .absent = "as found", .words = "Time Name", .also = "T N",
      .about = "Order in which files are taken."},
 
     // ---- Archiving ---------------------------------------------------------------------------------
@@ -171,13 +171,13 @@ constexpr AttributeInfo kCatalogue[] = {
      .about = "Text that the access module gets at its start."},
 
     // ---- Notification ------------------------------------------------------------------------------
-    {.name = "NotifyMethod",               .kind = Word,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits", .absent = "None", .words = "None Msg Exit",
+    {.name = "NotifyMethod",               .kind = Word,             .group = AttributeGroup::Notify, .side = AttributeSide::Producer, .support = Support::Later, .feature = "notify exits", .absent = "None", .words = "None Msg Exit",
      .about = "How milestones of the job are told to the outside."},
-    {.name = "NotifyLevel",                .kind = Word,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits", .absent = "Low", .words = "Off Low Medium High Ultra",
+    {.name = "NotifyLevel",                .kind = Word,             .group = AttributeGroup::Notify, .side = AttributeSide::Producer, .support = Support::Later, .feature = "notify exits", .absent = "Low", .words = "Off Low Medium High Ultra",
      .about = "Which milestones are told."},
-    {.name = "NotifyExit",                 .kind = Text,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits",
+    {.name = "NotifyExit",                 .kind = Text,             .group = AttributeGroup::Notify, .side = AttributeSide::Producer, .support = Support::Later, .feature = "notify exits",
      .about = "Library that is told of the milestones."},
-    {.name = "NotifyString",               .kind = Text,             .group = AttributeGroup::Notify,      .support = Support::Later, .feature = "notify exits",
+    {.name = "NotifyString",               .kind = Text,             .group = AttributeGroup::Notify, .side = AttributeSide::Producer, .support = Support::Later, .feature = "notify exits",
      .about = "Text that goes with each milestone."},
 
     // ---- Hadoop ------------------------------------------------------------------------------------
@@ -341,6 +341,9 @@ std::string ValidValues(const AttributeInfo &attribute)
         return fmt::format("text, at most {} byte{}", attribute.max_bytes,
                            attribute.max_bytes == 1 ? "" : "s");
     case Word:
+        if (!attribute.when_writing.empty())
+            return fmt::format("{} to read; {} to write", ValidValues(attribute, Role::Producer),
+                               ValidValues(attribute, Role::Consumer));
         return OrList(SplitWords(attribute.words));
     case Integer:
         if (attribute.minimum == INT32_MIN && attribute.maximum == INT32_MAX)
@@ -362,6 +365,12 @@ std::string ValidValues(const AttributeInfo &attribute)
         break;
     }
     return "date and time as \"20240131 23:59:00\"";
+}
+
+std::string ValidValues(const AttributeInfo &attribute, Role role)
+{
+    return attribute.kind == Word ? OrList(SplitWords(WordsOf(attribute, role)))
+                                  : ValidValues(attribute);
 }
 
 int YesNoValue(AttributeKind kind, std::string_view word)

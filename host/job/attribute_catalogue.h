@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/job/job.h"
+
 namespace fenwire {
 
 enum class AttributeKind : uint8_t {
@@ -27,7 +29,12 @@ enum class AttributeKind : uint8_t {
     TimeStamp,        // YYYYMMDD HH:MM:SS
 };
 
-enum class AttributeSide : uint8_t { Both, Producer, Consumer };
+enum class AttributeSide : uint8_t {
+    Both,
+    Producer,  // refused in a step that writes
+    Consumer,  // refused in a step that reads
+    Reading,   // taken by both; does something in a step that reads
+};
 
 enum class AttributeGroup : uint8_t {
     Files,
@@ -64,9 +71,10 @@ struct AttributeInfo {
     std::string_view feature = {};  // NoOnly, Later: what it asks for
     bool required = false;
     std::string_view absent = {};  // what holds without it, in words
+    bool absent_passes = false;    // the value that holds without it passes on the other side too
     std::string_view words = {};   // Word: the valid ones, with a blank between
-    std::string_view coming = {};  // Word: valid ones that ask for a later feature
-    std::string_view also = {};    // Word: valid ones that are not shown
+    std::string_view when_writing = {};  // Word: the valid ones of a step that writes, if others
+    std::string_view also = {};          // Word: valid ones that are not shown
     int64_t minimum = INT32_MIN, maximum = INT32_MAX;
     uint32_t max_bytes = 4096;
     std::string_view partner =
@@ -83,6 +91,26 @@ std::string_view GroupTitle(AttributeGroup group);
 
 // "text, at most 4096 bytes", "whole number from 1 to 999999", "Yes, No or Optional".
 std::string ValidValues(const AttributeInfo &attribute);
+std::string ValidValues(const AttributeInfo &attribute, Role role);
+
+// The valid words of a Word in a step of that role, with a blank between.
+constexpr std::string_view WordsOf(const AttributeInfo &attribute, Role role)
+{
+    const bool writes = role == Role::Consumer && !attribute.when_writing.empty();
+    return writes ? attribute.when_writing : attribute.words;
+}
+
+// Whether a step of that role takes the attribute, and whether it does something there.
+constexpr bool IsTakenBy(const AttributeInfo &attribute, Role role)
+{
+    return attribute.side !=
+           (role == Role::Producer ? AttributeSide::Consumer : AttributeSide::Producer);
+}
+constexpr bool DoesSomethingIn(const AttributeInfo &attribute, Role role)
+{
+    return IsTakenBy(attribute, role) &&
+           (role == Role::Producer || attribute.side != AttributeSide::Reading);
+}
 
 // Yes for yes and no attributes of every sort.
 constexpr bool IsYesNo(AttributeKind kind)

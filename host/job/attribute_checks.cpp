@@ -9,7 +9,6 @@
 #include <fmt/format.h>
 
 #include "host/job/attribute_catalogue.h"
-#include "host/job/column_types.h"
 #include "host/job/words.h"
 
 namespace fenwire {
@@ -18,17 +17,13 @@ namespace {
 
 constexpr size_t kMaxMarkBytes = 100;
 
-std::string NotInThisVersion(std::string_view what)
-{
-    return fmt::format("{} is not available in this version", what);
-}
-
 // ---- One value --------------------------------------------------------------------------------
 
 class ValueReader {
 public:
-    ValueReader(const AttributeInfo &info, const Value &value, std::vector<Complaint> &found)
-        : info_(info), value_(value), found_(found)
+    ValueReader(const AttributeInfo &info, Role role, const Value &value,
+                std::vector<Complaint> &found)
+        : info_(info), role_(role), value_(value), found_(found)
     {
     }
 
@@ -61,7 +56,7 @@ private:
 
     std::string Wanted() const
     {
-        return IsYesNo(info_.kind) || info_.kind == AttributeKind::Word ? ValidValues(info_)
+        return IsYesNo(info_.kind) || info_.kind == AttributeKind::Word ? ValidValues(info_, role_)
                                                                         : "text";
     }
 
@@ -151,14 +146,10 @@ private:
             return std::ranges::any_of(SplitWords(words),
                                        [&](std::string_view word) { return SameWord(word, text); });
         };
-        if (among(info_.words) || among(info_.also))
+        const std::string_view valid = WordsOf(info_, role_);
+        if (among(valid) || among(info_.also))
             return true;
-        if (among(info_.coming)) {
-            Refuse(NotInThisVersion(fmt::format("{} {}", info_.name, Quoted(text))),
-                   fmt::format("valid are {}", ValidValues(info_)));
-            return false;
-        }
-        std::vector<std::string_view> words = SplitWords(info_.words);
+        const std::vector<std::string_view> words = SplitWords(valid);
         const std::string nearest = DidYouMean(text, words);
         Refuse(fmt::format("{} can't be {}", info_.name, Quoted(text)),
                nearest.empty() ? fmt::format("valid are {}", OrList(words)) : nearest);
@@ -166,6 +157,7 @@ private:
     }
 
     const AttributeInfo &info_;
+    const Role role_;
     const Value &value_;
     std::vector<Complaint> &found_;
 };
@@ -193,6 +185,7 @@ public:
         CheckRequired();
         CheckFileName();
         CheckPairs();
+        CheckFormat();
         if (SameWord(Text("Format"), "Delimited"))
             CheckMarks();
     }
@@ -205,6 +198,8 @@ private:
     }
 
     std::string Text(std::string_view name) const { return step_.Text(std::string(name)); }
+
+    bool writes() const { return step_.role == Role::Consumer; }
 
     void Complain(std::string_view name, std::string what, std::string hint = {})
     {
@@ -246,15 +241,42 @@ private:
         const std::string text = Text("FileName");
         if (text.empty() && std::holds_alternative<std::string>(name->value))
             Complain("FileName", "FileName is empty",
-                     "name the file to read, or a pattern like *.csv");
+                     writes() ? "name the file to write"
+                              : "name the file to read, or a pattern like *.csv");
         if (text.find('/') != std::string::npos && Find("DirectoryPath") != nullptr)
             Complain("FileName", "FileName holds a path, and DirectoryPath is given too",
                      "leave the directory in DirectoryPath and the name in FileName");
-        if (text.find('/') != std::string::npos && text.find('*') != std::string::npos &&
-            YesNoValue(AttributeKind::YesNo, Text("EnableScan")) != 0)
+        if (writes())
+            CheckOutputName(text);
+        else if (text.find('/') != std::string::npos && text.find('*') != std::string::npos &&
+                 YesNoValue(AttributeKind::YesNo, Text("EnableScan")) != 0)
             Complain("FileName", "a pattern with * works only without a path in FileName",
                      "put the directory into DirectoryPath; or, when the * is part of a name, add "
                      "EnableScan = \"No\"");
+    }
+
+    void CheckOutputName(const std::string &name)
+    {
+        if (name.ends_with(".gz") || name.ends_with(".zip"))
+            Complain("FileName",
+                     fmt::format("FileName {} asks for compressed files, which this version can't "
+                                 "write",
+                                 Quoted(name)),
+                     "leave the ending away, and compress the files afterwards");
+        else if (name.ends_with('/'))
+            Complain("FileName", fmt::format("FileName {} names a directory", Quoted(name)),
+                     "name the file to write");
+    }
+
+    // Text has no place for bytes that are not text.
+    void CheckFormat()
+    {
+        const std::string format = Text("Format");
+        if ((SameWord(format, "Text") || SameWord(format, "Delimited")) &&
+            YesNoValue(AttributeKind::YesNo, Text("IndicatorMode")) == 1)
+            Complain("IndicatorMode",
+                     fmt::format("IndicatorMode does not go with Format {}", Quoted(format)),
+                     "remove it, or use a binary format such as \"Formatted\"");
     }
 
     void CheckPairs()
@@ -349,9 +371,20 @@ constexpr std::string_view kCharacterSets[] = {
 };
 constexpr size_t kMaxCharacterSetBytes = 30;
 
+// "Not at all" is true of a step that could not do it anyway.
+bool PassesOnTheOtherSide(const AttributeInfo &info, const Attribute &attribute)
+{
+    if (!info.absent_passes)
+        return false;
+    if (const int32_t *number = std::get_if<int32_t>(&attribute.value))
+        return *number == 0;
+    const auto *text = std::get_if<std::string>(&attribute.value);
+    return text != nullptr && YesNoValue(info.kind, *text) == 0;
+}
+
 }  // namespace
 
-std::optional<Attribute> ReadAttribute(const Entry &entry, std::vector<Complaint> &found)
+std::optional<Attribute> ReadAttribute(const Entry &entry, Role role, std::vector<Complaint> &found)
 {
     const AttributeInfo *info = FindAttribute(entry.key);
     if (info == nullptr && entry.key.starts_with("SYSTEM_"))
@@ -375,7 +408,15 @@ std::optional<Attribute> ReadAttribute(const Entry &entry, std::vector<Complaint
                          "remove it"});
         return std::nullopt;
     }
-    std::optional<Attribute> attribute = ValueReader(*info, entry.value, found).Read();
+    std::optional<Attribute> attribute = ValueReader(*info, role, entry.value, found).Read();
+    if (attribute && !IsTakenBy(*info, role) && !PassesOnTheOtherSide(*info, *attribute)) {
+        found.push_back(
+            {entry.at,
+             fmt::format("{} is for steps that {}", info->name,
+                         role == Role::Producer ? "write" : "read"),
+             fmt::format("remove it from [{}]", role == Role::Producer ? "producer" : "consumer")});
+        return std::nullopt;
+    }
     if (attribute && info->support == Support::NoOnly &&
         std::holds_alternative<std::string>(attribute->value) &&
         YesNoValue(info->kind, std::get<std::string>(attribute->value)) > 0) {
@@ -388,30 +429,9 @@ std::optional<Attribute> ReadAttribute(const Entry &entry, std::vector<Complaint
     return attribute;
 }
 
-void CheckProducerAttributes(const Step &step, const Value &section, std::vector<Complaint> &found)
+void CheckStepAttributes(const Step &step, const Value &section, std::vector<Complaint> &found)
 {
     Rules(step, section, found).Check();
-}
-
-void CheckColumnsFitFormat(const Job &job, std::vector<Complaint> &found)
-{
-    const std::string format = job.producer.Text("Format");
-    const bool delimited = SameWord(format, "Delimited");
-    if (!delimited && !SameWord(format, "Text"))
-        return;
-    for (const Column &column : job.columns) {
-        if (column.file_name || (delimited ? FitsDelimited(column.type) : FitsText(column.type)))
-            continue;
-        found.push_back(
-            {column.at,
-             fmt::format("column {} of type {} can't be read from {} data", Quoted(column.name),
-                         ColumnTypes()[column.type].name, delimited ? "delimited" : "text"),
-             delimited
-                 ? "delimited data takes VARCHAR(n), CLOB, JSON and XML columns; the target may "
-                   "have a type of its own: { name = \"..\", type = \"VARCHAR(n)\", sql_type = "
-                   "\"..\" }"
-                 : "text data takes CHAR(n) and ANSIDATE columns"});
-    }
 }
 
 void CheckValidUtf8(const Job &job, std::vector<Complaint> &found)

@@ -92,6 +92,8 @@ static_assert(kTypes[7].name == "VARCHAR" && kTypes[37].name == "BIGINT" &&
               kTypes[63].name == "NUMBER" && kTypes[68].name == "JSON BY NAME");
 
 constexpr uint32_t kDelimitedTypes[] = {7, 40, 41, 42, 65, 66, 67, 68};
+constexpr uint32_t kDelimitedOutputTypes[] = {1,  2,  3,  4,  5,  6,  7,  11, 15, 37, 40, 41,
+                                              42, 58, 59, 60, 61, 62, 63, 65, 66, 67, 68};
 constexpr uint32_t kTextTypes[] = {5, 15};
 
 }  // namespace
@@ -107,6 +109,11 @@ int FindColumnType(std::string_view name)
 bool FitsDelimited(uint32_t code)
 {
     return std::ranges::find(kDelimitedTypes, code) != std::end(kDelimitedTypes);
+}
+
+bool FitsDelimitedOutput(uint32_t code)
+{
+    return std::ranges::find(kDelimitedOutputTypes, code) != std::end(kDelimitedOutputTypes);
 }
 
 bool FitsText(uint32_t code) { return std::ranges::find(kTextTypes, code) != std::end(kTextTypes); }

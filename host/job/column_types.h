@@ -31,8 +31,10 @@ std::span<const ColumnType> ColumnTypes();
 // Code of the type with this name in upper case, -1: none.
 int FindColumnType(std::string_view name);
 
-// Whether a producer can fill a column of this type from a record of the format.
+// Whether a record of the format can hold a column of this type. Delimited data is read as text only; to
+// write it, values of most types are put into words.
 bool FitsDelimited(uint32_t code);
+bool FitsDelimitedOutput(uint32_t code);
 bool FitsText(uint32_t code);
 
 }  // namespace fenwire

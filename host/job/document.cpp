@@ -323,8 +323,12 @@ Value ParseDocument(const std::string &file, const std::string &source,
 void ApplyOverrides(Value &document, const std::vector<Override> &overrides,
                     std::vector<Complaint> &found)
 {
+    const bool reads_source =
+        document.Find("source") != nullptr && document.Find("producer") == nullptr;
+    const std::string reader = reads_source ? "source" : "producer";
     for (const Override &given : overrides) {
-        Entry &section = FindOrAdd(document.entries, given.step, ValueKind::Section);
+        Entry &section = FindOrAdd(
+            document.entries, given.step == kReadingStep ? reader : given.step, ValueKind::Section);
         if (section.value.kind == ValueKind::Section)
             FindOrAdd(section.value.entries, given.name, ValueKind::Text).value =
                 GivenValue(given.value, found);

@@ -79,7 +79,8 @@ struct Job {
     int writers() const { return has_target() ? 1 : consumer.instances; }
 };
 
-// --set step.Name=value and --instances N. The text is read as TOML where that works, else as text.
+// --set section.Name=value and --instances N, which is for the step that reads, whichever it is. The text is read as TOML where that works, else as text.
+inline constexpr char kReadingStep[] = "";
 struct Override {
     std::string step, name, value;
 };

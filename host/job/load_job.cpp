@@ -19,19 +19,27 @@ namespace fs = std::filesystem;
 
 struct SectionRow {
     std::string_view name;
-    void (*read)(const Value &, Job &, std::vector<Complaint> &);  // null: of a later version
-    bool required;
-    std::string_view missing;  // how to begin it, for a hint
+    void (*read)(const Value &, Job &, std::vector<Complaint> &);
 };
 
+// In the order in which they are read, whatever their order in the file.
 constexpr SectionRow kSections[] = {
-    {"job", ReadJobSection, false, ""},
-    {"producer", ReadProducerSection, true, "Format = \"Delimited\" and FileName = \"..\""},
-    {"schema", ReadSchemaSection, true, "columns = [\"id VARCHAR(12)\", ..]"},
-    {"target", ReadTargetSection, true, "type = \"..\"; fenwire list targets shows the types"},
-    // Writing files: a reader for each of these.
-    {"consumer", nullptr, false, ""},
-    {"source", nullptr, false, ""},
+    {"job", ReadJobSection},       {"producer", ReadProducerSection},
+    {"source", ReadSourceSection}, {"consumer", ReadConsumerSection},
+    {"target", ReadTargetSection}, {"schema", ReadSchemaSection},
+};
+
+// Where rows come from, and where they go: one section of each pair.
+constexpr struct {
+    std::string_view files, other;
+    std::string_view both, neither, how;
+} kEnds[] = {
+    {"producer", "source", "rows come from one place", "the job reads nothing",
+     "add [producer] with Format = \"Delimited\" and FileName = \"..\" to read files, or [source] "
+     "with type = \"..\" (fenwire list sources shows the types)"},
+    {"consumer", "target", "rows go to one place", "the rows go nowhere",
+     "add [target] with type = \"..\" (fenwire list targets shows the types), or [consumer] with "
+     "Format = \"Delimited\" and FileName = \"..\" to write files"},
 };
 
 const SectionRow *FindSection(std::string_view name)
@@ -40,16 +48,12 @@ const SectionRow *FindSection(std::string_view name)
     return row != std::end(kSections) ? row : nullptr;
 }
 
-bool IsNotAvailable(const Entry &entry, std::vector<Complaint> &found)
+std::string SectionsInWords()
 {
-    if (FindSection(entry.key)->read != nullptr)
-        return false;
-    found.push_back(
-        {entry.at,
-         fmt::format("[{}] is not available in this version: it reads files into a target",
-                     entry.key),
-         "use [producer] and [target]"});
-    return true;
+    std::vector<std::string> names;
+    for (const SectionRow &row : kSections)
+        names.push_back(fmt::format("[{}]", row.name));
+    return OrList(std::vector<std::string_view>(names.begin(), names.end()));
 }
 
 void UnknownSection(const Entry &entry, std::vector<Complaint> &found)
@@ -59,22 +63,38 @@ void UnknownSection(const Entry &entry, std::vector<Complaint> &found)
         names.push_back(row.name);
     if (entry.value.kind != ValueKind::Section) {
         found.push_back({entry.at, fmt::format("{} stands in no section", Quoted(entry.key)),
-                         "keys stand below [job], [producer], [schema] or [target]"});
+                         fmt::format("keys stand below {}", SectionsInWords())});
         return;
     }
     const std::string_view nearest = NearestWord(entry.key, names);
     found.push_back({entry.at, fmt::format("unknown section [{}]", Escaped(entry.key)),
-                     nearest.empty() ? "sections are [job], [producer], [schema] and [target]"
+                     nearest.empty() ? fmt::format("sections are {}", SectionsInWords())
                                      : fmt::format("did you mean [{}]?", nearest)});
 }
 
-// Sections of the document that have a reader, in the order in which they are to be read.
+void CheckEnds(const Value &document, std::vector<Complaint> &found)
+{
+    for (const auto &end : kEnds) {
+        const Entry *files = document.Find(end.files), *other = document.Find(end.other);
+        if (files != nullptr && other != nullptr)
+            found.push_back({other->at,
+                             fmt::format("[{}] and [{}] exclude each other: {}", end.files,
+                                         end.other, end.both),
+                             fmt::format("keep [{}] for files, or [{}]", end.files, end.other)});
+        else if (files == nullptr && other == nullptr)
+            found.push_back({kWholeFile,
+                             fmt::format("sections [{}] and [{}] are both missing: {}", end.files,
+                                         end.other, end.neither),
+                             std::string(end.how)});
+    }
+}
+
 void ReadSections(const Value &document, Job &job, std::vector<Complaint> &found)
 {
     for (const Entry &entry : document.entries) {
         if (FindSection(entry.key) == nullptr)
             UnknownSection(entry, found);
-        else if (!IsNotAvailable(entry, found) && entry.value.kind != ValueKind::Section)
+        else if (entry.value.kind != ValueKind::Section)
             found.push_back({entry.at,
                              fmt::format("{} must be one section, not {}", entry.key,
                                          KindInWords(entry.value.kind)),
@@ -82,12 +102,14 @@ void ReadSections(const Value &document, Job &job, std::vector<Complaint> &found
     }
     for (const SectionRow &row : kSections) {
         const Entry *entry = document.Find(row.name);
-        if (entry == nullptr && row.required)
-            found.push_back({kWholeFile, fmt::format("section [{}] is missing", row.name),
-                             fmt::format("add [{}] with {}", row.name, row.missing)});
-        if (row.read != nullptr && entry != nullptr && entry->value.kind == ValueKind::Section)
+        if (entry != nullptr && entry->value.kind == ValueKind::Section)
             row.read(entry->value, job, found);
     }
+    CheckEnds(document, found);
+    if (document.Find("schema") == nullptr)
+        found.push_back({kWholeFile, "section [schema] is missing",
+                         fmt::format("add [schema], and below it {}", HowToGiveColumns(job))});
+    CheckSettings(job, found);
 }
 
 // The file's own name, where the job has none.
@@ -139,6 +161,7 @@ Job LoadJob(const fs::path &file, const std::vector<Override> &overrides)
     DefaultName(job, found);
     CheckColumnsFitFormat(job, found);
     CheckErrorFileIsNoInput(job, found);
+    CheckOutputIsNoInput(job, found);
     CheckValidUtf8(job, found);
     if (!found.empty())
         throw MakeJobError(file.string(), source, std::move(found));

@@ -2,6 +2,7 @@
 //
 //     columns = ["id VARCHAR(12)", { name = "amount", type = "VARCHAR(16)", sql_type = "REAL" },
 //         { name = "on", type = "VARCHAR(10)", input_format = "MM/DD/YY", output_format = "YYYY-MM-DD" }]
+//     from = "source"       the columns of the table that is read; "target": of the one that takes the rows
 //
 // What date formats may say, the operator library knows: it compiles them when the job starts.
 
@@ -213,19 +214,67 @@ void ReadColumns(const Entry &entry, Job &job, std::vector<Complaint> &found)
         job.columns.clear();  // nothing more can be said of them
 }
 
+// Names and sizes of a database are no better than those of a file.
+void CheckTakenColumns(const Entry &entry, Job &job, std::vector<Complaint> &found)
+{
+    const size_t before = found.size();
+    if (job.columns.size() > kMaxColumns)
+        found.push_back({entry.value.at,
+                         fmt::format("the {} has {} columns; a schema has 1 to {}",
+                                     Escaped(entry.value.text), job.columns.size(), kMaxColumns),
+                         {}});
+    for (const Column &column : job.columns) {
+        if (found.size() > before)
+            break;
+        CheckColumnName(column.name, entry.value.at, found);
+    }
+    CheckNames(job.columns, found);
+    if (found.size() > before)
+        job.columns.clear();
+}
+
+void ReadFrom(const Entry &entry, Job &job, std::vector<Complaint> &found)
+{
+    const std::string *end = TextOf(entry, found);
+    if (end == nullptr)
+        return;
+    if (*end != "source" && *end != "target") {
+        found.push_back({entry.value.at, fmt::format("from can't be {}", Quoted(*end)),
+                         "\"source\" or \"target\" has the columns"});
+        return;
+    }
+    ColumnsFrom(*end, entry.value.at, job, found);
+    CheckTakenColumns(entry, job, found);
+}
+
 }  // namespace
 
 void ReadSchemaSection(const Value &section, Job &job, std::vector<Complaint> &found)
 {
+    const Entry *columns = section.Find("columns"), *from = section.Find("from");
     for (const Entry &entry : section.entries) {
-        if (entry.key == "columns")
-            ReadColumns(entry, job, found);
-        else
-            UnknownKey(entry, "[schema]", {"columns"}, found);
+        if (entry.key != "columns" && entry.key != "from")
+            UnknownKey(entry, "[schema]", {"columns", "from"}, found);
     }
-    if (section.Find("columns") == nullptr)
-        found.push_back({section.at, "columns is missing in [schema]",
-                         "write columns = [\"id VARCHAR(12)\", \"name VARCHAR(40)\"]"});
+    if (columns != nullptr && from != nullptr)
+        found.push_back({from->at, "columns and from exclude each other",
+                         "keep columns to list them, or from to take them as they are"});
+    else if (columns != nullptr)
+        ReadColumns(*columns, job, found);
+    else if (from != nullptr)
+        ReadFrom(*from, job, found);
+    else
+        found.push_back({section.at, "columns is missing in [schema]", HowToGiveColumns(job)});
+}
+
+std::string HowToGiveColumns(const Job &job)
+{
+    const std::string end = ColumnsFromElsewhere(job);
+    constexpr std::string_view kListed = "columns = [\"id VARCHAR(12)\", \"name VARCHAR(40)\"]";
+    return end.empty()
+               ? fmt::format("write {}", kListed)
+               : fmt::format("write from = \"{}\", which takes the columns that are there; or {}",
+                             end, kListed);
 }
 
 }  // namespace fenwire

@@ -1,14 +1,12 @@
-// host/job/sections.cpp - [job], [producer] and [target]; [schema] has a file of its own.
+// host/job/sections.cpp - [job], [producer] and [consumer]; the others have files of their own.
 
 #include "host/job/sections.h"
 
 #include <algorithm>
 #include <fmt/format.h>
 
-#include "host/job/attribute_catalogue.h"
 #include "host/job/attribute_checks.h"
 #include "host/job/words.h"
-#include "host/targets/target.h"
 
 namespace fenwire {
 
@@ -50,95 +48,17 @@ void ReadName(const Entry &entry, Job &job, std::vector<Complaint> &found)
         job.name = "-";  // complained of; not the file's name instead
 }
 
-void ReadInstances(const Entry &entry, Step &step, std::vector<Complaint> &found)
+void ReadStep(const Value &section, Role role, Step &step, std::vector<Complaint> &found)
 {
-    const Value &value = entry.value;
-    if (value.faulty)
-        return;
-    if (value.kind == ValueKind::Integer && value.integer >= 1 && value.integer <= kMaxInstances) {
-        step.instances = static_cast<int>(value.integer);
-        return;
-    }
-    const std::string given = value.kind == ValueKind::Integer ? fmt::format("{}", value.integer)
-                              : value.FromCommandLine()        ? Quoted(value.text)
-                                                               : KindInWords(value.kind);
-    found.push_back(
-        {value.at,
-         fmt::format("instances must be a whole number from 1 to {}, not {}", kMaxInstances, given),
-         {}});
-}
-
-// ---- [target] ---------------------------------------------------------------------------------
-
-std::vector<std::string_view> TargetNames()
-{
-    std::vector<std::string_view> names;
-    for (const TargetKind &kind : TargetKinds())
-        names.emplace_back(kind.name);
-    return names;
-}
-
-// The value as the key's kind wants it; false: complained of.
-bool ReadSetting(const Entry &entry, const SettingKey &key, SettingValue &setting,
-                 std::vector<Complaint> &found)
-{
-    const Value &value = entry.value;
-    const std::string_view kind = key.kind;
-    if (value.faulty)
-        return false;
-    bool fits = false;
-    if (kind == "integer") {
-        fits = value.kind == ValueKind::Integer;
-        setting = value.integer;
-    } else if (kind == "yes/no" && value.kind == ValueKind::Boolean) {
-        fits = true;
-        setting = value.boolean;
-    } else if (kind == "yes/no") {
-        const int word = YesNoValue(AttributeKind::YesNo, value.text);
-        fits = word >= 0;
-        setting = word == 1;
-    } else {
-        fits = (value.kind == ValueKind::Text || value.FromCommandLine()) &&
-               (kind == "text" || !value.text.empty());
-        setting = value.text;
-    }
-    if (fits)
-        return true;
-    const char *wanted = kind == "integer"  ? "a whole number"
-                         : kind == "yes/no" ? "true or false"
-                                            : "text";
-    const bool empty = value.kind == ValueKind::Text && value.text.empty();
-    found.push_back({value.at,
-                     fmt::format("{} must be {}, not {}", entry.key, wanted,
-                                 empty ? "empty" : KindInWords(value.kind)),
-                     key.about});
-    return false;
-}
-
-void ReadTargetKeys(const Value &section, const TargetKind &kind, Job &job,
-                    std::vector<Complaint> &found)
-{
-    std::vector<std::string_view> names = {"type"};
-    for (const SettingKey &key : kind.keys)
-        names.emplace_back(key.name);
+    step.role = role;
+    step.at = section.at;
     for (const Entry &entry : section.entries) {
-        const auto key = std::ranges::find(
-            kind.keys, entry.key, [](const SettingKey &row) { return std::string_view(row.name); });
-        if (entry.key == "type")
-            continue;
-        if (key == kind.keys.end()) {
-            UnknownKey(entry, fmt::format("a target of type {}", kind.name), names, found);
-            continue;
-        }
-        Setting setting{entry.key, {}, entry.value.at};
-        if (ReadSetting(entry, *key, setting.value, found))
-            job.target.push_back(std::move(setting));
+        if (entry.key == "instances")
+            ReadInstances(entry, step.instances, found);
+        else if (std::optional<Attribute> attribute = ReadAttribute(entry, role, found))
+            step.attributes.push_back(std::move(*attribute));
     }
-    for (const SettingKey &key : kind.keys) {
-        if (key.required && section.Find(key.name) == nullptr)
-            found.push_back({job.target_at, fmt::format("{} is missing in [target]", key.name),
-                             fmt::format("add {} = ..: {}", key.name, key.about)});
-    }
+    CheckStepAttributes(step, section, found);
 }
 
 }  // namespace
@@ -162,6 +82,24 @@ const std::string *TextOf(const Entry &entry, std::vector<Complaint> &found)
                          ? fmt::format("in quotes: {} = \"{}\"", entry.key, value.integer)
                          : ""});
     return nullptr;
+}
+
+void ReadInstances(const Entry &entry, int &instances, std::vector<Complaint> &found)
+{
+    const Value &value = entry.value;
+    if (value.faulty)
+        return;
+    if (value.kind == ValueKind::Integer && value.integer >= 1 && value.integer <= kMaxInstances) {
+        instances = static_cast<int>(value.integer);
+        return;
+    }
+    const std::string given = value.kind == ValueKind::Integer ? fmt::format("{}", value.integer)
+                              : value.FromCommandLine()        ? Quoted(value.text)
+                                                               : KindInWords(value.kind);
+    found.push_back(
+        {value.at,
+         fmt::format("instances must be a whole number from 1 to {}, not {}", kMaxInstances, given),
+         {}});
 }
 
 void UnknownKey(const Entry &entry, std::string_view section,
@@ -195,42 +133,12 @@ void ReadJobSection(const Value &section, Job &job, std::vector<Complaint> &foun
 
 void ReadProducerSection(const Value &section, Job &job, std::vector<Complaint> &found)
 {
-    job.producer.role = Role::Producer;
-    job.producer.at = section.at;
-    for (const Entry &entry : section.entries) {
-        if (entry.key == "instances")
-            ReadInstances(entry, job.producer, found);
-        else if (std::optional<Attribute> attribute = ReadAttribute(entry, found))
-            job.producer.attributes.push_back(std::move(*attribute));
-    }
-    CheckProducerAttributes(job.producer, section, found);
+    ReadStep(section, Role::Producer, job.producer, found);
 }
 
-void ReadTargetSection(const Value &section, Job &job, std::vector<Complaint> &found)
+void ReadConsumerSection(const Value &section, Job &job, std::vector<Complaint> &found)
 {
-    job.target_at = section.at;
-    const Entry *type = section.Find("type");
-    if (type == nullptr) {
-        found.push_back({section.at, "type is missing in [target]",
-                         fmt::format("add type = \"..\": {}", OrList(TargetNames()))});
-        return;
-    }
-    const std::string *name = TextOf(*type, found);
-    if (name == nullptr)
-        return;
-    const TargetKind *kind = FindTargetKind(*name);
-    if (kind == nullptr) {
-        const std::string nearest = DidYouMean(*name, TargetNames());
-        found.push_back(
-            {type->value.at, fmt::format("unknown target {}", Quoted(*name)),
-             nearest.empty() ? fmt::format("targets are {}", OrList(TargetNames())) : nearest});
-        return;
-    }
-    job.target_type = *name;
-    const size_t before = found.size();
-    ReadTargetKeys(section, *kind, job, found);
-    if (found.size() == before && kind->check_settings != nullptr)
-        kind->check_settings(job, found);
+    ReadStep(section, Role::Consumer, job.consumer, found);
 }
 
 }  // namespace fenwire

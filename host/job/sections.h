@@ -16,13 +16,29 @@ namespace fenwire {
 
 void ReadJobSection(const Value &section, Job &job, std::vector<Complaint> &found);
 void ReadProducerSection(const Value &section, Job &job, std::vector<Complaint> &found);
-void ReadSchemaSection(const Value &section, Job &job, std::vector<Complaint> &found);
+void ReadConsumerSection(const Value &section, Job &job, std::vector<Complaint> &found);
+void ReadSourceSection(const Value &section, Job &job, std::vector<Complaint> &found);
 void ReadTargetSection(const Value &section, Job &job, std::vector<Complaint> &found);
+// Last of all: it may take the columns from what the source or the target is.
+void ReadSchemaSection(const Value &section, Job &job, std::vector<Complaint> &found);
+
+// What the source's and the target's kinds say of their settings, and of the columns.
+void CheckSettings(const Job &job, std::vector<Complaint> &found);
+// The end that has columns of its own, "source" or "target"; empty: none has.
+std::string ColumnsFromElsewhere(const Job &job);
+// A hint for a job without columns.
+std::string HowToGiveColumns(const Job &job);
+// The columns of that end, all standing at that place of the job file.
+void ColumnsFrom(const std::string &end, SourcePosition at, Job &job,
+                 std::vector<Complaint> &found);
 
 // ---- For the readers --------------------------------------------------------------------------
 
 // The text of an entry; null, with a complaint, when it is no text.
 const std::string *TextOf(const Entry &entry, std::vector<Complaint> &found);
+
+// The value of an entry `instances`; it stays as it is, with a complaint, when that is none.
+void ReadInstances(const Entry &entry, int &instances, std::vector<Complaint> &found);
 
 void UnknownKey(const Entry &entry, std::string_view section,
                 const std::vector<std::string_view> &keys, std::vector<Complaint> &found);

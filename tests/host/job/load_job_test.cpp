@@ -80,7 +80,15 @@ TEST(LoadJob, BadFileGetsItsComplaint)
     } kCases[] = {
         {"section misspelt",             "[target]",            "[taget]",              "job.toml:19:2: error: unknown section [taget]", "did you mean [target]?"},
         {"key outside",                  "[job]\nname",         "name",                 "job.toml:1:1: error: \"name\" stands in no section", "keys stand below [job]"},
-        {"section of a later version",   "[target]",            "[consumer]",           "[consumer] is not available in this version", "[producer] and [target]"},
+        {"two places to read from",      "[schema]",            "[source]\ntype = \"x\"\n[schema]", "job.toml:16:2: error: [producer] and [source] exclude each other: rows come from one place", "keep [producer] for files"},
+        {"two places to write to",       "[schema]",            "[consumer]\nFormat = \"Text\"\nFileName = \"o\"\n[schema]", "[consumer] and [target] exclude each other: rows go to one place", "keep [consumer] for files"},
+        {"nothing to read",              "[producer]",          "[consumer]",           "job.toml: error: sections [producer] and [source] are both missing: the job reads nothing", "add [producer] with"},
+        {"nowhere to go",                "[target]\ntype = \"null\"", "",             "job.toml: error: sections [consumer] and [target] are both missing: the rows go nowhere", "or [consumer] with"},
+        {"no schema",                    "[schema]",            "[job.x]",              "section [schema] is missing", "add [schema], and below it write columns"},
+        {"columns from nowhere",         "columns = ",          "from = \"targt\" #",   "job.toml:17:8: error: from can't be \"targt\"", "\"source\" or \"target\""},
+        {"columns of no source",         "columns = ",          "from = \"source\" #",  "the job has no [source] to take columns from", "list them"},
+        {"columns of a kind without",    "columns = ",          "from = \"target\" #",  "null has no columns of its own", "list them"},
+        {"columns twice",                "columns = ",          "from = \"target\"\ncolumns = ", "columns and from exclude each other", "keep columns"},
         {"section as a list",            "[producer]",          "[[producer]]",         "producer must be one section, not a list", "write [producer]"},
         {"key misspelt",                 "name = \"load",       "nmae = \"load",        "job.toml:2:1: error: unknown key \"nmae\"", "did you mean \"name\"?"},
         {"checkpoints",                  "name = \"load",       "checkpoint = \"60s\"\nname = \"load", "this version has no checkpoints yet", "remove the key"},
@@ -97,6 +105,9 @@ TEST(LoadJob, BadFileGetsItsComplaint)
         {"file name empty",              "*.csv",               "",                     "job.toml:7:12: error: FileName is empty", "pattern like *.csv"},
         {"path twice",                   "*.csv",               "a/b.csv",              "FileName holds a path, and DirectoryPath is given too", "leave the directory"},
         {"word misspelt",                "\"Delimited\"",       "\"Delimted\"",         "job.toml:8:10: error: Format can't be \"Delimted\"", "did you mean \"Delimited\"?"},
+        {"indicators in text",           "SkipRows = 1",        "IndicatorMode = true", "IndicatorMode does not go with Format \"Delimited\"", "binary format"},
+        {"a writer's word",              "SkipRows = 1",        "OpenMode = \"Write\"", "OpenMode can't be \"Write\"", "valid are Read"},
+        {"a writer's attribute",         "SkipRows = 1",        "AppendDelimiter = true", "job.toml:11:1: error: AppendDelimiter is for steps that write", "remove it from [producer]"},
         {"yes/no with another word",     "true",                "\"maybe\"",            "SkipRowsEveryFile can't be \"maybe\"", "valid are Yes or No"},
         {"extension where there is none", "true",               "\"Optional\"",         "SkipRowsEveryFile can't be \"Optional\"", "valid are Yes or No"},
         {"number as a yes/no",           "true",                "1",                    "SkipRowsEveryFile must be Yes or No, not a whole number", ""},
@@ -195,8 +206,9 @@ TEST(LoadJob, ManyFaultsAreShownTogetherAndCut)
         columns += "\"c" + std::to_string(i) + " WRONG\",\n";
     const std::string what =
         folder.Complaints("[producer]\nFormat = 1\n[schema]\n" + columns + "]\n");
-    EXPECT_NE(what.find("section [target] is missing"), std::string::npos) << what;
-    EXPECT_NE(what.find("Format must be Delimited, Text, "), std::string::npos) << what;
+    EXPECT_NE(what.find("sections [consumer] and [target] are both missing"), std::string::npos)
+        << what;
+    EXPECT_NE(what.find("Format must be Delimited, Text, Formatted"), std::string::npos) << what;
     EXPECT_TRUE(what.ends_with("job.toml: and 13 more")) << what;
 }
 
