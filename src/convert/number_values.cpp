@@ -150,7 +150,7 @@ int32_t SettleNumber(NumberValue *value, const Magnitude &mantissa, bool negativ
 // ---- Comparison --------------------------------------------------------------------------------
 
 // Magnitudes other than zero. Only where both have the same power of ten at their first digit do the digits
-// decide, and then the exponents are so near that both fit with the lower one.
+// decide. Then one is taken as it is, and the other gets zeros behind it; it is the larger if they don't fit.
 static int CompareSizes(const NumberValue &a, const NumberValue &b)
 {
     const int64_t power_a = int64_t{a.exponent} + DigitCount(a.mantissa);
@@ -159,9 +159,9 @@ static int CompareSizes(const NumberValue &a, const NumberValue &b)
         return power_a < power_b ? -1 : 1;
     const int32_t lower = std::min(a.exponent, b.exponent);
     Magnitude left, right;
-    (void)RescaleMantissa(a, -lower, &left);
-    (void)RescaleMantissa(b, -lower, &right);
-    return CompareMagnitudes(left, right);
+    if (!RescaleMantissa(a, -lower, &left))
+        return 1;
+    return RescaleMantissa(b, -lower, &right) ? CompareMagnitudes(left, right) : -1;
 }
 
 int NU_CompareToZero(const NumberValue *value)
