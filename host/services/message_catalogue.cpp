@@ -295,7 +295,7 @@ constexpr CatalogueRow kCatalogue[] = {
     {19230, "t",         "attribute %1 is for producers only",
                          "remove it from this consumer"},
     {19231, "t",         "file \"%1\" does not exist",
-                         "check the name; it may have been removed after the start of the job"},
+                         "check the name; OpenMode WriteAppend needs a file that exists, and one to be read may have been removed after the start of the job"},
     {19232, "t",         "attribute %1 is switched off, because a directory is scanned",
                          "use it with a single file, or set EnableScan to No"},
     {19233, "t",         "file \"%1\" can't be moved to the archive after a restart and stays where it is",

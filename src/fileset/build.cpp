@@ -19,6 +19,8 @@ PxStatus NoFileMatches()
     return FW_Fatal<19117>(DirInfo.DirName, "FileName", FW_FileName);
 }
 
+bool WritesFiles() { return Reading == 0; }
+
 // ---- One file, named in full ------------------------------------------------------------------
 
 bool NamesOneFile() { return bEnableScan != kYes; }
@@ -94,7 +96,8 @@ struct FileSetCase {
 
 // clang-format off
 constexpr FileSetCase kFileSetCases[] = {
-    // 1 connector jobs, 2 access modules, 3 file lists, 4 one file for many readers, 5 output files
+    // 1 connector jobs, 2 access modules, 3 file lists, 4 one file for many readers
+    {5, WritesFiles,   BuildOutputFiles  },
     {6, NamesOneFile,  BuildFromName     },
     {7, NamesAPattern, BuildFromDirectory},
     // 8 the active directory scan

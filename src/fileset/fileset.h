@@ -14,11 +14,14 @@
 // Finds the files, deals them to the instances and publishes DirInfo and FileNames. 0 or a failure.
 PxStatus BuildGlobalInfo();
 
+// The same for a job that writes: a file for each instance, with its number in the name.
+PxStatus BuildOutputFiles();
+
 // Creates and fills the variables for DirInfo.FileCount files; keeps them when they are large enough.
 PxStatus AllocateGlobalVariables();
 
 // Counts the files of a finished pass. 48 when a file was not processed to its end: each is named in
-// the private log, and *count is 0.
+// the private log, and *count is 0. In a job that writes such files are only left out of the count.
 PxStatus GetScanFileCount(int32_t *count);
 
 // ---- The file set, every instance -------------------------------------------------------------
@@ -37,6 +40,7 @@ PxStatus UpdateFileEntry(int32_t index, const FileNamesEntry *entry);
 PxStatus GetAllFileNames();                       // its nodes
 PxStatus GetNextFileName(int32_t wanted_status);  // 0 advance, 1 stay; 12: no more files
 void FreeFileNodes();                             // may be called again
+PxStatus TakeOutputFile();                        // a writer's one file becomes the current one
 
 // ---- Paths and files --------------------------------------------------------------------------
 

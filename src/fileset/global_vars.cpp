@@ -147,6 +147,8 @@ PxStatus GetScanFileCount(int32_t *count)
             ++processed;
             continue;
         }
+        if (Reading == 0)  // a writer's file may go on in the next pass
+            continue;
         FW_ERROR("%s '%s' %s %d failed.  %s %s.", "Processing of file", entry.Name, "by instance",
                  entry.Instance,
                  "Status is:", entry.Status == kPending ? "unprocessed" : "still processing");

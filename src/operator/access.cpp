@@ -1,5 +1,8 @@
 // operator/access.cpp - the operator's side of the access layer: start, attach, open.
 
+#include <cstdio>
+#include <cstring>
+
 #include <sys/utsname.h>
 
 #include "attributes/attribute_table.h"
@@ -7,6 +10,7 @@
 #include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
+#include "pm/disk/unx_disk.h"
 #include "pm/pm.h"
 #include "pm/pm_state.h"
 #include "rows/changed_rows.h"
@@ -122,6 +126,30 @@ PxStatus FileMissing(const char *path)
     return PXSTC_FatalError;
 }
 
+// A file that is to be created is missing when its directory is.
+PxStatus DirectoryMissing(const char *path)
+{
+    char text[kMaxPath + 64];
+    const char *name = strrchr(path, '/');
+    const auto length = name != nullptr ? static_cast<int>(name + 1 - path) : 0;
+
+    FW_ERROR("!ERROR! the directory of file '%s' does not exist.", path);
+    snprintf(text, sizeof text, "%.*s: %s", length, path, "no such directory");
+    return FW_Fatal<19119>(static_cast<const char *>(text));
+}
+
+// Writing: the rows of one column that are empty or NULL are records too, and lines of the file.
+PxStatus PrepareWriting()
+{
+    if (FileFormat != kTextFormat || TextDelimiter.length == 0)
+        return PXSTC_Success;
+    if (const int code = pmSetExact(pmfp); code != pmrcOk) {
+        (void)AccessFailed("pmSetExact", code);
+        return FW_Fatal<19304>();
+    }
+    return PXSTC_Success;
+}
+
 }  // namespace
 
 PxStatus FW_FenwireInit()
@@ -156,12 +184,15 @@ PxStatus FW_FenwireOpen(const char *path)
     uint32_t extra[2] = {};
 
     ForgetLastFile();
+    // Compressed output: its writers come in with the access layer's compressed files.
+    if (bWriting != 0 && IsCompressedName(path))
+        return NotAvailable("FileName", "writing compressed files");
     // A slave of several readers of one file opens nothing; the master gets its first shared buffer.
     const int code =
         pmOpen(FW_OpenMode, false, FileFormat, nullptr, static_cast<uint32_t>(BufferSize),
                ExpectedRecordLength(extra), path, pmHandle, extra, &pmfp);
     if (code == pmrcNotFound)
-        return FileMissing(path);
+        return FW_OpenMode == kOpenWrite ? DirectoryMissing(path) : FileMissing(path);
     if (code != pmrcOk && code != pmrcEmptyFile) {
         (void)AccessFailed("pmOpen", code);
         return FW_Fatal<19304>();
@@ -170,6 +201,8 @@ PxStatus FW_FenwireOpen(const char *path)
         FW_ERROR("'%s' is the record error file of this job", path);
         return FW_Fatal<19996>(path);
     }
+    if (bWriting != 0)
+        return PrepareWriting();
     if (FileFormat == kUnformatted && SG_VARtypesFlag != 0)
         pmSetReader(pmfp, pmfmtRVarNone);
     return NoteFilename(path);

@@ -5,6 +5,7 @@
 #include "operator/clock.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
+#include "pm/disk/os_calls.h"
 #include "pm/pm_state.h"
 #include "rows/changed_rows.h"
 
@@ -23,6 +24,16 @@ void ReportFile(double cpu_seconds)
              "seconds");
 }
 
+void ReportWrittenFile(double cpu_seconds)
+{
+    int64_t now = 0;
+    FetchCurrentTime(&now);
+    FW_STATS_TIMED("Finished sending rows to %s (index %d)", CurrentFullPath, CurrentFileIndex);
+    FW_STATS("%s %llu, (%s %lld) %s %.2f Seconds",
+             "Rows sent:", static_cast<unsigned long long>(FileRecordCount),
+             "size:", static_cast<long long>(CurrentFile.Size), "CPU Time:", cpu_seconds);
+}
+
 void CountFile()
 {
     const double cpu_seconds = ProcessCpuSeconds() - FileStartCpu;
@@ -31,7 +42,10 @@ void CountFile()
     CpuSecondsTotal += cpu_seconds;
     ++EvtFileCount;
     EvtRecordCount += FileRecordCount;
-    ReportFile(cpu_seconds);
+    if (bWriting != 0)
+        ReportWrittenFile(cpu_seconds);
+    else
+        ReportFile(cpu_seconds);
 }
 
 PxStatus MarkFinished()
@@ -43,17 +57,26 @@ PxStatus MarkFinished()
     return UpdateFileEntry(CurrentFileIndex, &CurrentFile);
 }
 
+template <int Step>
+PxStatus AnswerOf(const char *routine, int code)
+{
+    if (code == pmrcOk)
+        return PXSTC_Success;
+    FW_ERROR("%s rc=%d", routine, code);
+    FW_ERROR("'%s'", pmErrorText(code));
+    FW_PmFailure(routine, code, pmErrorText(code));
+    return FW_Fatal<Step>();
+}
+
 PxStatus CloseFile()
 {
     const int code = pmClose(pmfp);
     pmfp = 0;  // gone in any case
-    if (code == pmrcOk)
-        return PXSTC_Success;
-    FW_ERROR("%s rc=%d", "pmClose", code);
-    FW_ERROR("'%s'", pmErrorText(code));
-    FW_PmFailure("pmClose", code, pmErrorText(code));
-    return FW_Fatal<19309>();
+    return AnswerOf<19309>("pmClose", code);
 }
+
+// The close does not tell of a last block that could not be written.
+PxStatus FlushFile() { return AnswerOf<19306>("pmFlush", pmFlush(pmfp)); }
 
 PxStatus OpenNextFile()
 {
@@ -79,4 +102,29 @@ PxStatus EndOfFile()
     PutFileCounts(1);
     // A notify exit hears of the finished file here.
     return OpenNextFile();
+}
+
+// Links are followed: what was written is what they lead to. 0 for a pipe.
+void NoteWrittenSize()
+{
+    struct stat found = {};
+    const bool known = os.stat(CurrentFullPath, &found) == 0 && S_ISREG(found.st_mode);
+
+    CurrentFile.Size = known ? found.st_size : 0;
+    CurrentFile.Time = known ? static_cast<int32_t>(found.st_mtime) : 0;
+}
+
+// An empty file of a later pass is deleted here, once a writer has passes.
+PxStatus File_Out()
+{
+    PxStatus status = PXSTC_Success;
+
+    if ((status = FlushFile()) != PXSTC_Success || (status = CloseFile()) != PXSTC_Success)
+        return status;
+    NoteWrittenSize();
+    CountFile();
+    if ((status = MarkFinished()) != PXSTC_Success)
+        return status;
+    PutFileCounts(1);
+    return PXSTC_Success;
 }

@@ -34,7 +34,10 @@ Answer RowSizeOfJob(uint32_t phase)
     return phase == 1 ? AnswerUnlessGood(CheckJobRowSize()) : kNextStep;
 }
 
-Answer DeleteTask(uint32_t) { return AnswerUnlessGood(CheckForDeleteTask()); }
+Answer DeleteTask(uint32_t)
+{
+    return bWriting != 0 ? kNextStep : AnswerUnlessGood(CheckForDeleteTask());
+}
 
 Answer EnterPhase(uint32_t phase)
 {
@@ -100,13 +103,31 @@ PxStatus ProduceRow()
     return status == PXSTC_SamePhase ? status : GoOnWithoutRow(status);
 }
 
+// Behind a call that wrote no row. What is reported already is returned as it stands.
+[[gnu::noinline]] PxStatus GoOnWithoutRowToWrite(PxStatus status)
+{
+    if (status != PXSTC_EndMethod)
+        return status;
+    if ((status = File_Out()) != PXSTC_Success)
+        return MapStatus(status);
+    return EndMethod("Setting Execute EndMethod flag");
+}
+
+PxStatus ConsumeRow()
+{
+    const PxStatus status = FW_ReadRow(SG_opHandle);
+    return status == PXSTC_SamePhase ? status : GoOnWithoutRowToWrite(status);
+}
+
+PxStatus MoveRow() { return bWriting == 0 ? ProduceRow() : ConsumeRow(); }
+
 // A checkpoint comes with the flag, once there are checkpoints.
 Answer LimitOverAllInstances(uint32_t)
 {
     return bAccumulateErrorCounts == 0 ? kNextStep : AnswerUnlessGood(AccumulateErrorCounts());
 }
 
-Answer RowOfProducer(uint32_t) { return ProduceRow(); }
+Answer NextRow(uint32_t) { return MoveRow(); }
 
 // clang-format off
 constexpr ExecuteStep kExecuteChain[] = {
@@ -119,8 +140,7 @@ constexpr ExecuteStep kExecuteChain[] = {
     // 10 requested checkpoint; 11 and 12 the next pass of an active scan
     {13, InstanceWithoutFiles},
     {14, LimitOverAllInstances},
-    // 15 row of a consumer
-    {16, RowOfProducer       },
+    {15, NextRow             },  // of a consumer; 16 of a producer
 };
 // clang-format on
 
@@ -154,5 +174,5 @@ PxStatus EndMethod(const char *reason)
 PxStatus PX_Execute(PxOperator *handle, uint32_t phase)
 {
     SG_opHandle = handle;
-    return IsRowDue(phase) ? ProduceRow() : RunChain(phase);
+    return IsRowDue(phase) ? MoveRow() : RunChain(phase);
 }

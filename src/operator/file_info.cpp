@@ -49,15 +49,6 @@ PxStatus ValidateParsingCase()
     return PXSTC_Success;
 }
 
-// All rules of attributes and schema have been held to the job before this.
-PxStatus CheckAvailable()
-{
-    // Writing files: a consumer takes rows and writes them.
-    if (OperatorType != 1)
-        return NotAvailable("OpenMode", "writing files");
-    return PXSTC_Success;
-}
-
 void ClearCounters()
 {
     RowCount = RowsSkipped = 0;
@@ -82,5 +73,5 @@ PxStatus FW_FenwireFileInfo()
         return status;
     RaiseConsumerBufferSize();
     ClearCounters();
-    return CheckAvailable();
+    return PXSTC_Success;
 }

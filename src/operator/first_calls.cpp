@@ -8,13 +8,15 @@
 
 namespace {
 
-// Formats whose records outgrow a job that allows rows of 64 KB only.
-struct LongRowFormat {
+struct FormatName {
     uint32_t format;
     const char *word;
 };
-constexpr LongRowFormat kLongRowFormats[] = {{6, "BINARY4"}, {7, "FORMATTED4"}};
-constexpr uint32_t kShortRowsOnly = 64;  // KB
+// Formats whose records outgrow a job that allows rows of 64 KB only, to be read; and those that a
+// longer row does not fit into, to be written.
+constexpr FormatName kLongRowFormats[] = {{6, "BINARY4"}, {7, "FORMATTED4"}};
+constexpr FormatName kShortRowFormats[] = {{2, "BINARY"}, {3, "FORMATTED"}};
+constexpr uint32_t kShortRowsOnly = 64, kLongRowsToo = 1024;  // KB
 
 void ReadJobMaxRowSize()
 {
@@ -46,13 +48,24 @@ PxStatus CheckDeleteTask()
     return PXSTC_Success;
 }
 
+PxStatus CheckWrittenFormat()
+{
+    for (const FormatName &row : kShortRowFormats) {
+        if (JobMaxRowSize == kLongRowsToo && FileFormat == row.format)
+            return FW_Fatal<19165>(row.word);
+    }
+    return PXSTC_Success;
+}
+
 }  // namespace
 
 PxStatus CheckJobRowSize()
 {
     if (bJobMaxRowSizeRead == 0)
         ReadJobMaxRowSize();
-    for (const LongRowFormat &row : kLongRowFormats) {
+    if (bWriting != 0)
+        return CheckWrittenFormat();
+    for (const FormatName &row : kLongRowFormats) {
         if (JobMaxRowSize == kShortRowsOnly && FileFormat == row.format)
             return FW_Fatal<19166>(row.word, static_cast<int64_t>(kShortRowsOnly));
     }

@@ -2,10 +2,12 @@
 
 #include <cstdio>
 
+#include "attributes/attributes_state.h"
 #include "fileset/fileset.h"
 #include "operator/clock.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
+#include "pm/pm.h"
 
 namespace {
 
@@ -15,15 +17,40 @@ PxStatus NothingToDo(const char *why)
     return PXSTC_EndMethod;
 }
 
+// Before the open, which empties it.
+void NoteExistingFile()
+{
+    int64_t size = 0;
+    int32_t mode = 0, time = 0;
+
+    if (FW_OpenMode != kOpenWrite || GetFileInfo(CurrentFullPath, CurrentFullPath, &mode, &size,
+                                                 &time, false, false) != kFileFound)
+        return;
+    FW_STATS("%s '%s' (size %lld).", "Overwriting existing file", CurrentFullPath,
+             static_cast<long long>(size));
+}
+
 // FW_FenwireOpen and the count of records come first: what follows tells of a file that is open.
 void AnnounceFile()
 {
     int64_t now = 0;
     FetchCurrentTime(&now);
-    FW_STATS_TIMED("From file '%s' (Size %lld), starting to send rows.", CurrentFullPath,
-                   static_cast<long long>(CurrentFile.Size));
+    if (bWriting != 0)
+        FW_STATS_TIMED("Starting to send rows to file '%s'", CurrentFullPath);
+    else
+        FW_STATS_TIMED("From file '%s' (Size %lld), starting to send rows.", CurrentFullPath,
+                       static_cast<long long>(CurrentFile.Size));
     if (CurrentFullPath[0] != '\0')
         FW_Message<19222>(ThisInstance, CurrentFullPath);
+}
+
+// This instance's files, and the first of them as the current one. 0; 12: there is none; a failure.
+PxStatus TakeFirstFile()
+{
+    if (bWriting != 0)
+        return TakeOutputFile();
+    const PxStatus status = GetAllFileNames();
+    return status != PXSTC_Success ? status : GetNextFileName(kInProcess);
 }
 
 }  // namespace
@@ -33,6 +60,8 @@ PxStatus OpenCurrentFile()
     FileStartCpu = ProcessCpuSeconds();
     ComposeFullPath(CurrentFullPath, sizeof CurrentFullPath, CurrentFile.Name);
     bFileCountsDue = 1;  // also of a file that can't be opened: it was to be loaded
+    if (bWriting != 0)
+        NoteExistingFile();
     if (const PxStatus status = FW_FenwireOpen(CurrentFullPath))
         return status;
     AnnounceFile();
@@ -48,9 +77,7 @@ PxStatus InitPhase2()
     bNoFileForInstance = 1;
     if (DirInfo.FileCount == 0)
         return NothingToDo("File count zero");
-    if ((status = GetAllFileNames()) != PXSTC_Success)
-        return status;
-    status = GetNextFileName(kInProcess);
+    status = TakeFirstFile();
     if (status == PXSTC_EndOfData) {
         FW_TRACE(1, "No files found for instance %d - stasis", ThisInstance);
         FW_Message<19012>(ThisInstance);

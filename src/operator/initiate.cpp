@@ -134,15 +134,28 @@ PxStatus SettleReaders()
     return PXSTC_Success;
 }
 
+// A writer's file goes where its own path says; a reader's job is told that it says two things.
+PxStatus PathGivenTwice()
+{
+    if (bWriting != 0) {
+        FW_WARN(1, "%s %s attribute ('%s') %s %s attribute ('%s')",
+                "For consumer instance (writing), specification of", "DirectoryPath", DirectoryPath,
+                "conflicts with specification of", "FileName", FW_FileName);
+        return PXSTC_Success;
+    }
+    FW_ERROR("Attribute '%s' ('%s') has a path of its own and can not be used with '%s'",
+             "FileName", FW_FileName, "DirectoryPath");
+    return FW_AttributeFatal<19209>("DirectoryPath", "FileName");
+}
+
 // A directory is searched only for a pattern, and only below DirectoryPath.
 PxStatus SettleScan()
 {
     const bool has_path = strchr(FW_FileName, SG_PathSeparater[0]) != nullptr;
 
     if (has_path && bDirectoryPathGiven != 0) {
-        FW_ERROR("Attribute '%s' ('%s') has a path of its own and can not be used with '%s'",
-                 "FileName", FW_FileName, "DirectoryPath");
-        return FW_AttributeFatal<19209>("DirectoryPath", "FileName");
+        if (const PxStatus status = PathGivenTwice())
+            return status;
     }
     if (bEnableScan == kYes && strchr(FW_FileName, '*') == nullptr) {
         FW_TRACE(4, "No File Pattern, Directory Scan Disabled");

@@ -30,6 +30,8 @@ PxStatus InitPhase2();          // takes and opens this instance's first file. 0
 PxStatus FW_FenwireOpen(const char *path);  // opens the current data file into pmfp. 0, 42, 48
 PxStatus OpenCurrentFile();  // the same for the current element of FileNames, and announces it
 PxStatus EndOfFile();        // closes the current file and opens the next. 0; 12: there is none
+PxStatus File_Out();         // closes the file that was written. 0 or 48, reported
+void NoteWrittenSize();      // its size becomes the one in CurrentFile
 
 // ---- Execute
 PxStatus CheckJobRowSize();     // of phase 1

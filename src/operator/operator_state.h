@@ -48,7 +48,7 @@ inline int32_t LogStatus = 0;                  // result of the last log write
 inline int64_t CurrentSystemTime = 0;  // seconds, of the last FetchCurrentTime
 
 // ---- Row counters -----------------------------------------------------------------------------
-// Writers: rows/write_row.cpp operator/file_info.cpp operator/access.cpp delimited/record_error_write.cpp
+// Writers: rows/write_row.cpp rows/read_row.cpp operator/file_info.cpp operator/access.cpp delimited/record_error_write.cpp
 // Zeroed at the end of FW_FenwireFileInfo; those of the current file also by FW_FenwireOpen. 64 bits
 // inside; layouts and messages that hold 32 take the low half.
 inline uint64_t RowCount = 0;  // rows handed over by this instance

@@ -44,9 +44,13 @@ void PutJobStats()
 {
     if (ThisInstance == 1)
         PutCount(PX_STAT_CheckPointNo, "FWCheckPointNo", CheckpointCount);
-    // A consumer sends FWRowsWritten and FWFilesWritten in their place.
-    PutCount(PX_STAT_RowsRead, "FWRowsRead", EvtRecordCount);
-    PutCount(PX_STAT_FilesRead, "FWFilesRead", EvtFileCount);
+    if (bWriting != 0) {
+        PutCount(PX_STAT_RowsWritten, "FWRowsWritten", EvtRecordCount);
+        PutCount(PX_STAT_FilesWritten, "FWFilesWritten", EvtFileCount);
+    } else {
+        PutCount(PX_STAT_RowsRead, "FWRowsRead", EvtRecordCount);
+        PutCount(PX_STAT_FilesRead, "FWFilesRead", EvtFileCount);
+    }
     PutCount(PX_STAT_RowErrorNo, "FWRowErrorNo", SG_ErrorRowCount);
     PutText(PX_STAT_FileName, "FWFileName", FW_FileName);
     bJobStatsSent = 1;
@@ -57,12 +61,14 @@ void PutFileCounts(uint32_t ended)
     if (bFileCountsDue == 0)
         return;
     bFileCountsDue = 0;
+    // A writer refuses no row: its records are its rows.
+    const uint64_t rows = bWriting != 0 ? FileRecordCount : FileRowCount;
     const PxFileCounts counts = {
         .index = static_cast<uint32_t>(CurrentFileIndex),
         .ended = ended,
         .records = FileRecordCount + FileRowsSkipped,
-        .rows = FileRowCount,
-        .refused = FileRecordCount - FileRowCount,
+        .rows = rows,
+        .refused = FileRecordCount - rows,
         .skipped = FileRowsSkipped,
         .bytes = static_cast<uint64_t>(CurrentFile.Size),
         .cpu_seconds = ProcessCpuSeconds() - FileStartCpu,

@@ -121,7 +121,8 @@ void WriteTotals()
 {
     int64_t now = 0;
     FetchCurrentTime(&now);
-    FW_STATS("Files %s by this instance: %u", "read", FilesThisInstance);
+    FW_STATS("Files %s by this instance: %u", bWriting != 0 ? "written" : "read",
+             FilesThisInstance);
     FW_STATS_TIMED("Total processor time used = '%.2f Seconds(s)'", CpuSecondsTotal);
 }
 
@@ -151,10 +152,11 @@ void TallyAndDelete()
 
 PxStatus RunPhase1()
 {
+    const PxStatus status = FW_Terminate(1);
+    if (bWriting != 0 && FileRecordCount > 0)
+        NoteWrittenSize();
     PutFileCounts(0);
-    if (const PxStatus status = FW_Terminate(1))
-        return status;
-    return PXSTC_NextPhase;
+    return status != PXSTC_Success ? status : PxStatus{PXSTC_NextPhase};
 }
 
 PxStatus RunLastPhase()

@@ -20,7 +20,7 @@ inline pmToken pmHandleErrors = 0;  // the module that serves it, apart from the
 inline pmToken SG_pmFpErrors = 0;   // this instance's file; 0: none in use
 
 // ---- Current record ---------------------------------------------------------------------------
-// Writers: rows/write_row.cpp rows/verdicts.cpp rows/date_columns.cpp delimited/extract.cpp delimited/trim_blanks.cpp delimited/raw_record.cpp delimited/create.cpp
+// Writers: rows/write_row.cpp rows/read_row.cpp rows/verdicts.cpp rows/date_columns.cpp delimited/extract.cpp delimited/trim_blanks.cpp delimited/raw_record.cpp delimited/create.cpp
 inline pmRecord pmBuffer = {};
 inline pmRecord pmBufferOrig = {};  // the same as it was read, whatever the scan did to it
 

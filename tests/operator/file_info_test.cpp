@@ -28,8 +28,8 @@ TEST(FileInfo, JobIsReadyOrToldWhatIsMissing)
         {"delimited, several readers", 1, 1, "Delimited", kVarchar, 9, "0 19203(TextDelimiter,|) ", 1048575, 1},
         {"text", 1, 0, "Text", kChar, 9, "0 ", 1048586, 0},
         {"its schema is judged first", 1, 0, "Unformatted", kChar, 1048587, "48 19107(1048587,1048586) 19015(12) ", 1048586, 0},
-        {"writing, to come", 2, 0, "Text", kChar, 9, "48 19990(OpenMode,writing files) 19015(12) ", 1048586, 0},
-        {"buffer of a long row", 2, 0, "Text", kChar, 2000000, "48 19990(OpenMode,writing files) 19015(12) ", 2000000, 0},
+        {"writing", 2, 0, "Text", kChar, 9, "0 ", 1048586, 0},
+        {"buffer of a long row", 2, 0, "Text", kChar, 2000000, "0 ", 2000000, 0},
         {"the schema of a text file", 2, 0, "Text", 1, 4, "48 19108(TEXT,CHAR/ANSIDATE) 19015(12) ", 1048586, 0},
     };
     // clang-format on

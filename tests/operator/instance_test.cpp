@@ -264,7 +264,6 @@ constexpr Obstacle kObstacles[] = {
     {"NoPublicLog",       "", [](Fake &f) { f.failing["PX_Loginit"] = 54; }},
     {"BadTraceFunction",  "19205(TraceFunction", [](Fake &f) { f.text["TraceFunction"] = "perhaps"; }},
     {"NotifyExit",        "19990(NotifyMethod,", [](Fake &f) { f.text["NotifyMethod"] = "MSG"; }},
-    {"Consumer",          "19990(OpenMode,", [](Fake &f) { f.integer["SYSTEM_OperatorType"] = 2; }},
     {"NoGlobals",         "19015(12)", [](Fake &f) { f.failing["PX_CreateGlobalVar"] = 19; }},
     {"NoUpdate",          "19015(12)", [](Fake &f) { f.failing["PX_UpdateGlobalVar"] = 8; }},
     {"NoFormat",          "19201(Format)", [](Fake &f) { f.text.erase("Format"); }},

@@ -126,21 +126,26 @@ TEST_F(Methods, FileCountsAddUpAndGoOutOnce)
     EXPECT_EQ(counts.skipped, 4U);
 }
 
-TEST_F(Methods, LongRowFormatsNeedAJobOfLongRows)
+TEST_F(Methods, FormatsFitTheRowsOfTheJob)
 {
     const struct {
-        uint32_t format;
+        uint32_t writing, format;
         int32_t allowed;
         PxStatus status;
         const char *messages;
     } cases[] = {
-        {6, 64, PXSTC_FatalError, "19166(BINARY4,64) 19015(12) "},
-        {7, 64, PXSTC_FatalError, "19166(FORMATTED4,64) "},
-        {6, 1024, PXSTC_Success, ""},
-        {1, 64, PXSTC_Success, ""},
+        {0, 6, 64, PXSTC_FatalError, "19166(BINARY4,64) 19015(12) "},
+        {0, 7, 64, PXSTC_FatalError, "19166(FORMATTED4,64) "},
+        {0, 6, 1024, PXSTC_Success, ""},
+        {0, 1, 64, PXSTC_Success, ""},
+        {1, 2, 1024, PXSTC_FatalError, "19165(BINARY) "},
+        {1, 3, 1024, PXSTC_FatalError, "19165(FORMATTED) "},
+        {1, 2, 64, PXSTC_Success, ""},
+        {1, 6, 64, PXSTC_Success, ""},
     };
     for (const auto &c : cases) {
         bJobMaxRowSizeRead = 0;
+        bWriting = c.writing;
         FileFormat = c.format;
         fake.integer["SYSTEM_JobMaxRowSize_Allow"] = c.allowed;
         fake.public_log.clear();

@@ -204,11 +204,58 @@ void Fake::FillOperator()
     };
 }
 
+static uint32_t PrefixOf(uint32_t type)
+{
+    static const std::map<uint32_t, uint32_t> prefixes = {
+        {63, 1}, {7, 2},  {8, 2},  {10, 2}, {41, 2}, {42, 2}, {61, 2},
+        {62, 2}, {66, 2}, {68, 2}, {39, 8}, {40, 8}, {65, 8}, {67, 8}};
+    const auto found = prefixes.find(type);
+    return found != prefixes.end() ? found->second : 0;
+}
+
+FakeRow Fake::Row(const std::vector<std::optional<std::string>> &values) const
+{
+    FakeRow row;
+    row.bytes.assign((values.size() + 7) / 8, 0);
+    for (size_t i = 0; i < values.size(); ++i) {
+        const uint32_t prefix = PrefixOf(columns[i].type);
+        std::string value = values[i].value_or("");
+        if (!values[i] && prefix == 0)
+            value.assign(columns[i].length, '\0');
+        if (!values[i])
+            row.bytes[i / 8] |= static_cast<uint8_t>(0x80 >> i % 8);
+        for (uint32_t at = 0; at < prefix; ++at)
+            row.bytes.push_back(at < 4 ? static_cast<uint8_t>(value.size() >> at * 8) : 0);
+        row.indicators.push_back(values[i] ? 0 : 1);
+        row.offsets.push_back(static_cast<uint32_t>(row.bytes.size()));
+        row.lengths.push_back(static_cast<uint32_t>(value.size()));
+        row.bytes.insert(row.bytes.end(), value.begin(), value.end());
+    }
+    row.columns = static_cast<int32_t>(values.size());
+    row.length = static_cast<uint32_t>(row.bytes.size());
+    return row;
+}
+
 void Fake::FillSchema()
 {
     PxSchema &s = schema_.object;
-    s.PX_GetRow = [](PxSchema *, int32_t *, const uint8_t **, const uint32_t **, const uint32_t **,
-                     void **, uint32_t *) { return PxStatus{PXSTC_EndOfData}; };
+    s.PX_GetRow = [](PxSchema *schema, int32_t *count, const uint8_t **indicators,
+                     const uint32_t **offsets, const uint32_t **lengths, void **bytes,
+                     uint32_t *length) {
+        Fake &f = Of(schema);
+        if (f.next_row_ == f.stream.size()) {
+            const PxStatus status = f.Fail("PX_GetRow");
+            return status != PXSTC_Success ? status : PxStatus{PXSTC_EndOfData};
+        }
+        FakeRow &row = f.stream[f.next_row_++];
+        *count = row.columns;
+        *indicators = row.indicators.data();
+        *offsets = row.complete ? row.offsets.data() : nullptr;
+        *lengths = row.lengths.data();
+        *bytes = row.bytes.data();
+        *length = row.length;
+        return PxStatus{PXSTC_Success};
+    };
     s.PX_PutRow = [](PxSchema *schema, int32_t count, const uint8_t *indicators,
                      const uint32_t *offsets, const uint32_t *lengths, const void *row,
                      uint32_t row_length) {

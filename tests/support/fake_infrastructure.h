@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -28,6 +29,16 @@ struct FakeColumn {
     const char *input_format = nullptr, *output_format = nullptr;  // of dates
 };
 
+// A row as PX_GetRow hands it out. What it says of itself may be made to lie.
+struct FakeRow {
+    std::vector<uint8_t> bytes;  // indicator bytes, then the columns behind their length prefixes
+    std::vector<uint8_t> indicators;
+    std::vector<uint32_t> offsets, lengths;
+    int32_t columns = 0;
+    uint32_t length = 0;
+    bool complete = true;  // false: there is no array of offsets
+};
+
 class Fake {
 public:
     Fake();  // with the attributes that every infrastructure supplies
@@ -41,6 +52,9 @@ public:
     std::map<std::string, PxStatus> failing;  // service or "PX_GetAttribute:Name" -> its status
     std::vector<FakeColumn> columns;
     PxStatus put_row_status = PXSTC_Success;
+    std::vector<FakeRow> stream;  // of PX_GetRow, which then fails, or answers the end of data
+    // A row of the schema's columns from their bytes; nullopt is NULL.
+    FakeRow Row(const std::vector<std::optional<std::string>> &values) const;
 
     // What the operator did.
     std::string public_log;   // "19222(1,/in/a.csv) ": number and arguments without the leader
@@ -79,6 +93,7 @@ private:
     std::vector<ColumnHandle> column_handles_;
     std::vector<PxColumn *> column_list_;
     PxSchema *schema_list_[1] = {};
+    size_t next_row_ = 0;
     std::string kept_;  // the value handed out last
 
     PxStatus Fail(const char *service);

@@ -36,7 +36,6 @@ int CheckMode(const pmFile *file)
     return pmrcBadParameter;
 }
 
-// Only the name's first suffix counts, and only at its end: "a.gz.gz" is a plain file.
 bool EndsInFirst(const char *name, const char *suffix)
 {
     const char *first = strstr(name, suffix);
@@ -45,18 +44,15 @@ bool EndsInFirst(const char *name, const char *suffix)
 
 int CheckSuffix(const pmFile *file)
 {
-    for (const char *suffix : {".gz", ".zip"}) {
-        if (!EndsInFirst(file->FName, suffix))
-            continue;
-        // Compressed files are opened here.
-        char words[kMaxFileName + 100];
-        snprintf(words, sizeof words, "compressed files are not available in this version: '%s'",
-                 file->FName);
-        pmSetErrTxt(words, static_cast<uint32_t>(strlen(words)));
-        PM_TRACE(1, "!ERROR! %s", words);
-        return pmrcText;
-    }
-    return pmrcOk;
+    if (!IsCompressedName(file->FName))
+        return pmrcOk;
+    // Compressed files are opened here.
+    char words[kMaxFileName + 100];
+    snprintf(words, sizeof words, "compressed files are not available in this version: '%s'",
+             file->FName);
+    pmSetErrTxt(words, static_cast<uint32_t>(strlen(words)));
+    PM_TRACE(1, "!ERROR! %s", words);
+    return pmrcText;
 }
 
 // A first look, for the log only: the open decides, and what was opened is looked at again.
@@ -173,6 +169,11 @@ int ReadSome(const DiskFile *disk, uint8_t *to, uint32_t most, ssize_t *count)
 }
 
 }  // namespace
+
+bool IsCompressedName(const char *name)
+{
+    return EndsInFirst(name, ".gz") || EndsInFirst(name, ".zip");
+}
 
 int pmUnxDskOpen(pmFile *file)
 {

@@ -28,6 +28,10 @@ int pmunxRBuf(pmFile *file, uint32_t *bytes_read);
 int pmunxWBuf(pmFile *file);
 int pmunxSync(pmFile *file);
 
+// Whether a file of this name is compressed. Only the name's first suffix counts, and only at its end:
+// "a.gz.gz" is a plain file.
+bool IsCompressedName(const char *name);
+
 // The open of a file to be written: its descriptor, or -1 with errno set.
 int OpenForWriting(const pmFile *file);
 
