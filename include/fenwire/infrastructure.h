@@ -197,15 +197,16 @@ enum {
     PX_STAT_RECORD = 9         /* type word of the records */
 };
 
-/* What became of one file's records: records = rows + refused + skipped. 80 bytes. */
+/* What became of one file's records: records = rows + refused + skipped. Of a file that was written, records
+ * and rows are the rows written. 80 bytes. */
 typedef struct PxFileCounts {
     uint32_t index;   /* element of FileNames, from 1 */
-    uint32_t ended;   /* 1: read to its end (or to a row limit); 0: left in a failure */
+    uint32_t ended;   /* 1: read to its end (or to a row limit), or written and closed; 0: left in a failure */
     uint64_t records; /* records read */
     uint64_t rows;    /* rows handed over with PX_PutRow */
     uint64_t refused; /* bad records that were left out */
     uint64_t skipped; /* records dropped by SkipRows */
-    uint64_t bytes;   /* size of the file as it was found, 0 for a pipe */
+    uint64_t bytes;   /* size of the file as it was found, or as its writer left it; 0 for a pipe */
     double cpu_seconds;
     uint64_t without_excess; /* of the rows: those that lost columns behind the schema's last one */
     uint64_t padded;         /* those that got NULL for columns that the record did not have */
@@ -229,7 +230,7 @@ typedef struct PxBadRecord {
 } PxBadRecord;
 
 /* ---- Global variables that an infrastructure may read -----------------------------------------
- * FileNames has one element for each input file of the job, written by the instance that reads it. */
+ * FileNames has one element for each file of the job step, written by the instance that reads or writes it. */
 
 enum { PX_FILE_Pending = 0, PX_FILE_InProcess = 1, PX_FILE_Finished = 2, PX_FILE_Archived = 3 };
 
@@ -237,7 +238,7 @@ enum { PX_FILE_Pending = 0, PX_FILE_InProcess = 1, PX_FILE_Finished = 2, PX_FILE
 typedef struct PxFileNamesEntry {
     int32_t status;   /* PX_FILE_ */
     int32_t instance; /* from 1 */
-    int64_t size;     /* bytes, as found by the scan; 0 for a pipe */
+    int64_t size;     /* bytes, as found by the scan, or of a finished output file; 0 for a pipe */
     char name[4096];  /* zero-terminated; without the job's directory */
     int32_t time;     /* of modification, seconds */
     int32_t unused;

@@ -185,6 +185,17 @@ void MakeWide(Fake &fake, size_t rows)
     fake.stream.assign(rows, fake.Row({"10", std::string(65000, 'x')}));
 }
 
+using Values = std::vector<std::optional<std::string>>;
+
+void MakeDelimited(Fake &fake, size_t columns, const std::vector<Values> &rows)
+{
+    fake.text["Format"] = "Delimited";
+    fake.columns.assign(columns, {.name = "c"});
+    fake.stream.clear();
+    for (const Values &row : rows)
+        fake.stream.push_back(fake.Row(row));
+}
+
 // clang-format off
 constexpr Course kCourses[] = {
     {"NoRows", "41 42 42 41 42 ", "19221(1) ", "", 1, 0, [](Fake &f, const auto &) { f.stream.clear(); }},
@@ -194,8 +205,12 @@ constexpr Course kCourses[] = {
      [](Fake &f, const auto &d) { f.text["OpenMode"] = "WriteAppend"; d.Write("out.txt", "old\n"); }},
     {"NothingToAppendTo", "41 48 41 42 ", "19231(", "", 0, 0,
      [](Fake &f, const auto &) { f.text["OpenMode"] = "WriteAppend"; }},
-    {"NullsOfText", "41 42 43 42 41 42 ", "19221(1) ", "12xyz\n13\x20\x20\x20\n", 1, 2,
-     [](Fake &f, const auto &) { f.stream = {f.Row({"12", "xyz"}), f.Row({"13", "   "})}; }},
+    {"Delimited", "41 42 43 42 41 42 ", "19221(1) ", "1|a b\n|\n", 1, 2,
+     [](Fake &f, const auto &) { MakeDelimited(f, 2, {{"1", "a b"}, {std::nullopt, ""}}); }},
+    {"OneColumnWithoutBytes", "41 42 43 42 41 42 ", "19221(1) ", "\n\na\n", 1, 3,
+     [](Fake &f, const auto &) { MakeDelimited(f, 1, {{std::nullopt}, {""}, {"a"}}); }},
+    {"ByteOrderMark", "41 42 43 42 41 42 ", "19221(1) ", "\xEF\xBB\xBF" "1|2\n", 1, 1,
+     [](Fake &f, const auto &) { MakeDelimited(f, 2, {{"1", "2"}}); f.text["WriteBOM"] = "Yes"; }},
     {"NoDirectory", "41 48 41 42 ", "/none/: no such directory) ", nullptr, 0, 0,
      [](Fake &f, const auto &d) { f.text["DirectoryPath"] = d.File("none"); }},
     {"NoPermission", "41 48 41 42 ", "Permission denied", nullptr, 0, 0,
