@@ -124,6 +124,8 @@ PxStatus ReadFileEntry(int32_t index, FileNamesEntry *entry)
         return BadElement(FileNamesVarName, index, "name without an end");
     if (entry->Instance < 1 || entry->Instance > TotalInstances)
         return BadElement(FileNamesVarName, index, "no such instance");
+    if (bWriting != 0 && entry->Instance != index)  // it would write another's file
+        return BadElement(FileNamesVarName, index, "another instance's file");
     if (entry->Size < 0)
         return BadElement(FileNamesVarName, index, "negative size");
     return PXSTC_Success;

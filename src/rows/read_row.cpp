@@ -108,12 +108,14 @@ PxStatus CheckRow(const TakenRow &row)
     if (row.columns != SG_ColCount) [[unlikely]]
         return CountDiffers(row.columns);
     const uint64_t end = EndOfRow(row);
+    const uint32_t *limits = SG_ColLensBase;
     const auto columns = static_cast<size_t>(SG_ColCount);
-    bool good = end <= row.length;
-    for (size_t i = 0; i < columns; ++i)
-        good &= row.lengths[i] <= SG_ColLensBase[i] && row.offsets[i] >= NumIndBytes &&
-                EndOfColumn(row, i) <= end;
-    return good ? PxStatus{PXSTC_Success} : ColumnAtFault(row);
+    const uint32_t first = NumIndBytes;
+    unsigned bad = end > row.length ? 1 : 0;
+    for (size_t i = 0; i < columns; ++i)  // without branches: a row is good as a rule
+        bad |= unsigned{row.lengths[i] > limits[i]} | unsigned{row.offsets[i] < first} |
+               unsigned{EndOfColumn(row, i) > end};
+    return bad == 0 ? PxStatus{PXSTC_Success} : ColumnAtFault(row);
 }
 
 [[gnu::cold]] void TraceRow(const TakenRow &row)

@@ -14,6 +14,8 @@
 #include "tests/support/fake_infrastructure.h"
 #include "tests/support/temp_directory.h"
 
+using namespace std::literals;
+
 namespace {
 
 constexpr uint32_t kChar = 5;
@@ -141,7 +143,7 @@ struct Course {
     const char *about;
     const char *statuses;
     const char *message;  // somewhere in the public log
-    const char *file;     // what it holds at the end; null: that does not matter
+    std::string_view file;  // what it holds at the end; no address: that does not matter
     uint32_t ended;       // of the file's counts; 2: there are none
     uint64_t rows;
     void (*prepare)(Fake &fake, const TempDirectory &directory);
@@ -159,7 +161,7 @@ TEST_P(ConsumerCourse, IsToldAndCounted)
     EXPECT_EQ(Run(), c.statuses);
     EXPECT_TRUE(Told(c.message));
     EXPECT_EQ(fake.exit_code, c.ended == 1 || fake.public_log.find("19110(") != std::string::npos ? 0 : 12);
-    if (c.file != nullptr) {
+    if (c.file.data() != nullptr) {
         EXPECT_EQ(directory.Read("out.txt"), c.file);
     }
     EXPECT_EQ(pmfp, 0U);
@@ -168,8 +170,8 @@ TEST_P(ConsumerCourse, IsToldAndCounted)
         return;
     EXPECT_EQ(fake.file_counts[0].ended, c.ended);
     EXPECT_EQ(fake.file_counts[0].rows, c.rows);
-    if (c.rows > 0 && c.file != nullptr) {
-        EXPECT_EQ(fake.file_counts[0].bytes, strlen(c.file));
+    if (c.rows > 0 && c.file.data() != nullptr) {
+        EXPECT_EQ(fake.file_counts[0].bytes, c.file.size());
     }
 }
 
@@ -211,15 +213,21 @@ constexpr Course kCourses[] = {
      [](Fake &f, const auto &) { MakeDelimited(f, 1, {{std::nullopt}, {""}, {"a"}}); }},
     {"ByteOrderMark", "41 42 43 42 41 42 ", "19221(1) ", "\xEF\xBB\xBF" "1|2\n", 1, 1,
      [](Fake &f, const auto &) { MakeDelimited(f, 2, {{"1", "2"}}); f.text["WriteBOM"] = "Yes"; }},
-    {"NoDirectory", "41 48 41 42 ", "/none/: no such directory) ", nullptr, 0, 0,
+    {"IndicatorsTakenOff", "41 42 43 42 41 42 ", "19221(1) ", "\5\0" "10abc\n\5\0" "\0\0abc\n"sv, 1, 2,
+     [](Fake &f, const auto &) { f.text["Format"] = "Formatted"; f.stream[1] = f.Row({std::nullopt, "abc"}); }},
+    {"IndicatorsWritten", "41 42 43 42 41 42 ", "19221(1) ", "\6\0" "\0" "10abc\n\6\0" "\x80\0\0abc\n"sv, 1, 2,
+     [](Fake &f, const auto &) { f.text["Format"] = "Formatted"; f.text["IndicatorMode"] = "Yes"; f.stream[1] = f.Row({std::nullopt, "abc"}); }},
+    {"LongRowsInAShortFormat", "41 42 48 41 42 ", "19165(BINARY) ", "", 0, 0,
+     [](Fake &f, const auto &) { f.text["Format"] = "Binary"; f.integer["SYSTEM_JobMaxRowSize_Allow"] = 1024; }},
+    {"NoDirectory", "41 48 41 42 ", "/none/: no such directory) ", {}, 0, 0,
      [](Fake &f, const auto &d) { f.text["DirectoryPath"] = d.File("none"); }},
-    {"NoPermission", "41 48 41 42 ", "Permission denied", nullptr, 0, 0,
+    {"NoPermission", "41 48 41 42 ", "Permission denied", {}, 0, 0,
      [](Fake &, const auto &) { os.create = [](const char *, int, mode_t) { errno = EACCES; return -1; }; }},
-    {"DirectoryUnderTheName", "41 48 41 42 ", "Is a directory", nullptr, 0, 0,
+    {"DirectoryUnderTheName", "41 48 41 42 ", "Is a directory", {}, 0, 0,
      [](Fake &, const auto &d) { std::filesystem::create_directory(d.File("out.txt")); }},
-    {"CompressedName", "41 48 41 42 ", "19990(FileName,", nullptr, 0, 0,
+    {"CompressedName", "41 48 41 42 ", "19990(FileName,", {}, 0, 0,
      [](Fake &f, const auto &) { f.text["FileName"] = "out.gz"; }},
-    {"ScanWanted", "48 41 42 ", "19230(EnableScan) ", nullptr, 2, 0,
+    {"ScanWanted", "48 41 42 ", "19230(EnableScan) ", {}, 2, 0,
      [](Fake &f, const auto &) { f.text["EnableScan"] = "No"; }},
     {"ReadersWanted", "41 42 43 42 41 42 ", "19237(MultipleReaders) ", "10abc\n11abc\n", 1, 2,
      [](Fake &f, const auto &) { f.text["MultipleReaders"] = "Yes"; }},
@@ -231,7 +239,7 @@ constexpr Course kCourses[] = {
      [](Fake &, const auto &) { os.write = DiskIsFull; }},
     {"FullOnTheWay", "41 42 43 48 41 42 ", "19434(pmWrite,", "", 0, 16,
      [](Fake &f, const auto &) { MakeWide(f, 20); os.write = DiskIsFull; }},
-    {"NotOnTheDevice", "41 42 43 48 41 42 ", "'fdatasync' error (Input/output error)) 19306() ", nullptr, 0, 2,
+    {"NotOnTheDevice", "41 42 43 48 41 42 ", "'fdatasync' error (Input/output error)) 19306() ", {}, 0, 2,
      [](Fake &, const auto &) { os.fdatasync = [](int) { errno = EIO; return -1; }; }},
     {"StreamBreaks", "41 42 43 48 41 42 ", "19015(12) ", "10abc\n11abc\n", 0, 2,
      [](Fake &f, const auto &) { f.failing["PX_GetRow"] = PXSTC_DataStream; }},
