@@ -200,8 +200,9 @@ enum {
 /* What became of one file's records: records = rows + refused + skipped. Of a file that was written, records
  * and rows are the rows written. 80 bytes. */
 typedef struct PxFileCounts {
-    uint32_t index;   /* element of FileNames, from 1 */
-    uint32_t ended;   /* 1: read to its end (or to a row limit), or written and closed; 0: left in a failure */
+    uint32_t index; /* element of FileNames, from 1 */
+    uint32_t
+        ended; /* 1: read to its end (or to a row limit), or written and closed; 0: left in a failure */
     uint64_t records; /* records read */
     uint64_t rows;    /* rows handed over with PX_PutRow */
     uint64_t refused; /* bad records that were left out */

@@ -32,11 +32,10 @@ PxStatus NameFile(int32_t instance, FileNamesEntry *entry)
 {
     const char *suffix = CompressedSuffix(FW_FileName);
     const auto stem = static_cast<int>(strlen(FW_FileName) - strlen(suffix));
-    const int length =
-        TotalInstances == 1
-            ? snprintf(entry->Name, sizeof entry->Name, "%s", FW_FileName)
-            : snprintf(entry->Name, sizeof entry->Name, "%.*s-%d%s", stem, FW_FileName, instance,
-                       suffix);
+    const int length = TotalInstances == 1
+                           ? snprintf(entry->Name, sizeof entry->Name, "%s", FW_FileName)
+                           : snprintf(entry->Name, sizeof entry->Name, "%.*s-%d%s", stem,
+                                      FW_FileName, instance, suffix);
     if (length >= 0 && static_cast<size_t>(length) < sizeof entry->Name)
         return PXSTC_Success;
     FW_ERROR("File name length > %zu", sizeof entry->Name - 1);

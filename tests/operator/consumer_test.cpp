@@ -142,9 +142,9 @@ TEST_F(Consumer, InstanceNumberStandsInTheNameOfItsFile)
 struct Course {
     const char *about;
     const char *statuses;
-    const char *message;  // somewhere in the public log
+    const char *message;    // somewhere in the public log
     std::string_view file;  // what it holds at the end; no address: that does not matter
-    uint32_t ended;       // of the file's counts; 2: there are none
+    uint32_t ended;         // of the file's counts; 2: there are none
     uint64_t rows;
     void (*prepare)(Fake &fake, const TempDirectory &directory);
 };
@@ -160,7 +160,8 @@ TEST_P(ConsumerCourse, IsToldAndCounted)
     c.prepare(fake, directory);
     EXPECT_EQ(Run(), c.statuses);
     EXPECT_TRUE(Told(c.message));
-    EXPECT_EQ(fake.exit_code, c.ended == 1 || fake.public_log.find("19110(") != std::string::npos ? 0 : 12);
+    EXPECT_EQ(fake.exit_code,
+              c.ended == 1 || fake.public_log.find("19110(") != std::string::npos ? 0 : 12);
     if (c.file.data() != nullptr) {
         EXPECT_EQ(directory.Read("out.txt"), c.file);
     }
