@@ -21,7 +21,7 @@ bool Among(std::span<const uint32_t> types, uint32_t type)
 
 // A length prefix of 1, 2 or 8 bytes. Only the first two of eight count: the rest must be zero, so what
 // does not fit any column comes out of it.
-uint64_t ReadPrefix(const uint8_t *at, uint32_t bytes)
+inline uint64_t ReadPrefix(const uint8_t *at, uint32_t bytes)
 {
     uint64_t length = 0;
     memcpy(&length, at, bytes);
@@ -50,31 +50,50 @@ RowLayout::RowLayout(const std::vector<Column> &columns)
     most_bytes_ += indicator_bytes();
 }
 
+// Mostly no column is NULL.
+void RowLayout::ExpandIndicators(const uint8_t *row, uint8_t *indicators) const
+{
+    uint8_t any = 0;
+    for (uint32_t i = 0; i < indicator_bytes(); ++i)
+        any |= row[i];
+    if (any == 0) {
+        memset(indicators, 0, slots_.size());
+        return;
+    }
+    for (uint32_t i = 0; i < columns(); ++i)
+        indicators[i] = row[i / 8] >> (7 - i % 8) & 1;
+}
+
+// Hot. Nothing is read beyond bytes.
 bool RowLayout::Walk(const uint8_t *row, size_t bytes, uint8_t *indicators, uint32_t *offsets,
                      uint32_t *lengths, uint32_t *bad) const
 {
-    uint64_t at = indicator_bytes();
+    const uint8_t *at = row + indicator_bytes(), *const end = row + bytes;
     uint32_t i = 0;
     *bad = 1;
-    if (at > bytes)
+    if (bytes < indicator_bytes())
         return false;
+    ExpandIndicators(row, indicators);
     for (const Slot &slot : slots_) {
         uint64_t length = slot.length;
+        *bad = i + 1;
         if (slot.prefix != 0) {
-            if (bytes - at < slot.prefix ||
-                (length = ReadPrefix(row + at, slot.prefix)) > slot.length)
+            if (static_cast<size_t>(end - at) < slot.prefix)
+                return false;
+            length = slot.prefix == 2 ? ReadPrefix(at, 2) : ReadPrefix(at, slot.prefix);
+            if (length > slot.length)
                 return false;
             at += slot.prefix;
         }
-        if (bytes - at < length)
+        if (static_cast<size_t>(end - at) < length)
             return false;
-        indicators[i] = row[i / 8] >> (7 - i % 8) & 1;
-        offsets[i] = static_cast<uint32_t>(at);
+        offsets[i] = static_cast<uint32_t>(at - row);
         lengths[i] = static_cast<uint32_t>(length);
         at += length;
-        *bad = ++i + 1;
+        ++i;
     }
-    return at == bytes;
+    *bad = i + 1;
+    return at == end;
 }
 
 void RowBuilder::Begin(uint8_t *to)

@@ -43,6 +43,7 @@ public:
               uint32_t *lengths, uint32_t *bad) const;
 
 private:
+    void ExpandIndicators(const uint8_t *row, uint8_t *indicators) const;
     std::vector<Slot> slots_;
     uint64_t most_bytes_ = 0, fixed_and_prefix_bytes_ = 0;
 };
