@@ -10,6 +10,9 @@ namespace fenwire {
 std::unique_ptr<Source> MakeGeneratorSource(const Job &job);
 void CheckGeneratorSettings(const Job &job, std::vector<Complaint> &found);
 
+std::unique_ptr<Source> MakeStdinSource(const Job &job);
+void CheckStdinSettings(const Job &job, std::vector<Complaint> &found);
+
 }  // namespace fenwire
 
 #endif

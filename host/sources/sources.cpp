@@ -19,9 +19,17 @@ constexpr SettingKey kGeneratorKeys[] = {
     {"edges",     "yes/no",  false, "whether least, greatest, empty and longest values come up often; without it text is never empty"},
     {"repeat",    "integer", false, "so many different rows are made, which then come again and again; without it every row is made anew"},
 };
+constexpr SettingKey kStdinKeys[] = {
+    {"delimiter", "text",    false, "stands between columns, \"|\" without it"},
+    {"quote",     "text",    false, "one character around values, doubled within them; without it quotes have no meaning"},
+    {"null",      "text",    false, "stands for NULL, unquoted; without it an empty value that is not in quotes does"},
+    {"header",    "yes/no",  false, "whether the first line has the names of the columns, which must be those of the job; false without it"},
+};
 constexpr SourceKind kSources[] = {
     {"generator", "rows made by rule, the same for the same seed, however many instances share them",
      kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, false},
+    {"stdin", "delimited text from standard input, as the print target writes it",
+     kStdinKeys, MakeStdinSource, CheckStdinSettings, nullptr, true, true},
 };
 // clang-format on
 

@@ -11,7 +11,7 @@
 
 #include <unistd.h>
 
-#include "host/job/settings.h"
+#include "host/job/delimited_keys.h"
 #include "host/job/words.h"
 #include "host/targets/kinds.h"
 #include "host/targets/output_file.h"
@@ -20,14 +20,10 @@ namespace fenwire {
 
 namespace {
 
-struct PrintStyle {
-    std::string delimiter, quote, null;
+struct PrintStyle : DelimitedKeys {
     std::array<bool, 256> special = {};  // first bytes of what makes quotes necessary
 
-    explicit PrintStyle(const Job &job)
-        : delimiter(SettingOr<std::string>(job.target, "delimiter", "|")),
-          quote(SettingOr<std::string>(job.target, "quote", "")),
-          null(SettingOr<std::string>(job.target, "null", ""))
+    explicit PrintStyle(const Job &job) : DelimitedKeys(job.target)
     {
         for (const char first : {delimiter[0], quote.empty() ? '\n' : quote[0], '\n', '\r'})
             special[static_cast<uint8_t>(first)] = true;
@@ -65,9 +61,7 @@ struct PrintStyle {
 
 class PrintTarget final : public Target {
 public:
-    explicit PrintTarget(const Job &job)
-        : style_(job), path_(PathSetting(job, job.target, "file")),
-          header_(SettingOr(job.target, "header", false))
+    explicit PrintTarget(const Job &job) : style_(job), path_(PathSetting(job, job.target, "file"))
     {
         for (const Column &column : job.columns)
             names_.push_back(column.name);
@@ -90,7 +84,7 @@ public:
             file_.emplace(path_);
             writer_.emplace(file_->fd(), fmt::format("file {}", Quoted(path_.string())));
         }
-        if (header_)
+        if (style_.header)
             PutHeader();
     }
 
@@ -154,50 +148,22 @@ private:
 
     PrintStyle style_;
     std::filesystem::path path_;
-    bool header_;
     std::vector<std::string> names_;
     std::optional<PendingFile> file_;
     std::optional<FdWriter> writer_;
     TargetReport report_;
 };
 
-bool HoldsLineEnd(std::string_view text)
-{
-    return text.find_first_of("\r\n") != std::string_view::npos;
-}
-
 }  // namespace
 
 void CheckPrintSettings(const Job &job, std::vector<Complaint> &found)
 {
-    const PrintStyle style(job);
-    const auto complain = [&](const char *key, std::string what, const char *hint) {
-        found.push_back({PositionOf(job.target, job.target_at, key), std::move(what), hint});
-    };
-    const auto overlap = [](const std::string &a, const std::string &b) {
-        return !a.empty() && !b.empty() && a.find(b) != std::string::npos;
-    };
-    if (style.delimiter.empty())
-        complain("delimiter", "delimiter is empty, so columns could not be told apart",
-                 "\"|\", \",\" and \"\\t\" are the common ones");
-    if (HoldsLineEnd(style.delimiter))
-        complain("delimiter", "delimiter holds a line end, which ends a row",
-                 "\"|\", \",\" and \"\\t\" are the common ones");
-    if (!style.quote.empty() &&
-        (Utf8Length(style.quote) != style.quote.size() || HoldsLineEnd(style.quote)))
-        complain("quote", fmt::format("quote must be one character, not {}", Quoted(style.quote)),
-                 "'\"' is the common one");
-    if (overlap(style.delimiter, style.quote) || overlap(style.quote, style.delimiter))
-        complain("quote", "quote and delimiter hold each other, so values could not be told apart",
-                 "use another character for one of them");
-    if (HoldsLineEnd(style.null) || overlap(style.null, style.quote) ||
-        (style.null + style.delimiter).find(style.delimiter) < style.null.size())
-        complain("null", "null holds a line end, the delimiter or the quote",
-                 "use a text without them, such as \"NULL\"");
+    CheckDelimitedKeys(job.target, job.target_at, found);
     if (IsUtf16(job.charset))
-        complain("type",
-                 fmt::format("print can't write the character set {} in this version", job.charset),
-                 "use UTF8, or another target");
+        found.push_back(
+            {PositionOf(job.target, job.target_at, "type"),
+             fmt::format("print can't write the character set {} in this version", job.charset),
+             "use UTF8, or another target"});
 }
 
 std::unique_ptr<Target> MakePrintTarget(const Job &job)
