@@ -10,6 +10,7 @@
 #include "cli/reference.h"
 #include "cli/verbs.h"
 #include "host/job/words.h"
+#include "host/sources/source.h"
 #include "host/targets/target.h"
 
 namespace fenwire {
@@ -56,9 +57,11 @@ void MessagesPage()
                    Cell(MessageShown(message)), Cell(message.remedy));
 }
 
-void TargetsPage()
+// Targets or sources, with their keys.
+template <class Kinds>
+void KindsPage(const Kinds &kinds)
 {
-    for (const TargetKind &kind : TargetKinds()) {
+    for (const auto &kind : kinds) {
         std::string about = kind.about;
         about.replace(0, 1, UpperCase(about.substr(0, 1)));
         fmt::print("\n### `type = \"{}\"`\n\n{}.\n", kind.name, about);
@@ -80,10 +83,12 @@ int DocsVerb(const std::string &page)
     else if (page == "messages")
         MessagesPage();
     else if (page == "job-file-targets")
-        TargetsPage();
+        KindsPage(TargetKinds());
+    else if (page == "job-file-sources")
+        KindsPage(SourceKinds());
     else
         throw UsageError(fmt::format("there is no page {}", Quoted(page)),
-                         "pages are attributes, messages and job-file-targets");
+                         "pages are attributes, messages, job-file-sources and job-file-targets");
     return kExitGood;
 }
 

@@ -4,20 +4,22 @@
     tools/generated_pages.py build/dev/fenwire .            compares
     tools/generated_pages.py build/dev/fenwire . --write    writes them anew
 
-docs/job-file.md is written by hand but for the lines between its two markers.
+docs/job-file.md is written by hand but for the lines between its markers.
 """
 import pathlib
 import subprocess
 import sys
 
-PAGES = {"attributes": "docs/attributes.md", "messages": "docs/messages.md", "job-file-targets": "docs/job-file.md"}
-BEGIN, END = "<!-- fenwire docs job-file-targets -->\n", "<!-- end -->"
+PAGES = {"attributes": "docs/attributes.md", "messages": "docs/messages.md",
+         "job-file-sources": "docs/job-file.md", "job-file-targets": "docs/job-file.md"}
+END = "<!-- end -->"
 
 
-def with_targets(page, made):
-    head, _, rest = page.partition(BEGIN)
+def with_part(text, page, made):
+    begin = f"<!-- fenwire docs {page} -->\n"
+    head, _, rest = text.partition(begin)
     _, _, tail = rest.partition(END)
-    return head + BEGIN + made + "\n" + END + tail
+    return head + begin + made + "\n" + END + tail
 
 
 def main(program, root, write):
@@ -26,8 +28,8 @@ def main(program, root, write):
         file = pathlib.Path(root) / path
         now = file.read_text() if file.exists() else ""
         made = subprocess.run([program, "docs", page], check=True, stdout=subprocess.PIPE, text=True).stdout
-        if page == "job-file-targets":
-            made = with_targets(now, made)
+        if page.startswith("job-file-"):
+            made = with_part(now, page, made)
         if write:
             file.write_text(made)
         elif made != now:
