@@ -520,6 +520,11 @@ constexpr CatalogueRow kCatalogue[] = {
                          "set it before the start, and check that the command \"hadoop version\" works"},
     {19618, "",          "this version of Hadoop is not supported",
                          "version 2 or later is needed"},
+    {19987, "tnn",       "file \"%1\" lacks rows: %2 rows without a value left no record, the first before record %3",
+                         "set AppendDelimiter to Yes: then a row of one column that is NULL or empty has a record too"},
+    {19988, "tnn",       "file \"%1\" has values that are not read back as they were written: %2 of its records hold some, the first "
+                         "is record %3",
+                         "set QuotedData to Optional, without EscapeQuoteDelimiter, or choose marks that the values do not hold"},
     {19989, "tnnt",      "record %2 of file \"%1\", at byte %3, %4",
                          "check that the file is complete, and that Format and EndianFlip describe it"},
     {19990, "tt",        "attribute %1 asks for %2, which is not available in this version",

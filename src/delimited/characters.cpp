@@ -94,18 +94,34 @@ bool CharacterStep(ScanState &s, uint32_t *width)
 void EnterCharacter(ScanState &s, uint32_t bytes) { CharacterLength[s.characters++] = bytes; }
 
 // The length functions look up to three bytes ahead, where nothing belongs to the character any more.
-uint32_t CharacterWidth(const uint8_t *at, uint32_t left)
+static int32_t LengthWithin(const uint8_t *at, uint32_t left, uint32_t *bytes)
 {
     uint8_t last[4] = {};
-    uint32_t bytes = 1;
 
+    *bytes = 1;
     if (left < sizeof last) {
         memcpy(last, at, left);
         at = last;
     }
-    if (OptMBCerr == 0 || CharLengthFn(at, &bytes) == 0 || bytes == 0)
+    return OptMBCerr == 0 ? 0 : CharLengthFn(at, bytes);
+}
+
+uint32_t CharacterWidth(const uint8_t *at, uint32_t left)
+{
+    uint32_t bytes = 0;
+    if (LengthWithin(at, left, &bytes) == 0 || bytes == 0)
         return 1;
     return std::min(bytes, left);
+}
+
+bool IsReadableCharacter(const uint8_t *at, uint32_t left, uint32_t *width)
+{
+    badmbcs = fourByteUTF = 0;
+    if (LengthWithin(at, left, width) == 0)
+        *width = 1;
+    const bool readable = *width != 0 && badmbcs == 0 && fourByteUTF == 0;
+    *width = std::min(*width, left);
+    return readable;
 }
 
 static void EnterUpto(ScanState &s, uint32_t column_bytes)

@@ -32,6 +32,9 @@ void EnterRest(ScanState &s, uint32_t column_length);
 // Bytes of the character at a place with so many bytes left, at least 1, none of which is read over.
 uint32_t CharacterWidth(const uint8_t *at, uint32_t left);
 
+// The same of a character that a scan goes on behind; false: it would stop there.
+bool IsReadableCharacter(const uint8_t *at, uint32_t left, uint32_t *width);
+
 // Bytes of the characters at data that fit into a maximum.
 uint32_t FittingBytes(const uint8_t *data, uint32_t length, uint32_t maximum);
 

@@ -11,7 +11,10 @@
 
 #include "attributes/attributes_state.h"
 #include "delimited/assemble.h"
+#include "delimited/marks.h"
 #include "delimited/outgoing_row.h"
+#include "delimited/parsing_cases.h"
+#include "delimited/read_back.h"
 #include "operator/messages.h"
 #include "pm/pm_state.h"
 #include "schema/schema_state.h"
@@ -116,7 +119,48 @@ void FreeCreatedText()
     CreatedTextSize = 0;
 }
 
+// ---- What is lost -----------------------------------------------------------------------------------
+
+// Sets whose characters a reader may refuse.
+static bool MayHoldBadCharacters(const uint8_t *end)
+{
+    if (UsingSingleByteCharSet || CharSetFamily == kFamilyUtf8)
+        return false;
+    return CharSetFamily == kFamilyUtf16 || !IsAscii(CreatedText, end);
+}
+
+[[gnu::noinline]] static void LookWhetherItReadsBack(const OutgoingRow &row, const uint8_t *end)
+{
+    WrittenRows &rows = FileRowsWritten;
+    if (!ReadsBack(row, CreatedText, end, rows.records == 1) && rows.not_read_back++ == 0)
+        rows.first_not_read_back = rows.records;
+}
+
+static void NoteRecord(const OutgoingRow &row, const WrittenRecord &written)
+{
+    WrittenRows &rows = FileRowsWritten;
+    if (written.end == CreatedText) [[unlikely]] {
+        if (rows.without_record++ == 0)
+            rows.first_without_record = rows.records + 1;
+        return;
+    }
+    if (++rows.records == 1 || !written.reads_back || MayHoldBadCharacters(written.end) ||
+        written.end - CreatedText > static_cast<ptrdiff_t>(kMaxColumnBytes)) [[unlikely]]
+        LookWhetherItReadsBack(row, written.end);
+}
+
 // ---- A row ------------------------------------------------------------------------------------------
+
+static WrittenRecord Write(const OutgoingRow &row)
+{
+    return FastWriter != nullptr ? FastWriter(row, CreatedText)
+                                 : WriteRowLiterally(row, CreatedText);
+}
+
+void ChooseRowWriter()
+{
+    FastWriter = UDDI_ParsingCase == kGeneralCase ? nullptr : FastRowWriter();
+}
 
 int32_t CreateDelimitedText(int32_t columns, const uint32_t *offsets, const uint8_t *indicators,
                             const uint32_t *lengths)
@@ -135,9 +179,10 @@ int32_t CreateDelimitedText(int32_t columns, const uint32_t *offsets, const uint
         BinaryToText(columns, row.data, offsets, indicators, lengths);
     if (!MakeRoom(row)) [[unlikely]]
         return kNoMemory;
-    const uint8_t *end = WriteRowLiterally(row, CreatedText);
+    const WrittenRecord written = Write(row);
+    NoteRecord(row, written);
     pmBuffer.Data = CreatedText;
-    pmBuffer.DataLength = static_cast<uint32_t>(end - CreatedText);
+    pmBuffer.DataLength = static_cast<uint32_t>(written.end - CreatedText);
     if (FW_TraceLvl > 4) [[unlikely]]
         TraceBytes("Final buffer:", pmBuffer.Data, pmBuffer.DataLength);
     return kCreated;

@@ -14,6 +14,9 @@
 int32_t CreateDelimitedText(int32_t columns, const uint32_t *offsets, const uint8_t *indicators,
                             const uint32_t *lengths);
 
+// Settles how rows are written; the scanners' view of the marks stands.
+void ChooseRowWriter();
+
 void FreeCreatedText();  // may be called again
 
 #endif

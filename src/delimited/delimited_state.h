@@ -25,6 +25,11 @@ struct ScannerView {
 struct ScanState;
 using ScanRoutine = void (*)(ScanState &);
 
+// How a row is put down as a record (outgoing_row.h).
+struct OutgoingRow;
+struct WrittenRecord;
+using RowWriter = WrittenRecord (*)(const OutgoingRow &, uint8_t *);
+
 // Which records may take the fast twin of a scanner that walks characters.
 enum class FastRoad : uint8_t { Never, Always, AsciiRecords };
 
@@ -60,8 +65,19 @@ inline size_t RawCopySize = 0;
 
 // ---- A record that is written ------------------------------------------------------------------
 // Writers: delimited/create.cpp
+inline RowWriter FastWriter = nullptr;  // null: there is none
 inline uint8_t *CreatedText = nullptr;
 inline uint64_t CreatedTextSize = 0;  // without the slack behind it
+
+// ---- What a written file has lost ---------------------------------------------------------------
+// Writers: delimited/create.cpp rows/changed_rows.cpp
+struct WrittenRows {
+    uint64_t records = 0;         // that have bytes
+    uint64_t without_record = 0;  // rows that left no byte
+    uint64_t not_read_back = 0;   // records that are read as another row than was written
+    uint64_t first_without_record = 0, first_not_read_back = 0;  // from 1
+};
+inline WrittenRows FileRowsWritten;  // of the current file
 
 // ---- Character lengths of the open column -----------------------------------------------------
 // Writers: delimited/characters.cpp

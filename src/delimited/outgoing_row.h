@@ -37,10 +37,19 @@ struct OutgoingRow {
     }
 };
 
-// The writers put a row's record down and answer its end. The buffer has room for the longest record that
-// the row can make, and kCopySlack bytes behind it. Literally: value by value, character by character,
-// for every setting.
-uint8_t *WriteRowLiterally(const OutgoingRow &row, uint8_t *to);
+struct WrittenRecord {
+    uint8_t *end;
+    bool reads_back;  // false: it has to be looked at whether it does
+};
+
+// A RowWriter puts a row's record down. The buffer has room for the longest record that the row can make,
+// and kCopySlack bytes behind it.
+
+// Value by value, character by character, for every setting.
+WrittenRecord WriteRowLiterally(const OutgoingRow &row, uint8_t *to);
+
+// The one that writes the same faster under the present settings; null: there is none.
+RowWriter FastRowWriter();
 
 inline uint8_t *Put(uint8_t *to, const uint8_t *bytes, uint32_t length)
 {

@@ -215,6 +215,7 @@ int32_t ValidateUDDIcase()
         TraceSettings(digits);
     TakeScannerView();
     ChooseScanner();
+    ChooseRowWriter();
     if (PrepareConversion() != 0)
         return kNoMemory;
     return AllocateTarget() && GrowRawCopy(TargetBufferSize) && SetIndexMarks(MarksForIndex())

@@ -102,7 +102,7 @@ ValueWriter WriterForSettings()
 
 }  // namespace
 
-uint8_t *WriteRowLiterally(const OutgoingRow &row, uint8_t *to)
+WrittenRecord WriteRowLiterally(const OutgoingRow &row, uint8_t *to)
 {
     const ValueWriter put_value = WriterForSettings();
 
@@ -112,5 +112,5 @@ uint8_t *WriteRowLiterally(const OutgoingRow &row, uint8_t *to)
         if (row.IsDelimited(i))
             to = Put(to, Marks.delimiter);
     }
-    return to;
+    return {to, false};
 }

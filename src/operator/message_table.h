@@ -270,6 +270,8 @@ inline constexpr MessageRow kMessages[] = {
     {19616, 3, Error,       ""},
     {19617, 3, Error,       ""},
     {19618, 3, Error,       ""},
+    {19987, 3, Warning,     "tnn"},
+    {19988, 3, Warning,     "tnn"},
     {19989, 3, Error,       "tnnt"},
     {19990, 3, Error,       "tt"},
     {19991, 3, Warning,     "tn"},

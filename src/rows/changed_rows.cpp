@@ -3,6 +3,7 @@
 #include "rows/changed_rows.h"
 
 #include "attributes/attributes_state.h"
+#include "delimited/delimited_state.h"
 #include "delimited/record_error_file.h"
 #include "fileset/fileset_state.h"
 #include "operator/messages.h"
@@ -17,7 +18,11 @@ static void CountFrom(uint64_t &count, uint64_t &first)
         first = CurrentRecord();
 }
 
-void ForgetChangedRows() { FileRowsChanged = {}; }
+void ForgetChangedRows()
+{
+    FileRowsChanged = {};
+    FileRowsWritten = {};
+}
 
 void CountChangedRow(Verdict verdict)
 {
@@ -35,9 +40,25 @@ void CountIgnoredExcess()
     CountFrom(FileRowsChanged.ignored, FileRowsChanged.first_ignored);
 }
 
+static void WarnOfWrittenRows()
+{
+    const WrittenRows &rows = FileRowsWritten;
+
+    if (rows.not_read_back != 0)
+        FW_Message<19988>(CurrentFullPath, static_cast<int64_t>(rows.not_read_back),
+                          static_cast<int64_t>(rows.first_not_read_back));
+    if (rows.without_record != 0)
+        FW_Message<19987>(CurrentFullPath, static_cast<int64_t>(rows.without_record),
+                          static_cast<int64_t>(rows.first_without_record));
+    if ((rows.not_read_back | rows.without_record) != 0)
+        RaiseExitCode(4);
+}
+
 void WarnOfChangedRows()
 {
     const ChangedRows &rows = FileRowsChanged;
+
+    WarnOfWrittenRows();
 
     if (rows.ignored != 0 && SG_AcceptExcessColumns == kNo) {
         FW_Message<19998>(CurrentFullPath, static_cast<int64_t>(rows.ignored),

@@ -16,7 +16,7 @@ void CountChangedRow(Verdict verdict);
 // The row of the current record goes on as complete, but its scan ignored what follows the last column.
 void CountIgnoredExcess();
 
-// Messages 19998 and 19999, with exit code 4, at the end of a file.
+// Messages 19998 and 19999, and of a written file 19987 and 19988, with exit code 4, at the end of a file.
 void WarnOfChangedRows();
 
 #endif

@@ -113,7 +113,7 @@ TEST(Create, ConvertedColumnsTakeTheirText)
         OutgoingRow row = bytes.Outgoing();
         row.converted = records;
         auto *to = reinterpret_cast<uint8_t *>(record.data());
-        record.resize(static_cast<size_t>(WriteRowLiterally(row, to) - to));
+        record.resize(static_cast<size_t>(WriteRowLiterally(row, to).end - to));
         return record;
     };
     EXPECT_EQ(write({"a", "\x01\x02", kNull}), "a,'1,5',");
