@@ -162,8 +162,8 @@ char *WriteFloat(char *to, double value)
     *to = '-';
     to += bits >> 63;
     if (size >> kFractionBits == kSpecialExponent) {
-        memcpy(to, size << 12 == 0 ? "inf" : "nan", 3);
-        return to + 3;
+        const std::string_view name = size << 12 == 0 ? "inf" : "nan";
+        return to + name.copy(to, name.size());
     }
     return WriteDecimalDigits(to, Round(size));
 }

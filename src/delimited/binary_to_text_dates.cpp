@@ -2,6 +2,8 @@
 
 #include "delimited/binary_to_text_dates.h"
 
+#include <string_view>
+
 #include "convert/number_digits.h"
 
 // What the elements of a period have, by type from kTypePeriodIntDate.
@@ -89,12 +91,7 @@ static char *WriteElement(char *to, const uint8_t *from, uint32_t type, uint32_t
     return WriteMoment(to, from, PeriodOf(type), precision);
 }
 
-static char *PutText(char *to, const char *text)
-{
-    const size_t length = strlen(text);
-    memcpy(to, text, length);
-    return to + length;
-}
+static char *PutText(char *to, std::string_view text) { return to + text.copy(to, text.size()); }
 
 char *WritePeriod(char *to, const uint8_t *value, uint32_t type, uint32_t precision)
 {

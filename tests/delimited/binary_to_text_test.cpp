@@ -62,8 +62,9 @@ struct Column {
 
     std::string Text(const Bytes &value)
     {
-        const std::vector<uint8_t> row(value.begin(), value.end());
-        const uint32_t offset = 0, length = static_cast<uint32_t>(row.size());
+        std::vector<uint8_t> row = {0xA5};  // a row without any byte is none
+        row.insert(row.end(), value.begin(), value.end());
+        const uint32_t offset = 1, length = static_cast<uint32_t>(value.size());
         const uint8_t indicator = 0;
         const int64_t longer = BinaryToText(1, row.data(), &offset, &indicator, &length);
         const DelimitedConvertRec &record = ConvertRecs[0];
