@@ -157,12 +157,90 @@ void Long(std::string &row)
     row += '\n';
 }
 
+// ---- Binary records, of the columns of Lineitem ------------------------------------------------
+
+template <class Number>
+void Bytes(std::string &row, Number value)
+{
+    row.append(reinterpret_cast<const char *>(&value), sizeof value);
+}
+
+void Varchar(std::string &row, uint32_t bytes)
+{
+    Bytes(row, static_cast<uint16_t>(bytes));
+    Words(row, bytes);
+}
+
+void Numbers13(std::string &row)  // 62 bytes
+{
+    for (int i = 0; i < 4; ++i)
+        Bytes(row, dice.Next());
+    for (int i = 0; i < 4; ++i)
+        Bytes(row, uint64_t{dice.Next()});
+    row += "ANR"[dice.Below(3)];
+    row += "OF"[dice.Below(2)];
+    for (int i = 0; i < 3; ++i)
+        Bytes(row, 1000000 + dice.Below(300000));
+}
+
+void Fixed(std::string &row)
+{
+    Numbers13(row);
+    Words(row, 25), Words(row, 10), Words(row, 33);
+}
+
+void Mixed(std::string &row)
+{
+    Numbers13(row);
+    Varchar(row, 4 + dice.Below(22));
+    Varchar(row, 3 + dice.Below(8));
+    Varchar(row, 20 + dice.Below(41));
+}
+
+void Varchars(std::string &row)
+{
+    for (int i = 0; i < 15; ++i)
+        Varchar(row, 1 + dice.Below(9));
+    Varchar(row, 10 + dice.Below(33));
+}
+
+// The record around the row.
+template <void (*Row)(std::string &)>
+void Framed(std::string &to)
+{
+    const size_t start = to.size();
+    Bytes(to, uint16_t{0});
+    Row(to);
+    const auto length = static_cast<uint16_t>(to.size() - start - sizeof(uint16_t));
+    memcpy(to.data() + start, &length, sizeof length);
+}
+
+template <void (*Row)(std::string &)>
+void Formatted(std::string &to)
+{
+    Framed<Row>(to);
+    to += '\n';
+}
+
 constexpr struct {
     const char *name;
     void (*row)(std::string &);
 } kKinds[] = {
-    {"lineitem", Lineitem}, {"quoted", Quoted}, {"short", TwoShort}, {"narrow", Narrow},
-    {"numbers", Numbers},   {"utf8", Utf8},     {"long", Long},
+    {"lineitem", Lineitem},
+    {"quoted", Quoted},
+    {"short", TwoShort},
+    {"narrow", Narrow},
+    {"numbers", Numbers},
+    {"utf8", Utf8},
+    {"long", Long},
+    {"formatted-fixed", Formatted<Fixed>},
+    {"formatted-mixed", Formatted<Mixed>},
+    {"formatted-varchars", Formatted<Varchars>},
+    {"binary-fixed", Framed<Fixed>},
+    {"binary-mixed", Framed<Mixed>},
+    {"binary-varchars", Framed<Varchars>},
+    {"unformatted-fixed", Fixed},
+    {"unformatted-mixed", Mixed},
 };
 
 }  // namespace
@@ -175,8 +253,10 @@ int main(int argc, char **argv)
             make = kind.row;
     }
     if (make == nullptr) {
-        fputs("usage: bench_generate lineitem|quoted|short|narrow|numbers|utf8|long MEGABYTES\n",
-              stderr);
+        fputs("usage: bench_generate KIND MEGABYTES\nkinds:", stderr);
+        for (const auto &kind : kKinds)
+            fprintf(stderr, " %s", kind.name);
+        fputs("\n", stderr);
         return 2;
     }
     const uint64_t wanted = strtoull(argv[2], nullptr, 10) * 1000000;

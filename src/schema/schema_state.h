@@ -34,13 +34,12 @@ inline uint32_t BufferFixedLength = 0;  // NumIndBytes and the declared lengths,
 inline uint32_t ConvertDelimitedData = 0;
 inline int32_t DelimitedExtraLength = 0;
 
-// A run of fixed columns, and the column with a length that stands behind it.
+// A run of fixed columns, and one of columns with a length of the same width behind it; each may be empty.
 struct WalkStep {
-    int32_t first_column = 0;
-    int32_t run_columns = 0;
-    uint32_t run_bytes = 0;
-    uint32_t prefix = 0;  // bytes of the length; 0: the row ends with the run
-    uint32_t most = 0;    // declared bytes of the column behind it
+    int32_t first_with_length = 0;
+    int32_t end = 0;         // column behind both
+    uint32_t run_bytes = 0;  // of the fixed columns
+    uint32_t prefix = 0;     // bytes of each length
 };
 
 // ---- The steps that a binary row is walked in -------------------------------------------------

@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr uint32_t kMostInARow = 0xFFFF;  // of a large object: the other six bytes must be zero
+
 uint32_t PrefixOfColumn(int32_t column)
 {
     if (SG_IsVarType[column] == 0)
@@ -24,17 +26,22 @@ uint32_t PrefixOfColumn(int32_t column)
     return SG_IsInlineLOB[column] != 0 ? 8 : 2;
 }
 
-// The step that the column belongs to; a column with a length ends it.
-void AddColumn(int32_t column, WalkStep *step)
+// A step takes fixed columns up to the first with a length, and then such of one width.
+bool Takes(const WalkStep &step, uint32_t prefix)
 {
-    const uint32_t prefix = PrefixOfColumn(column);
-    if (prefix == 0) {
-        Walk.place_in_run[column] = step->run_bytes;
-        step->run_bytes += SG_ColLensBase[column];
-        ++step->run_columns;
+    return step.first_with_length == step.end || prefix == step.prefix;
+}
+
+void AddColumn(int32_t column, uint32_t prefix, WalkStep *step)
+{
+    step->end = column + 1;
+    if (prefix != 0) {
+        step->prefix = prefix;
+        return;
     }
-    step->prefix = prefix;
-    step->most = SG_ColLensBase[column];
+    Walk.place_in_run[column] = step->run_bytes;
+    step->run_bytes += SG_ColLensBase[column];
+    step->first_with_length = column + 1;
 }
 
 PxStatus NoMemoryForSteps(size_t bytes)
@@ -43,25 +50,6 @@ PxStatus NoMemoryForSteps(size_t bytes)
     snprintf(size, sizeof size, "%zu", bytes);
     FW_ERROR("Unable to allocate %zu bytes for the steps of a row", bytes);
     return FW_Fatal<19140>(static_cast<const char *>(size));
-}
-
-// ---- Faults ------------------------------------------------------------------------------------
-
-// A length that the row has no room for, or of which the row has a part only: the walk stays at the
-// step, which is done again from its first column once there are more bytes.
-[[gnu::cold]] WalkEnd RunsShort(RowWalk *walk, uint32_t step, int32_t column, uint64_t needed)
-{
-    walk->step = step;
-    walk->column = column;
-    walk->needed = needed;
-    return WalkEnd::Short;
-}
-
-[[gnu::cold]] WalkEnd LengthCantBe(RowWalk *walk, int32_t column, WalkEnd end, uint32_t length)
-{
-    walk->column = column;
-    walk->length = length;
-    return end;
 }
 
 // ---- Indicators --------------------------------------------------------------------------------
@@ -84,19 +72,69 @@ void SetIndicators(const uint8_t *row)
 
 // ---- Columns -----------------------------------------------------------------------------------
 
-uint64_t LengthAt(const uint8_t *at, uint32_t prefix)
+// Where a walk is while it goes on: apart from what it leaves behind, so that it stays in registers.
+struct Place {
+    const uint8_t *row;
+    uint32_t bytes, position;
+    int32_t column;
+};
+
+// The walk stays in front of the column, and is done again from there once there are more bytes.
+[[gnu::cold]] WalkEnd RunsShort(const Place &at, uint64_t needed, RowWalk *walk)
 {
-    uint16_t two = 0;
-    uint64_t eight = 0;
-    switch (prefix) {
+    walk->position = at.position;
+    walk->column = at.column;
+    walk->needed = needed;
+    return WalkEnd::Short;
+}
+
+[[gnu::cold]] WalkEnd LengthCantBe(const Place &at, uint64_t length, RowWalk *walk)
+{
+    walk->position = at.position;
+    walk->column = at.column;
+    walk->length = static_cast<uint32_t>(length);
+    return length > kMostInARow ? WalkEnd::LobLength : WalkEnd::TooLong;
+}
+
+void FindFixed(const WalkStep &step, Place &at)
+{
+    for (; at.column < step.first_with_length; ++at.column)
+        SG_ColOffs[at.column] = at.position + Walk.place_in_run[at.column];
+    at.position += step.run_bytes;
+}
+
+template <class Length>
+[[gnu::always_inline]] inline WalkEnd FindByLength(int32_t end, Place &at, RowWalk *walk)
+{
+    uint32_t *const offsets = SG_ColOffs, *const lengths = SG_ColLens;
+    const uint32_t *const most = SG_ColLensBase;
+
+    for (; at.column < end; ++at.column) {
+        Length length = 0;
+        if (at.bytes - at.position < sizeof length) [[unlikely]]
+            return RunsShort(at, uint64_t{at.position} + sizeof length, walk);
+        memcpy(&length, at.row + at.position, sizeof length);
+        if (length > most[at.column] || length > kMostInARow) [[unlikely]]
+            return LengthCantBe(at, length, walk);
+        const auto data = static_cast<uint32_t>(at.position + sizeof length);
+        if (length > at.bytes - data) [[unlikely]]
+            return RunsShort(at, uint64_t{data} + length, walk);
+        offsets[at.column] = data;
+        lengths[at.column] = static_cast<uint32_t>(length);
+        at.position = data + static_cast<uint32_t>(length);
+    }
+    return WalkEnd::Row;
+}
+
+[[gnu::always_inline]] inline WalkEnd FindByLengths(const WalkStep &step, Place &at, RowWalk *walk)
+{
+    switch (step.prefix) {
     case 1:
-        return *at;
+        return FindByLength<uint8_t>(step.end, at, walk);
     case 2:
-        memcpy(&two, at, sizeof two);
-        return two;
+        return FindByLength<uint16_t>(step.end, at, walk);
     default:
-        memcpy(&eight, at, sizeof eight);
-        return eight;
+        return FindByLength<uint64_t>(step.end, at, walk);
     }
 }
 
@@ -113,9 +151,10 @@ PxStatus PrepareWalk()
         return NoMemoryForSteps(columns * sizeof(WalkStep));
     WalkStep *step = Walk.first;
     for (int32_t column = 0; column < SG_ColCount; ++column) {
-        AddColumn(column, step);
-        if (step->prefix != 0 && column + 1 < SG_ColCount)
-            (++step)->first_column = column + 1;
+        const uint32_t prefix = PrefixOfColumn(column);
+        if (!Takes(*step, prefix))
+            *++step = {.first_with_length = column, .end = column};
+        AddColumn(column, prefix, step);
     }
     Walk.steps = static_cast<uint32_t>(step - Walk.first) + 1;
     return PXSTC_Success;
@@ -130,33 +169,22 @@ void FreeWalk()
 
 WalkEnd WalkRow(const uint8_t *row, uint32_t bytes, RowWalk *walk)
 {
-    uint32_t position = walk->step == 0 ? NumIndBytes : walk->position;
-    if (position > bytes) [[unlikely]]
-        return RunsShort(walk, 0, -1, NumIndBytes);
-    for (uint32_t at = walk->step; at < Walk.steps; ++at) {
-        const WalkStep &step = Walk.first[at];
-        int32_t column = step.first_column;
-        walk->position = position;
-        if (bytes - position < uint64_t{step.run_bytes} + step.prefix) [[unlikely]]
-            return RunsShort(walk, at, column, uint64_t{position} + step.run_bytes + step.prefix);
-        for (const int32_t end = column + step.run_columns; column < end; ++column)
-            SG_ColOffs[column] = position + Walk.place_in_run[column];
-        position += step.run_bytes;
-        if (step.prefix == 0)
-            break;
-        const uint64_t length = LengthAt(row + position, step.prefix);
-        position += step.prefix;
-        if (length > 0xFFFF) [[unlikely]]
-            return LengthCantBe(walk, column, WalkEnd::LobLength, 0);
-        if (length > step.most) [[unlikely]]
-            return LengthCantBe(walk, column, WalkEnd::TooLong, static_cast<uint32_t>(length));
-        if (length > bytes - position) [[unlikely]]
-            return RunsShort(walk, at, column, position + length);
-        SG_ColOffs[column] = position;
-        SG_ColLens[column] = static_cast<uint32_t>(length);
-        position += static_cast<uint32_t>(length);
+    Place at = {row, bytes, walk->column == 0 ? NumIndBytes : walk->position, walk->column};
+    if (at.position > bytes) [[unlikely]]
+        return RunsShort(at, at.position, walk);
+    for (uint32_t i = walk->step; i < Walk.steps; ++i) {
+        const WalkStep &step = Walk.first[i];
+        walk->step = i;
+        if (at.column < step.first_with_length) {
+            if (bytes - at.position < step.run_bytes) [[unlikely]]
+                return RunsShort(at, uint64_t{at.position} + step.run_bytes, walk);
+            FindFixed(step, at);
+        }
+        const WalkEnd end = FindByLengths(step, at, walk);
+        if (end != WalkEnd::Row) [[unlikely]]
+            return end;
     }
-    walk->position = position;
+    walk->position = at.position;
     if (NumIndBytes != 0)
         SetIndicators(row);
     return WalkEnd::Row;

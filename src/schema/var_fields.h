@@ -3,9 +3,9 @@
 //     indicator bytes   NumIndBytes of them: one bit a column, the highest bit first; 1: NULL
 //     column 1, 2 ..    fixed: its declared bytes; else a length of 1, 2 or 8 bytes, and so many bytes
 //
-// A row is walked in steps: a run of fixed columns, whose places in the run are known, and the column
-// with a length behind it. Nothing of a row is believed before it is known to lie within it. A walk that
-// ran out of bytes goes on where it stopped when there are more.
+// A row is walked in steps: a run of fixed columns, whose places in the run are known, and a run of
+// columns with a length of the same width. Nothing of a row is believed before it is known to lie within
+// it. A walk that ran out of bytes goes on where it stopped when there are more.
 
 #ifndef FENWIRE_SCHEMA_VAR_FIELDS_H
 #define FENWIRE_SCHEMA_VAR_FIELDS_H
@@ -25,9 +25,10 @@ enum class WalkEnd : uint8_t {
 };
 
 struct RowWalk {
-    uint32_t position = 0;  // where the next step begins; at the end, behind the last column
+    uint32_t position =
+        0;  // where it stopped, in front of `column`; at the end, behind the last one
     uint32_t step = 0;
-    int32_t column = 0;   // at fault, from 0
+    int32_t column = 0;   // from 0; of a run of fixed ones the first
     uint32_t length = 0;  // TooLong: of that column
     uint64_t needed = 0;  // Short: bytes that the row must have for the walk to get on
 };

@@ -95,6 +95,8 @@ TEST_F(BinaryRows, ColumnsAreFoundInTheRecord)
         {"empty columns",       kFormatted, false, var, "0E00 6162 0000 00 0000000000000000 68 0A", "61627C7C7C7C68 ->12", ""},
         {"unframed",            kUnframed,  false, var, "6162 0200 6364 01 65 0200000000000000 6667 68 6162 0000 00 0000000000000000 68", "61627C63647C657C66677C68 61627C7C7C7C68 ->12", ""},
         {"a byte too many",     kFormatted, false, var, "0F00 6162 0000 00 0000000000000000 68 69 0A", "->29", "19113(14,15) "},
+        {"runs of one width",   kBinary,    false, {Varchar(1), Varchar(2), Number(2), Number(3), Char(1), Char(2), Varchar(2)},
+                                "1300 0100 61 0200 6262 00 03 636363 64 6565 0200 6666", "617C62627C7C6363637C647C65657C6666 ->12", ""},
         {"no last column",      kFormatted, false, var, "0D00 6162 0000 00 0000000000000000 0A", "->29", "19113(14,13) "},
         {"half a length",       kFormatted, false, var, "0300 6162 00 0A", "->29", "19113(4,3) "},
         {"half a large length", kFormatted, false, var, "0C00 6162 0000 00 00000000000000 0A", "->29", "19113(13,12) "},
