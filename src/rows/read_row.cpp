@@ -1,7 +1,7 @@
 // rows/read_row.cpp - FW_ReadRow: the next row of the stream becomes a record of the current file.
 //
 //   take      PX_GetRow: the row and its columns' arrays stay the infrastructure's until the next call
-//   check     they are what the schema says, and lie within the row
+//   check     they are what the schema says, and lie one behind the other within the row
 //   make      delimited text is put together from the columns; any other record is the row's own bytes
 //   write     pmWrite
 //
@@ -85,18 +85,18 @@ auto RecordNumber() { return static_cast<int64_t>(FileRecordCount + 1); }
 
 [[gnu::cold]] PxStatus ColumnAtFault(const TakenRow &row)
 {
-    char what[80];
+    char what[96];
     for (int32_t i = 0; i < SG_ColCount; ++i) {
         if (row.lengths[i] > SG_ColLensBase[i])
             return ColumnTooLong(i, row.lengths[i]);
     }
-    const uint64_t end = EndOfRow(row);
+    uint64_t end = NumIndBytes;
     int32_t i = 0;
-    while (end <= row.length && row.offsets[i] >= NumIndBytes &&
-           EndOfColumn(row, static_cast<size_t>(i)) <= end)
+    while (i < SG_ColCount && row.offsets[i] >= end &&
+           (end = EndOfColumn(row, static_cast<size_t>(i))) <= row.length)
         ++i;
-    snprintf(what, sizeof what, "column %d lies outside of the row's %u bytes",
-             end <= row.length ? i + 1 : SG_ColCount, row.length);
+    snprintf(what, sizeof what, "column %d lies outside of its place in the row's %u bytes", i + 1,
+             row.length);
     return BadRow(what);
 }
 
@@ -107,14 +107,15 @@ PxStatus CheckRow(const TakenRow &row)
         return BadRow("a part of the row is missing");
     if (row.columns != SG_ColCount) [[unlikely]]
         return CountDiffers(row.columns);
-    const uint64_t end = EndOfRow(row);
-    const uint32_t *limits = SG_ColLensBase;
+    const uint32_t *offsets = row.offsets, *lengths = row.lengths, *limits = SG_ColLensBase;
     const auto columns = static_cast<size_t>(SG_ColCount);
-    const uint32_t first = NumIndBytes;
-    unsigned bad = end > row.length ? 1 : 0;
-    for (size_t i = 0; i < columns; ++i)  // without branches: a row is good as a rule
-        bad |= unsigned{row.lengths[i] > limits[i]} | unsigned{row.offsets[i] < first} |
-               unsigned{EndOfColumn(row, i) > end};
+    uint64_t end = NumIndBytes;
+    unsigned bad = 0;
+    for (size_t i = 0; i < columns; ++i) {  // without branches: a row is good as a rule
+        bad |= unsigned{lengths[i] > limits[i]} | unsigned{offsets[i] < end};
+        end = uint64_t{offsets[i]} + lengths[i];
+    }
+    bad |= unsigned{end > row.length};
     return bad == 0 ? PxStatus{PXSTC_Success} : ColumnAtFault(row);
 }
 
