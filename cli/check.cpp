@@ -5,6 +5,8 @@
 //     ok: target: sqlite
 //     the job could run
 //
+// Of a job that writes files, "ok: output: 2 files, Delimited", and what would become of each.
+//
 // What is right goes to standard output. What is not goes to standard error, all of it, and the exit
 // status is 2.
 
@@ -16,8 +18,10 @@
 #include "cli/verbs.h"
 #include "host/job/attribute_catalogue.h"
 #include "host/job/data_files.h"
+#include "host/job/output_files.h"
 #include "host/job/words.h"
 #include "host/rejects/reject_list.h"
+#include "host/sources/source.h"
 #include "host/targets/target.h"
 
 namespace fenwire {
@@ -43,21 +47,29 @@ std::string Count(size_t number, const char *what)
 
 void Note(const std::string &what) { fmt::print("note: {}\n", what); }
 
-// Attributes that are right and do nothing here.
-void NoteIdleAttributes(const Job &job)
+// Why an attribute that is right does nothing in its step; empty: it does.
+std::string WhyIdle(const Job &job, const Step &step, const AttributeInfo &info)
 {
-    const bool delimited = SameWord(job.producer.Text("Format"), "Delimited");
-    const bool kept = !RecordErrorFile(job).empty();
-    for (const Attribute &attribute : job.producer.attributes) {
+    const std::string format = step.Text("Format");
+    if (info.support == Support::Ignored)
+        return fmt::format("has no effect in this version; see fenwire explain {}", info.name);
+    if (!DoesSomethingIn(info, step.role))
+        return IsTakenBy(info, step.role) ? "has no effect in a step that writes"
+                                          : "has no effect in this step";
+    if (info.group == AttributeGroup::BadRecords && RecordErrorFile(job).empty())
+        return "has no effect without RecordErrorFileName";
+    if (info.group == AttributeGroup::Marks && !SameWord(format, "Delimited") &&
+        info.name != "UseGeneralUDDIcase")
+        return fmt::format("has no effect with Format = {}", Quoted(format));
+    return {};
+}
+
+void NoteIdleAttributes(const Job &job, const Step &step)
+{
+    for (const Attribute &attribute : step.attributes) {
         const AttributeInfo *info = FindAttribute(attribute.name);
-        if (info->support == Support::Ignored)
-            Note(fmt::format("{0} has no effect in this version; see fenwire explain {0}",
-                             info->name));
-        else if (!kept && info->group == AttributeGroup::BadRecords)
-            Note(fmt::format("{} has no effect without RecordErrorFileName", info->name));
-        else if (!delimited && info->group == AttributeGroup::Marks &&
-                 info->name != "UseGeneralUDDIcase")
-            Note(fmt::format("{} has no effect with Format = \"Text\"", info->name));
+        if (const std::string why = WhyIdle(job, step, *info); !why.empty())
+            Note(fmt::format("{} {}", info->name, why));
         else if (std::holds_alternative<std::vector<std::string>>(attribute.value))
             Note(fmt::format("{} is a list; the operator takes a single value and will refuse it",
                              info->name));
@@ -104,6 +116,17 @@ std::vector<Complaint> CheckInput(const Job &job)
     return {};
 }
 
+std::vector<Complaint> CheckSource(const Job &job)
+{
+    try {
+        MakeSource(job)->Check();
+    } catch (const SourceError &error) {
+        return {{job.source_at, error.what(), {}}};
+    }
+    fmt::print("ok: source: {}\n", job.source_type);
+    return {};
+}
+
 std::vector<Complaint> CheckTarget(const Job &job)
 {
     try {
@@ -115,17 +138,41 @@ std::vector<Complaint> CheckTarget(const Job &job)
     return {};
 }
 
+// What would become of each file.
+std::vector<Complaint> CheckOutput(const Job &job)
+{
+    constexpr size_t kShown = 20;
+    OutputLook look = LookAtOutput(job);
+    if (!look.faults.empty())
+        return std::move(look.faults);
+    fmt::print("ok: output: {}, {}\n", Count(look.files.size(), "file"),
+               job.consumer.Text("Format"));
+    for (size_t i = 0; i < std::min(look.files.size(), kShown); ++i)
+        fmt::print("      {}: {}\n", Escaped(look.files[i].path.string()), look.files[i].becomes);
+    if (look.files.size() > kShown)
+        fmt::print("      and {} more\n", look.files.size() - kShown);
+    return {};
+}
+
+std::string InstancesInWords(const Job &job)
+{
+    const std::string readers = Count(static_cast<size_t>(job.readers()), "instance");
+    return job.has_target() ? readers
+                            : fmt::format("{} to read, {} to write", readers, job.writers());
+}
+
 }  // namespace
 
 int CheckVerb(const JobOptions &options)
 {
     const Job job = LoadJob(options.file, Overrides(options));
     fmt::print("ok: job {}: {}, {}, character set {}\n", job.name,
-               Count(job.columns.size(), "column"), Count(job.producer.instances, "instance"),
-               Escaped(job.charset));
-    NoteIdleAttributes(job);
-    std::vector<Complaint> found = CheckInput(job);
-    std::ranges::move(CheckTarget(job), std::back_inserter(found));
+               Count(job.columns.size(), "column"), InstancesInWords(job), Escaped(job.charset));
+    NoteIdleAttributes(job, job.producer);
+    NoteIdleAttributes(job, job.consumer);
+    std::vector<Complaint> found = job.has_source() ? CheckSource(job) : CheckInput(job);
+    std::ranges::move(job.has_target() ? CheckTarget(job) : CheckOutput(job),
+                      std::back_inserter(found));
     if (!found.empty()) {
         std::ifstream in(job.file, std::ios::binary);
         const std::string source{std::istreambuf_iterator<char>(in), {}};

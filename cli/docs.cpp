@@ -39,8 +39,10 @@ void AttributesPage()
                 GroupTitle(attribute.group));
         last = &attribute;
         const std::string standing = StandingShown(attribute);
-        fmt::print("| `{}` | {} | {} | {}{} |\n", attribute.name, Cell(ValidValues(attribute)),
+        const std::string_view side = SideShown(attribute);
+        fmt::print("| `{}` | {} | {} | {}{}{} |\n", attribute.name, Cell(ValidValues(attribute)),
                    attribute.required ? "required" : Cell(attribute.absent), Cell(attribute.about),
+                   side.empty() ? "" : fmt::format(" *{}.*", side),
                    standing.empty() ? "" : " *" + Cell(standing) + ".*");
     }
 }
@@ -57,7 +59,7 @@ void MessagesPage()
                    Cell(MessageShown(message)), Cell(message.remedy));
 }
 
-// Targets or sources, with their keys.
+// Sources or targets, with their keys.
 template <class Kinds>
 void KindsPage(const Kinds &kinds)
 {
@@ -82,10 +84,10 @@ int DocsVerb(const std::string &page)
         AttributesPage();
     else if (page == "messages")
         MessagesPage();
-    else if (page == "job-file-targets")
-        KindsPage(TargetKinds());
     else if (page == "job-file-sources")
         KindsPage(SourceKinds());
+    else if (page == "job-file-targets")
+        KindsPage(TargetKinds());
     else
         throw UsageError(fmt::format("there is no page {}", Quoted(page)),
                          "pages are attributes, messages, job-file-sources and job-file-targets");

@@ -29,6 +29,21 @@ void ExplainMessage(const MessageHelp &message)
         fmt::print("\n  what to do: {}\n", message.remedy);
 }
 
+const char *StepsInWords(const AttributeInfo &attribute)
+{
+    switch (attribute.side) {
+    case AttributeSide::Producer:
+        return "[producer]";
+    case AttributeSide::Consumer:
+        return "[consumer]";
+    case AttributeSide::Reading:
+        return "[producer]; [consumer] takes it and does nothing with it";
+    case AttributeSide::Both:
+        break;
+    }
+    return "[producer] and [consumer]";
+}
+
 void ExplainAttribute(const AttributeInfo &attribute)
 {
     fmt::print("{}{}\n\n  {}\n\n", attribute.name, attribute.required ? ", required" : "",
@@ -36,8 +51,7 @@ void ExplainAttribute(const AttributeInfo &attribute)
     fmt::print("  value:   {}\n", ValidValues(attribute));
     if (!attribute.absent.empty())
         fmt::print("  without: {}\n", attribute.absent);
-    if (attribute.side == AttributeSide::Consumer)
-        fmt::print("  for:     steps that write\n");
+    fmt::print("  for:     {}\n", StepsInWords(attribute));
     if (const std::string standing = StandingShown(attribute); !standing.empty())
         fmt::print("  note:    {}\n", standing);
     if (!attribute.partner.empty())

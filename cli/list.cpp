@@ -7,6 +7,7 @@
 #include "cli/verbs.h"
 #include "host/job/column_types.h"
 #include "host/job/words.h"
+#include "host/sources/source.h"
 #include "host/targets/target.h"
 
 namespace fenwire {
@@ -21,8 +22,10 @@ void ListAttributes()
             fmt::print("{}{}\n", last == nullptr ? "" : "\n", GroupTitle(attribute.group));
         last = &attribute;
         const std::string standing = StandingShown(attribute);
-        fmt::print("  {:<28} {}{}{}\n", attribute.name, attribute.required ? "required: " : "",
-                   ValidValues(attribute), standing.empty() ? "" : " (" + standing + ")");
+        const std::string_view side = SideShown(attribute);
+        fmt::print("  {:<28} {}{}{}{}\n", attribute.name, attribute.required ? "required: " : "",
+                   ValidValues(attribute), side.empty() ? "" : fmt::format(", {}", side),
+                   standing.empty() ? "" : " (" + standing + ")");
     }
 }
 
@@ -48,7 +51,9 @@ void ListTypes()
     uint32_t code = 0;
     for (const ColumnType &type : ColumnTypes()) {
         fmt::print("{:>3}  {:<32} {}{}{}\n", code, type.name, SizeShown(type),
-                   FitsDelimited(code) ? "; delimited data" : "",
+                   FitsDelimited(code)         ? "; delimited data"
+                   : FitsDelimitedOutput(code) ? "; delimited data, to write"
+                                               : "",
                    FitsText(code) ? "; text data" : "");
         ++code;
     }
@@ -61,15 +66,19 @@ void ListMessages()
                    MessageShown(message));
 }
 
-void ListTargets()
+template <class Kinds>
+void ListKinds(const Kinds &kinds)
 {
-    for (const TargetKind &kind : TargetKinds()) {
+    for (const auto &kind : kinds) {
         fmt::print("{}: {}\n", kind.name, kind.about);
         for (const SettingKey &key : kind.keys)
             fmt::print("  {:<12} {:<8} {}{}\n", key.name, key.kind,
                        key.required ? "required: " : "", key.about);
     }
 }
+
+void ListSources() { ListKinds(SourceKinds()); }
+void ListTargets() { ListKinds(TargetKinds()); }
 
 constexpr struct {
     std::string_view name;
@@ -78,6 +87,7 @@ constexpr struct {
     {"attributes", ListAttributes},
     {"types", ListTypes},
     {"messages", ListMessages},
+    {"sources", ListSources},
     {"targets", ListTargets},
 };
 

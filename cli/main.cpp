@@ -24,18 +24,18 @@ void PrintError(const std::string &what, const std::string &hint)
 namespace {
 
 constexpr char kHelp[] =
-    R"help(fenwire {} - loads delimited and text files into a database, with several readers at once
+    R"help(fenwire {} - moves rows between files and databases, with several readers and writers at once
 
   fenwire guess FILE...       writes a job file for them
   fenwire preview JOB.toml    its first rows, and the first records that it would refuse
   fenwire check JOB.toml      could the job run? looks at everything and changes nothing
   fenwire run JOB.toml        runs it
   fenwire explain WORD        what a message (19112) or an attribute (TextDelimiter) means
-  fenwire list SUBJECT        attributes, types, messages or targets
+  fenwire list SUBJECT        attributes, types, messages, sources or targets
   fenwire rejects show JOB.toml   the bad records of its last run; retry loads the repaired ones
   fenwire version
 
-A whole job file:
+A whole job file, which loads a file into a table:
 
   [producer]
   FileName = "orders.csv"
@@ -50,6 +50,7 @@ A whole job file:
   file = "orders.db"
   table = "orders"
 
+[source] instead of [producer] reads a table, [consumer] instead of [target] writes files.
 fenwire VERB --help shows the options of a verb; docs/job-file.md explains job files.
 )help";
 
@@ -67,7 +68,7 @@ void AddJobOptions(CLI::App &verb, JobOptions &options)
     verb.add_option(
             "--set", options.settings,
             "a value instead of the job file's, such as producer.SkipRows=1; may be repeated")
-        ->type_name("STEP.NAME=VALUE")
+        ->type_name("SECTION.NAME=VALUE")
         ->allow_extra_args(false);
 }
 
@@ -130,9 +131,9 @@ struct CommandLine {
         verb->add_option("word", explain, "a number such as 19112 or QLX19112, or an attribute")
             ->required();
 
-        verb = Verb("list", "lists attributes, types, messages or targets",
+        verb = Verb("list", "lists attributes, types, messages, sources or targets",
                     [this] { return ListVerb(list); });
-        verb->add_option("subject", list, "attributes, types, messages or targets")->required();
+        verb->add_option("subject", list, "attributes, types, messages, sources or targets")->required();
 
         AddRejects();
 

@@ -43,6 +43,13 @@ const char *MessageSeverity(const MessageHelp &message)
     }
 }
 
+std::string_view SideShown(const AttributeInfo &attribute)
+{
+    const bool reads = DoesSomethingIn(attribute, Role::Producer);
+    const bool writes = DoesSomethingIn(attribute, Role::Consumer);
+    return reads == writes ? "" : reads ? "to read only" : "to write only";
+}
+
 std::string StandingShown(const AttributeInfo &attribute)
 {
     switch (attribute.support) {

@@ -16,6 +16,8 @@ std::string MessageShown(const MessageHelp &message);
 const char *MessageSeverity(const MessageHelp &message);  // "information", "warning", "error"
 
 // What is to be known of an attribute's standing in this version; empty: nothing.
+// Which steps it is for: "to read only", "to write only"; empty: both.
+std::string_view SideShown(const AttributeInfo &attribute);
 std::string StandingShown(const AttributeInfo &attribute);
 
 }  // namespace fenwire
