@@ -84,11 +84,8 @@ constexpr struct {
     std::string_view name;
     void (*print)();
 } kSubjects[] = {
-    {"attributes", ListAttributes},
-    {"types", ListTypes},
-    {"messages", ListMessages},
-    {"sources", ListSources},
-    {"targets", ListTargets},
+    {"attributes", ListAttributes}, {"types", ListTypes},     {"messages", ListMessages},
+    {"sources", ListSources},       {"targets", ListTargets},
 };
 
 }  // namespace

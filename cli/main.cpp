@@ -133,7 +133,8 @@ struct CommandLine {
 
         verb = Verb("list", "lists attributes, types, messages, sources or targets",
                     [this] { return ListVerb(list); });
-        verb->add_option("subject", list, "attributes, types, messages, sources or targets")->required();
+        verb->add_option("subject", list, "attributes, types, messages, sources or targets")
+            ->required();
 
         AddRejects();
 

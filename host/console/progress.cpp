@@ -4,6 +4,8 @@
 //      2  finished                                  0 rows/s
 //         1.2 GiB of 4.5 GiB  27%  412.3 MB/s  1,234,567 rows/s  3 of 12 files  ETA 1 min 20 s
 //
+// Where files are written the instances are "in 1", "in 2", "out 1" .., and the total tells of both ends.
+//
 // A narrow screen loses the state's column first, then parts of the total, the least wanted first.
 
 #include "host/console/progress.h"
@@ -29,9 +31,23 @@ constexpr size_t kMostColumns = 110;
 
 constexpr size_t kStateColumns = 8, kPercentColumns = 4;
 
-bool IsReading(const InstanceSnapshot &instance)
+bool IsWriter(const InstanceSnapshot &instance) { return instance.step == "consumer"; }
+
+bool HasFile(const InstanceSnapshot &instance)
 {
     return !instance.file.empty() && instance.state != "finished";
+}
+
+std::string Label(const InstanceSnapshot &instance, bool writes)
+{
+    const char *end = !writes ? "" : IsWriter(instance) ? "out " : "in ";
+    return fmt::format("{}{}", end, instance.instance);
+}
+
+// What a state is called where "loading" would be the wrong word.
+std::string Shown(const std::string &state, bool writes, bool writer)
+{
+    return state != "loading" || !writes ? state : writer ? "writing" : "reading";
 }
 
 // The directory says little while the job runs, and takes the room of what tells files apart.
@@ -40,26 +56,28 @@ std::string_view BaseName(std::string_view file)
     return file.substr(file.find_last_of('/') + 1);  // npos + 1 is 0
 }
 
-std::string InstanceLine(const InstanceSnapshot &instance, double rows, size_t number_columns,
-                         size_t columns)
+std::string InstanceLine(const InstanceSnapshot &instance, bool writes, double rows,
+                         size_t label_columns, size_t columns)
 {
     const bool wide = columns >= kWideScreen;
     const uint64_t rows_per_second = PerSecond(rows, 1);
     const std::string rate = wide ? PaddedLeft(Grouped(rows_per_second), 11) + " rows/s"
                                   : PaddedLeft(Brief(rows_per_second), 5) + "/s";
-    const std::string percent = IsReading(instance) && instance.file_bytes > 0
+    const std::string state = Shown(instance.state, writes, IsWriter(instance));
+    // How much a writer has still to write nobody knows.
+    const std::string percent = HasFile(instance) && !IsWriter(instance) && instance.file_bytes > 0
                                     ? Percent(instance.file_read, instance.file_bytes)
                                     : "";
-    std::string head = PaddedLeft(fmt::format("{}", instance.instance), number_columns) + "  ";
+    std::string head = PaddedLeft(Label(instance, writes), label_columns) + "  ";
     if (wide)
-        head += PaddedRight(instance.state, kStateColumns) + "  ";
+        head += PaddedRight(state, kStateColumns) + "  ";
     const std::string tail = "  " + PaddedLeft(percent, kPercentColumns) + "  " + rate;
     const size_t used = Columns(head) + Columns(tail);
     const size_t room = columns > used ? columns - used : 0;
-    const bool names_file = IsReading(instance) && (wide || instance.state == "loading");
+    const bool names_file = HasFile(instance) && (wide || instance.state == "loading");
     const std::string middle = names_file ? Shortened(BaseName(instance.file), room)
                                : wide     ? std::string()
-                                          : instance.state;
+                                          : state;
     return Cut(head + PaddedRight(middle, room) + tail, columns);
 }
 
@@ -96,9 +114,12 @@ std::string TotalLine(const JobSnapshot &now, const JobRates &rates, size_t colu
     return Joined(
         {
             {4, now.phase == "loading" ? "" : now.phase},
-            {1, Size(now.read_bytes) + (wide && known ? " of " + Size(now.total_bytes) : "")},
+            {1, now.writes && !known
+                    ? ""
+                    : Size(now.read_bytes) + (wide && known ? " of " + Size(now.total_bytes) : "")},
             {0, known ? Percent(now.read_bytes, now.total_bytes) : ""},
             {3, Megabytes(rates.Bytes())},
+            {now.writes && !known ? 1 : 6, now.writes ? Size(now.written_bytes) + " written" : ""},
             {5, wide ? Grouped(rows) + " rows/s" : Brief(rows) + " rows/s"},
             {6, now.files > 1 ? fmt::format("{} of {} files", now.files_done, now.files) : ""},
             {2, now.refused > 0 ? Brief(now.refused) + " refused" : ""},
@@ -120,7 +141,7 @@ std::vector<const InstanceSnapshot *> ShownInstances(const JobSnapshot &now, siz
         return instance->state != "finished";
     });
     shown.resize(most);
-    std::ranges::sort(shown, {}, &InstanceSnapshot::instance);
+    std::ranges::sort(shown);  // as they lie in the snapshot
     return shown;
 }
 
@@ -147,20 +168,22 @@ void Rate::Observe(double seconds, uint64_t count)
 
 void JobRates::Observe(const JobSnapshot &now)
 {
-    bytes_.Observe(now.seconds, now.read_bytes);
+    // Rows that come from no file are measured where they end up in one.
+    bytes_.Observe(now.seconds,
+                   now.writes && now.total_bytes == 0 ? now.written_bytes : now.read_bytes);
     rows_.Observe(now.seconds, now.rows);
     if (now.phase == "loading" && !loading_since_)
         loading_since_ = now.seconds;  // the time before says nothing about the rest
     if (loading_since_)
         left_.Observe(now.seconds - *loading_since_, now.read_bytes);
     for (const InstanceSnapshot &instance : now.instances)
-        instances_.try_emplace(instance.instance, kShownMemory)
+        instances_.try_emplace(Key(instance), kShownMemory)
             .first->second.Observe(now.seconds, instance.rows);
 }
 
-double JobRates::Rows(int instance) const
+double JobRates::Rows(const InstanceSnapshot &instance) const
 {
-    const auto found = instances_.find(instance);
+    const auto found = instances_.find(Key(instance));
     return found != instances_.end() ? found->second.PerSecond() : 0;
 }
 
@@ -180,16 +203,15 @@ std::vector<std::string> ProgressBlock(const JobSnapshot &now, const JobRates &r
 {
     const size_t room = screen.lines > kFreeLines + 2 ? screen.lines - kFreeLines - 2 : 1;
     const auto shown = ShownInstances(now, std::min(room, kMostInstances));
-    int highest = 0;
+    size_t label_columns = 2;
     for (const InstanceSnapshot &instance : now.instances)
-        highest = std::max(highest, instance.instance);
-    const size_t number_columns = fmt::formatted_size("{}", highest) + 1;
-    const std::string indent(number_columns + 2, ' ');
+        label_columns = std::max(label_columns, Label(instance, now.writes).size() + 1);
+    const std::string indent(label_columns + 2, ' ');
 
     std::vector<std::string> lines;
     lines.reserve(shown.size() + 2);
     for (const InstanceSnapshot *instance : shown)
-        lines.push_back(InstanceLine(*instance, rates.Rows(instance->instance), number_columns,
+        lines.push_back(InstanceLine(*instance, now.writes, rates.Rows(*instance), label_columns,
                                      std::min(screen.columns, kMostColumns)));
     if (shown.size() < now.instances.size()) {
         const size_t rest = now.instances.size() - shown.size();
@@ -203,10 +225,14 @@ std::vector<std::string> ProgressBlock(const JobSnapshot &now, const JobRates &r
 std::string ProgressLine(const JobSnapshot &now, const JobRates &rates)
 {
     const auto total = now.total_bytes > 0 ? fmt::format("{}", now.total_bytes) : "-";
+    const std::string written = now.writes ? fmt::format(" written_rows={} written_bytes={}",
+                                                         now.written_rows, now.written_bytes)
+                                           : "";
     return fmt::format("phase={} files_done={} files={} read_bytes={} total_bytes={} rows={} "
-                       "refused={} rows_per_s={:.0f} mb_per_s={:.1f} eta_s={}",
-                       now.phase, now.files_done, now.files, now.read_bytes, total, now.rows,
-                       now.refused, rates.Rows(), rates.Bytes() / 1e6, Known(rates.Left(now)));
+                       "refused={}{} rows_per_s={:.0f} mb_per_s={:.1f} eta_s={}",
+                       Shown(now.phase, now.writes, true), now.files_done, now.files,
+                       now.read_bytes, total, now.rows, now.refused, written, rates.Rows(),
+                       rates.Bytes() / 1e6, Known(rates.Left(now)));
 }
 
 }  // namespace fenwire

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/console/report.h"
@@ -33,7 +34,7 @@ public:
     void Observe(const JobSnapshot &now);
     double Bytes() const { return bytes_.PerSecond(); }
     double Rows() const { return rows_.PerSecond(); }
-    double Rows(int instance) const;  // 0 for one that was not seen yet
+    double Rows(const InstanceSnapshot &instance) const;  // 0 for one that was not seen yet
     // Seconds until all is read; none while it would be a guess.
     std::optional<double> Left(const JobSnapshot &now) const;
 
@@ -41,7 +42,12 @@ private:
     // What is read at a glance may follow the load; what is left should not dance.
     static constexpr double kShownMemory = 3, kLeftMemory = 15;
     Rate bytes_{kShownMemory}, rows_{kShownMemory}, left_{kLeftMemory};
-    std::map<int, Rate> instances_;
+    using InstanceKey = std::pair<bool, int>;  // whether it writes, its number
+    static InstanceKey Key(const InstanceSnapshot &instance)
+    {
+        return {instance.step == "consumer", instance.instance};
+    }
+    std::map<InstanceKey, Rate> instances_;
     std::optional<double> loading_since_;
 };
 

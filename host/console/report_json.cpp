@@ -25,9 +25,20 @@ Json FileObject(const FileReport &file)
             {"padded", file.padded},     {"cut", file.cut}};
 }
 
+Json OutputObject(const FileReport &file)
+{
+    return {{"name", file.name},
+            {"instance", file.instance},
+            {"rows", file.records},
+            {"bytes", file.bytes},
+            {"seconds", Milliseconds(file.seconds)},
+            {"finished", file.finished}};
+}
+
 Json InstanceObject(const InstanceReport &instance)
 {
-    return {{"instance", instance.instance},
+    return {{"step", instance.step},
+            {"instance", instance.instance},
             {"exit_code", instance.exit_code},
             {"rows", instance.rows},
             {"files", instance.files},
@@ -74,12 +85,15 @@ std::string ReportJson(const JobReport &report)
                          {"skipped", report.skipped},
                          {"conserved", report.conserved},
                          {"bytes", report.bytes},
+                         {"written_bytes", report.written_bytes},
                          {"seconds", Milliseconds(report.seconds)},
                          {"rejects", RejectsObject(report.rejects)},
+                         {"source", report.source},
                          {"target", report.target},
                          {"target_note", report.target_note},
                          {"log", report.log},
                          {"files", Array(report.files, FileObject)},
+                         {"outputs", Array(report.outputs, OutputObject)},
                          {"instances", Array(report.instances, InstanceObject)}};
     return object.dump(2, ' ', true, Json::error_handler_t::replace);
 }

@@ -18,6 +18,9 @@
 //       target  sqlite orders.db, table orders
 //       log     ...
 //
+// Of a job that writes files, the files that were written follow those that were read, and "written"
+// stands for "loaded".
+//
 // The whole list of files is in the JSON report; a person gets its two ends.
 
 #include "host/console/summary.h"
@@ -41,6 +44,10 @@ bool HasStopped(const JobReport &report)
     return report.status == "failed" || report.status == "interrupted";
 }
 
+// Into files, not into a target.
+bool WritesFiles(const JobReport &report) { return report.target.empty(); }
+const char *Done(const JobReport &report) { return WritesFiles(report) ? "written" : "loaded"; }
+
 bool HasFailed(const JobReport &report)
 {
     return HasStopped(report) || !report.failure.empty() || !report.conserved;
@@ -50,9 +57,9 @@ SummaryLine Verdict(const JobReport &report)
 {
     const std::string code =
         report.exit_code != 0 ? fmt::format(" (exit code {})", report.exit_code) : "";
-    const Tone tone = HasFailed(report)           ? Tone::Bad
-                      : report.status == "loaded" ? Tone::Good
-                                                  : Tone::Caution;
+    const Tone tone = HasFailed(report)               ? Tone::Bad
+                      : report.status == Done(report) ? Tone::Good
+                                                      : Tone::Caution;
     return {fmt::format("{}: {} in {}{}", Escaped(report.job), Escaped(report.status),
                         Duration(report.seconds), code),
             tone};
@@ -78,24 +85,47 @@ void AddTable(Lines &lines, const Table &table, size_t width)
         lines.push_back({line});
 }
 
+// What was written stays, since nobody can take it back; an instance that was killed tells of no file.
+std::string LeftInFiles(const JobReport &report)
+{
+    const size_t files = report.outputs.size();
+    if (files == 1)
+        return "1 file holds part of the rows; it is not complete\n";
+    if (files > 1)
+        return fmt::format("{} files hold part of the rows; they are not complete\n",
+                           Grouped(files));
+    return report.read > 0 ? "what stands under the names of the output files is not complete\n"
+                           : "";
+}
+
 // What the user can do, and what to know before.
 std::string NextSteps(const JobReport &report)
 {
     std::string steps;
     // A job that stopped before its commit does not add up; what it left stands with the target.
     const bool undone = HasStopped(report) && report.loaded == 0 && !report.target_note.empty();
-    if (!report.conserved && !undone)
-        steps +=
-            "do not rely on the rows in the target: some are not accounted for; keep the logs\n";
+    if (WritesFiles(report) && HasStopped(report) && report.loaded == 0)
+        steps += LeftInFiles(report);
+    else if (!report.conserved && !undone)
+        steps += fmt::format("do not rely on the rows in the {}: some are not accounted for; keep "
+                             "the logs\n",
+                             WritesFiles(report) ? "output files" : "target");
     if (report.status == "failed")
         steps += "correct what the reason names, then run the job again\n"
                  "\"fenwire explain NUMBER\" says more about a numbered message\n";
     if (report.status == "interrupted")
         steps += "run the job again\n";
-    if (HasStopped(report) && report.loaded > 0)
+    if (HasStopped(report) && report.loaded > 0 && !WritesFiles(report))
         steps +=
             "a new run starts from the first record: see the target below for what it holds now\n";
     return steps;
+}
+
+// Where a person sees one step only, its processes are the job's instances.
+std::string NameOf(const JobReport &report, const InstanceReport &instance)
+{
+    const bool alone = !WritesFiles(report) && report.source.empty();
+    return fmt::format("{} {}", alone ? "instance" : instance.step, instance.instance);
 }
 
 void AddFailure(Lines &lines, const JobReport &report)
@@ -108,7 +138,7 @@ void AddFailure(Lines &lines, const JobReport &report)
     for (const InstanceReport &instance : report.instances) {
         if (instance.exit_code > 4 && !instance.private_log.empty())
             AddLabelled(lines, "",
-                        fmt::format("{} (instance {})", instance.private_log, instance.instance));
+                        fmt::format("{} ({})", instance.private_log, NameOf(report, instance)));
     }
     AddLabelled(lines, "next", NextSteps(report));
 }
@@ -127,7 +157,7 @@ void AddFiles(Lines &lines, const JobReport &report, size_t width)
     if (report.files.empty())
         return;
     Table table;
-    table.columns = {{"file", 0},    {"records", 0}, {"loaded", 1}, {"refused", 2},
+    table.columns = {{"file", 0},    {"records", 0}, {Done(report), 1}, {"refused", 2},
                      {"skipped", 5}, {"size", 4},    {"time", 3}};
     const std::string_view directory = CommonDirectory(report.files);
     for (const FileReport &file : report.files)
@@ -146,19 +176,43 @@ void AddFiles(Lines &lines, const JobReport &report, size_t width)
     AddTable(lines, table, width);
 }
 
+void AddOutputs(Lines &lines, const JobReport &report, size_t width)
+{
+    if (report.outputs.empty())
+        return;
+    Table table;
+    table.columns = {{"written file", 0}, {"rows", 0}, {"size", 2}, {"time", 1}};
+    const std::string_view directory = CommonDirectory(report.outputs);
+    uint64_t rows = 0;
+    for (const FileReport &file : report.outputs) {
+        rows += file.records;
+        table.rows.push_back({file.name.substr(directory.size()), Grouped(file.records),
+                              Size(file.bytes),
+                              file.finished ? Duration(file.seconds) : "not finished"});
+    }
+    if (report.outputs.size() > 1)
+        table.rows.push_back({fmt::format("total of {} files", Grouped(report.outputs.size())),
+                              Grouped(rows), Size(report.written_bytes), Duration(report.seconds)});
+    lines.push_back({});
+    if (!directory.empty())
+        lines.push_back({fmt::format("to {}:", Escaped(directory))});
+    AddTable(lines, table, width);
+}
+
 void AddInstances(Lines &lines, const JobReport &report, size_t width)
 {
     if (report.instances.empty())
         return;
     lines.push_back({});
+    const bool alone = !WritesFiles(report) && report.source.empty();
     Table table;
     table.columns = {{"instance", 0}, {"exit code", 2},   {"rows", 1},
                      {"files", 4},    {"peak memory", 0}, {"processor", 3}};
     for (const InstanceReport &instance : report.instances)
-        table.rows.push_back({fmt::format("{}", instance.instance),
-                              fmt::format("{}", instance.exit_code), Grouped(instance.rows),
-                              Grouped(instance.files), Size(instance.peak_memory),
-                              Duration(instance.cpu_seconds)});
+        table.rows.push_back(
+            {alone ? fmt::format("{}", instance.instance) : NameOf(report, instance),
+             fmt::format("{}", instance.exit_code), Grouped(instance.rows), Grouped(instance.files),
+             Size(instance.peak_memory), Duration(instance.cpu_seconds)});
     AddTable(lines, table, width);
 }
 
@@ -166,15 +220,16 @@ void AddConservation(Lines &lines, const JobReport &report)
 {
     // Of a job that kept nothing there is nothing to add up.
     if (report.exit_code != 0 && report.loaded == 0 && !report.conserved) {
-        lines.push_back(
-            {fmt::format("  {:<6}  read {}, kept none", "rows", Grouped(report.read)), Tone::Bad});
+        lines.push_back({fmt::format("  {:<6}  read {}, {}", "rows", Grouped(report.read),
+                                     WritesFiles(report) ? "not all written" : "kept none"),
+                         Tone::Bad});
         return;
     }
-    lines.push_back(
-        {fmt::format("  {:<6}  read {} = loaded {} + refused {} + skipped {}: {}", "rows",
-                     Grouped(report.read), Grouped(report.loaded), Grouped(report.refused),
-                     Grouped(report.skipped), report.conserved ? "ok" : "DOES NOT HOLD"),
-         report.conserved ? Tone::Good : Tone::Bad});
+    lines.push_back({fmt::format("  {:<6}  read {} = {} {} + refused {} + skipped {}: {}", "rows",
+                                 Grouped(report.read), Done(report), Grouped(report.loaded),
+                                 Grouped(report.refused), Grouped(report.skipped),
+                                 report.conserved ? "ok" : "DOES NOT HOLD"),
+                     report.conserved ? Tone::Good : Tone::Bad});
 }
 
 // Rows that settings let go on are loaded, but not all that their records held.
@@ -195,7 +250,9 @@ void AddChanged(Lines &lines, const JobReport &report)
             text += fmt::format("{:>9}  {}\n", Grouped(sum), change.words);
     }
     if (!text.empty() && report.loaded > 0)
-        AddLabelled(lines, "", "of the loaded rows went on changed\n" + text, Tone::Caution);
+        AddLabelled(lines, "",
+                    fmt::format("of the {} rows went on changed\n{}", Done(report), text),
+                    Tone::Caution);
 }
 
 // The limit ends the reading without a word of the rest.
@@ -232,17 +289,21 @@ void AddRejects(Lines &lines, const RejectsReport &rejects)
 
 std::string Throughput(const JobReport &report)
 {
-    const double bytes = static_cast<double>(report.bytes), rows = static_cast<double>(report.read);
+    // Rows that come from no file are measured where they end up in one.
+    const bool from_source = !report.source.empty();
+    const uint64_t amount = from_source ? report.written_bytes : report.bytes;
     // How much of an unfinished file was read is not known.
-    const bool whole = std::ranges::all_of(report.files, &FileReport::finished);
-    std::string amount =
-        fmt::format("{} in {}", whole ? Size(report.bytes) : Grouped(report.read) + " records",
-                    Duration(report.seconds));
+    const bool whole =
+        from_source ? amount > 0 : std::ranges::all_of(report.files, &FileReport::finished);
+    std::string text = fmt::format(
+        "{} in {}",
+        whole ? Size(amount) : Grouped(report.read) + (from_source ? " rows" : " records"),
+        Duration(report.seconds));
     if (!(report.seconds > 0))
-        return amount;
-    return fmt::format("{}: {}{} rows/s", amount,
-                       whole ? Megabytes(bytes / report.seconds) + ", " : "",
-                       Grouped(PerSecond(rows, report.seconds)));
+        return text;
+    return fmt::format("{}: {}{} rows/s", text,
+                       whole ? Megabytes(static_cast<double>(amount) / report.seconds) + ", " : "",
+                       Grouped(PerSecond(static_cast<double>(report.read), report.seconds)));
 }
 
 }  // namespace
@@ -254,6 +315,7 @@ std::vector<SummaryLine> SummaryLines(const JobReport &report, size_t width)
     if (HasFailed(report))
         AddFailure(lines, report);
     AddFiles(lines, report, width);
+    AddOutputs(lines, report, width);
     AddInstances(lines, report, width);
     lines.push_back({});
     AddConservation(lines, report);
@@ -261,6 +323,7 @@ std::vector<SummaryLine> SummaryLines(const JobReport &report, size_t width)
     AddChanged(lines, report);
     AddRejects(lines, report.rejects);
     AddLabelled(lines, "speed", Throughput(report));
+    AddLabelled(lines, "source", report.source);
     AddLabelled(lines, "target", report.target);
     AddLabelled(lines, report.target.empty() ? "target" : "", report.target_note);
     if (!HasFailed(report))
