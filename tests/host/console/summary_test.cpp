@@ -66,6 +66,43 @@ bool Has(const std::string &text, const std::string &part)
 
 }  // namespace
 
+TEST(Summary, TellsOfWrittenFiles)
+{
+    JobReport report;
+    report.job = "unload";
+    report.status = "written";
+    report.seconds = 2;
+    report.source = "generator";
+    report.outputs = {{"/out/a-1", 1, 1500, 1500, 0, 0, 4'000'000, 1.5, true},
+                      {"/out/a-2", 2, 500, 500, 0, 0, 2'000'000, 0.5, true}};
+    report.instances = {{1, 0, 2000, 0, 1024, 1, "", "source"},
+                        {1, 0, 1500, 1, 1024, 1, "", "consumer"},
+                        {2, 0, 500, 1, 1024, 1, "/log/2", "consumer"}};
+    report.read = report.loaded = 2000;
+    report.written_bytes = 6'000'000;
+    report.conserved = true;
+    const std::string good = Whole(report);
+    for (const char *line :
+         {"unload: written in 2.0 s\n", "to /out/:\n", "a-1               1,500  3.8 MiB  1.5 s\n",
+          "total of 2 files  2,000  5.7 MiB  2.0 s\n", "\nconsumer 2          0    500",
+          "read 2,000 = written 2,000 + refused 0 + skipped 0: ok\n",
+          "speed   5.7 MiB in 2.0 s: 3.0 MB/s, 1,000 rows/s\n", "source  generator\n"})
+        EXPECT_TRUE(Has(good, line)) << line << good;
+    EXPECT_EQ(nlohmann::json::parse(ReportJson(report))["outputs"][1]["rows"], 500);
+
+    report.status = "failed";
+    report.exit_code = report.instances[2].exit_code = 12;
+    report.failure = "disk full";
+    report.loaded = 0;
+    report.conserved = report.outputs[1].finished = false;
+    const std::string bad = Whole(report);
+    for (const char *line :
+         {"2 files hold part of the rows; they are not complete\n", "not finished\n",
+          "/log/2 (consumer 2)\n", "read 2,000, not all written\n"})
+        EXPECT_TRUE(Has(bad, line)) << line << bad;
+    EXPECT_FALSE(Has(bad, "target")) << bad;
+}
+
 TEST(Summary, TellsALoad)
 {
     EXPECT_EQ(Whole(SmallReport()),
