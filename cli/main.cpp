@@ -35,7 +35,7 @@ constexpr char kHelp[] =
   fenwire rejects show JOB.toml   the bad records of its last run; retry loads the repaired ones
   fenwire version
 
-A whole job file, which loads a file into a table:
+A whole job file:
 
   [producer]
   FileName = "orders.csv"

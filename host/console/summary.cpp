@@ -88,14 +88,16 @@ void AddTable(Lines &lines, const Table &table, size_t width)
 // What was written stays, since nobody can take it back; an instance that was killed tells of no file.
 std::string LeftInFiles(const JobReport &report)
 {
-    const size_t files = report.outputs.size();
+    const auto files = std::ranges::count_if(
+        report.outputs, [](const FileReport &file) { return file.records > 0; });
     if (files == 1)
         return "1 file holds part of the rows; it is not complete\n";
     if (files > 1)
         return fmt::format("{} files hold part of the rows; they are not complete\n",
-                           Grouped(files));
-    return report.read > 0 ? "what stands under the names of the output files is not complete\n"
-                           : "";
+                           Grouped(static_cast<uint64_t>(files)));
+    return report.outputs.empty() && report.read > 0
+               ? "what stands under the names of the output files is not complete\n"
+               : "";
 }
 
 // What the user can do, and what to know before.

@@ -261,6 +261,9 @@ void Coordinator::FillReport(JobReport &report)
     report.log = public_log_.path().string();
     report.rows_limit = job_.producer.Number("RowsPerInstance", -1);
     ledger_.Write(report);
+    for (FileReport &file : report.outputs)  // where they are, not only what they are called
+        file.name =
+            (std::filesystem::path(job_.consumer.Text("DirectoryPath")) / file.name).string();
     rejects_.Write(report);
     const TargetKind *kind = FindTargetKind(job_.target_type);
     if (kind != nullptr && !ledger_.committed() && !commit_in_doubt_)

@@ -162,6 +162,7 @@ void Ledger::Write(JobReport &report) const
 {
     report.files = files_;
     report.outputs = outputs_;
+    std::ranges::sort(report.outputs, {}, &FileReport::instance);
     report.instances = instances_;
     for (size_t i = 0; i < instances_.size(); ++i) {
         const bool writes = i >= senders_;
