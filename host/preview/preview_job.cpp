@@ -105,6 +105,12 @@ int64_t RowLimit(const Job &job, uint32_t rows)
 
 void CheckPreviewInput(const Job &job, std::vector<Complaint> &found)
 {
+    if (job.has_source()) {
+        found.push_back({job.source_at,
+                         "a preview shows what is read from files, and this job reads none",
+                         "run the job with few rows, into [target] with type = \"print\""});
+        return;
+    }
     DataFiles input = FindDataFiles(job);
     std::ranges::move(input.faults, std::back_inserter(found));
     for (const DataFile &file : input.files) {

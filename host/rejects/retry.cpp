@@ -238,6 +238,8 @@ Retry PlanRetry(const Job &job, const RetryChoice &choice)
         if (const std::string obstacle = target->prepare_to_add(retry.job); !obstacle.empty())
             throw RetryRefused(obstacle, "--set target.file=NAME names another");
     }
+    if (!job.has_target())
+        Set(retry.job.consumer, "OpenMode", "WriteAppend");  // behind the rows of the run before
     Step &step = retry.job.producer;
     step.instances = 1;
     std::erase_if(step.attributes, IsForTheFilesOnly);

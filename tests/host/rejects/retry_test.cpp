@@ -179,6 +179,10 @@ TEST(Retry, RemarksWithoutPrefixAndFilledFilesAreRefused)
     run.job.target_type = "sqlite";
     run.job.target = {{"replace", true, {}}};
     EXPECT_TRUE(PlanRetry(run.job, {.no_remarks = true}).job.target.empty());
+    run.job.target_type.clear();  // rows go to files: none may be begun anew
+    run.job.consumer.attributes = {{"OpenMode", "Write", {}}};
+    EXPECT_EQ(PlanRetry(run.job, {.no_remarks = true}).job.consumer.Text("OpenMode"),
+              "WriteAppend");
 }
 
 TEST(RejectTable, FitsTheScreenAndDrivesNoTerminal)
