@@ -47,6 +47,32 @@ struct SteadyLoad {
 
 }  // namespace
 
+// Two instances may have one number, and what is written is all that can be measured.
+TEST(Progress, BothEndsOfAnUnloadAreShown)
+{
+    JobSnapshot now;
+    now.phase = "loading";
+    now.writes = true;
+    now.instances = {{.instance = 1, .state = "loading", .file = "", .step = "source"},
+                     {.instance = 1, .state = "loading", .file = "out/a.csv", .step = "consumer"}};
+    JobRates rates;
+    for (double at = 0; at <= 10; at += 0.25) {
+        now.seconds = at;
+        now.rows = now.instances[0].rows = static_cast<uint64_t>(at * 2000);
+        now.written_rows = now.instances[1].rows = static_cast<uint64_t>(at * 1000);
+        now.written_bytes = now.instances[1].file_bytes = static_cast<uint64_t>(at * 5'000'000);
+        rates.Observe(now);
+    }
+    EXPECT_EQ(ProgressBlock(now, rates, {72, 24}),
+              (std::vector<std::string>{
+                  "  in 1  reading                                             2,000 rows/s",
+                  " out 1  writing   a.csv                                     1,000 rows/s",
+                  "        5.0 MB/s  47.7 MiB written  2,000 rows/s  10 s"}));
+    EXPECT_EQ(ProgressLine(now, rates),
+              "phase=writing files_done=0 files=0 read_bytes=0 total_bytes=- rows=20000 refused=0 "
+              "written_rows=10000 written_bytes=50000000 rows_per_s=2000 mb_per_s=5.0 eta_s=-");
+}
+
 TEST(Progress, BlockShowsInstancesAndTotal)
 {
     SteadyLoad load(2);
