@@ -7,10 +7,10 @@
 #include <fmt/format.h>
 
 #include "host/console/figures.h"
-#include "host/job/column_types.h"
 #include "host/job/words.h"
 #include "host/preview/preview.h"
 #include "host/system/utf16.h"
+#include "host/values/values.h"
 
 namespace fenwire {
 
@@ -41,8 +41,14 @@ std::string CellShown(const Job &job, const Column &column, const PreviewCell &c
 {
     if (!cell.data)
         return "NULL";
-    if (!FitsDelimited(column.type) && !FitsText(column.type))
-        return HexShown(*cell.data);
+    const ValueType type = ValueTypeOf(column);
+    if (!IsPlainText(type)) {
+        std::string text;
+        const bool good = type.kind != ValueKind::Bytes && cell.data->size() == cell.bytes &&
+                          AppendText(type, reinterpret_cast<const uint8_t *>(cell.data->data()),
+                                     cell.bytes, text);
+        return good ? TextShown(text, text.size(), true) : HexShown(*cell.data);
+    }
     return TextShown(IsUtf16(job.charset) ? Utf8FromUtf16(*cell.data) : *cell.data, cell.bytes,
                      cell.data->size() == cell.bytes);
 }

@@ -13,6 +13,10 @@ void CheckGeneratorSettings(const Job &job, std::vector<Complaint> &found);
 std::unique_ptr<Source> MakeStdinSource(const Job &job);
 void CheckStdinSettings(const Job &job, std::vector<Complaint> &found);
 
+std::unique_ptr<Source> MakeSqliteSource(const Job &job);
+void CheckSqliteSourceSettings(const Job &job, std::vector<Complaint> &found);
+std::vector<Column> SqliteSourceColumns(const Job &job);
+
 }  // namespace fenwire
 
 #endif

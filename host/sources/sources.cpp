@@ -25,11 +25,19 @@ constexpr SettingKey kStdinKeys[] = {
     {"null",      "text",    false, "stands for NULL, unquoted; without it an empty value that is not in quotes does"},
     {"header",    "yes/no",  false, "whether the first line has the names of the columns, which must be those of the job; false without it"},
 };
+constexpr SettingKey kSqliteKeys[] = {
+    {"file",      "path",    true,  "the database"},
+    {"table",     "text",    false, "the table or view whose rows are read"},
+    {"query",     "text",    false, "or a query whose rows are read"},
+    {"split",     "text",    false, "an integer column whose ranges the instances share; the row id of a table without it"},
+};
 constexpr SourceKind kSources[] = {
     {"generator", "rows made by rule, the same for the same seed, however many instances share them",
      kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, false},
     {"stdin", "delimited text from standard input, as the print target writes it",
      kStdinKeys, MakeStdinSource, CheckStdinSettings, nullptr, true, true},
+    {"sqlite", "a table or a query of an SQLite database; all instances see the same state of it",
+     kSqliteKeys, MakeSqliteSource, CheckSqliteSourceSettings, SqliteSourceColumns, false, false},
 };
 // clang-format on
 

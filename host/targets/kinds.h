@@ -14,6 +14,7 @@ void CheckPrintSettings(const Job &job, std::vector<Complaint> &found);
 
 std::unique_ptr<Target> MakeSqliteTarget(const Job &job);
 void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found);
+std::vector<Column> SqliteTargetColumns(const Job &job);
 
 }  // namespace fenwire
 

@@ -15,6 +15,7 @@
 #include "host/job/words.h"
 #include "host/targets/kinds.h"
 #include "host/targets/output_file.h"
+#include "host/values/values.h"
 
 namespace fenwire {
 
@@ -63,8 +64,10 @@ class PrintTarget final : public Target {
 public:
     explicit PrintTarget(const Job &job) : style_(job), path_(PathSetting(job, job.target, "file"))
     {
-        for (const Column &column : job.columns)
+        for (const Column &column : job.columns) {
             names_.push_back(column.name);
+            types_.push_back(ValueTypeOf(column));
+        }
     }
 
     void Check() override
@@ -129,7 +132,7 @@ private:
             if (length == kNullColumn) {
                 line += style_.null;
             } else {
-                style_.Append(line, {data, length});
+                style_.Append(line, TextOf(i, {data, length}));
                 data += length;
             }
             line += style_.delimiter;
@@ -137,6 +140,21 @@ private:
         EndRow(line);
         ++report_.rows;
         report_.bytes += row.data_bytes();
+    }
+
+    // Holds until the next call.
+    std::string_view TextOf(uint32_t column, std::string_view value)
+    {
+        const ValueType &type = types_[column];
+        if (IsPlainText(type))
+            return value;
+        text_.clear();
+        if (!AppendText(type, reinterpret_cast<const uint8_t *>(value.data()),
+                        static_cast<uint32_t>(value.size()), text_))
+            throw TargetError(fmt::format("column {} of row {} has bytes that are no value of "
+                                          "type {}",
+                                          Quoted(names_[column]), report_.rows + 1, type.name));
+        return text_;
     }
 
     void EndRow(std::string &line)
@@ -149,6 +167,8 @@ private:
     PrintStyle style_;
     std::filesystem::path path_;
     std::vector<std::string> names_;
+    std::vector<ValueType> types_;
+    std::string text_;
     std::optional<PendingFile> file_;
     std::optional<FdWriter> writer_;
     TargetReport report_;

@@ -23,13 +23,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "host/job/column_types.h"
 #include "host/job/settings.h"
 #include "host/job/words.h"
+#include "host/sqlite/sqlite_columns.h"
+#include "host/sqlite/sqlite_database.h"
+#include "host/sqlite/sqlite_table.h"
 #include "host/targets/kinds.h"
-#include "host/targets/sqlite_database.h"
-#include "host/targets/sqlite_table.h"
+#include "host/targets/sqlite_binding.h"
 #include "host/targets/text_check.h"
+#include "host/values/text_columns.h"
 
 namespace fenwire {
 
@@ -73,35 +75,12 @@ const char *RowFaultRemedy(int code)
 
 void RequireCharset(const std::string &charset)
 {
-    constexpr std::string_view kSets[] = {"", "UTF8", "63", "ASCII", "UTF16", "62"};
-    if (std::ranges::any_of(kSets, [&](auto set) { return SameWord(charset, set); }))
+    if (IsSqliteCharset(charset))
         return;
     throw TargetError(
         fmt::format("data in the character set {} can't go to SQLite in this version; "
                     "ASCII, UTF8 and UTF16 can",
                     Quoted(charset)));
-}
-
-template <class Number>
-Number NumberAt(const char *data, uint32_t length)
-{
-    Number number = 0;
-    memcpy(&number, data, std::min<size_t>(length, sizeof number));
-    return number;
-}
-
-int64_t IntegerAt(const char *data, uint32_t length)
-{
-    switch (length) {
-    case 1:
-        return NumberAt<int8_t>(data, length);
-    case 2:
-        return NumberAt<int16_t>(data, length);
-    case 4:
-        return NumberAt<int32_t>(data, length);
-    default:
-        return NumberAt<int64_t>(data, length);
-    }
 }
 
 class SqliteTarget final : public Target {
@@ -110,10 +89,9 @@ public:
         : job_(job), file_(PathSetting(job, job.target, "file")),
           table_(SettingOr<std::string>(job.target, "table", {})),
           create_(SettingOr(job.target, "create", true)),
-          replace_(SettingOr(job.target, "replace", false)), utf16_(IsUtf16(job.charset))
+          replace_(SettingOr(job.target, "replace", false)), utf16_(IsUtf16(job.charset)),
+          binding_(job)
     {
-        for (const Column &column : job.columns)
-            storages_.push_back(SqliteStorageOf(column));
     }
     ~SqliteTarget() override { Abort(); }
 
@@ -256,7 +234,7 @@ private:
             RequireCreate(*database_);
             CreateSqliteTable(*database_, table_, job_);
         }
-        CompareSqliteTable(*database_, table_, job_);
+        binding_.Begin(CompareSqliteTable(*database_, table_, job_), kRowsAtOnce[0]);
         if (replace_)
             database_->Run(fmt::format("DELETE FROM main.{}", SqlName(table_)));
         PrepareInserts();
@@ -287,7 +265,7 @@ private:
     // SQLite takes text for UTF-8, whatever it is given.
     void CheckText(const RowRecord &row)
     {
-        const auto columns = static_cast<uint32_t>(storages_.size());
+        const auto columns = static_cast<uint32_t>(job_.columns.size());
         const char *data = reinterpret_cast<const char *>(row.data(columns));
         if (TextCheck::IsPlain(data, row.data_bytes())) [[likely]]
             return;
@@ -296,7 +274,7 @@ private:
             const uint32_t length = row.length(i);
             if (length == kNullColumn)
                 continue;
-            if (storages_[i] == SqliteStorage::Text)
+            if (binding_.IsText(i))
                 text_check_.Examine({data, length}, [&] {
                     return fmt::format("in column {}, row {} of instance {}",
                                        Quoted(job_.columns[i].name), number, instance_);
@@ -335,7 +313,7 @@ private:
     {
         int at = 0;
         for (size_t i = 0; i < count; ++i) {
-            if (const int code = Bind(insert.get(), at, rows[i]); code != SQLITE_OK)
+            if (const int code = Bind(insert, at, rows[i], i); code != SQLITE_OK)
                 return code;
         }
         sqlite3_step(insert.get());
@@ -343,42 +321,15 @@ private:
         return code == SQLITE_OK ? SQLITE_DONE : code;
     }
 
-    int Bind(sqlite3_stmt *insert, int &at, const RowRecord &row) const
+    int Bind(const SqliteStatement &insert, int &at, const RowRecord &row, size_t waiting)
     {
-        const auto columns = static_cast<uint32_t>(storages_.size());
-        const char *data = reinterpret_cast<const char *>(row.data(columns));
-        int code = SQLITE_OK;
-        for (uint32_t i = 0; i < columns; ++i) {
-            const uint32_t length = row.length(i);
-            if (length == kNullColumn) {
-                code |= sqlite3_bind_null(insert, ++at);
-                continue;
-            }
-            code |= BindValue(insert, ++at, i, data, length);
-            data += length;
-        }
-        return code;
-    }
-
-    int BindValue(sqlite3_stmt *insert, int at, uint32_t column, const char *data,
-                  uint32_t length) const
-    {
-        const int bytes = static_cast<int>(length);
-        switch (storages_[column]) {
-        case SqliteStorage::Text:
-            if (!utf16_)
-                return sqlite3_bind_text(insert, at, data, bytes, SQLITE_STATIC);
-            if (length % 2 != 0)  // SQLite would drop the odd byte and say nothing
-                throw TargetError(
-                    fmt::format("a value of column {} has {} bytes, which is no UTF-16",
-                                Quoted(job_.columns[column].name), length));
-            return sqlite3_bind_text16(insert, at, data, bytes, SQLITE_STATIC);
-        case SqliteStorage::Integer:
-            return sqlite3_bind_int64(insert, at, IntegerAt(data, length));
-        case SqliteStorage::Real:
-            return sqlite3_bind_double(insert, at, NumberAt<double>(data, length));
-        default:
-            return sqlite3_bind_blob(insert, at, data, bytes, SQLITE_STATIC);
+        try {
+            return binding_.Bind(insert.get(), at, row);
+        } catch (const SqliteMisfit &misfit) {
+            throw TargetError(fmt::format("table {} of {} can't take row {} of instance {}: {}",
+                                          Quoted(table_), Quoted(file_.string()),
+                                          rows_of_[static_cast<size_t>(instance_)] + waiting + 1,
+                                          instance_, misfit.words));
         }
     }
 
@@ -415,7 +366,7 @@ private:
     std::string ShowRow(const RowRecord &row) const
     {
         constexpr uint32_t kShownColumns = 3, kShownBytes = 30;
-        const auto columns = static_cast<uint32_t>(storages_.size());
+        const auto columns = static_cast<uint32_t>(job_.columns.size());
         const char *data = reinterpret_cast<const char *>(row.data(columns));
         std::string text;
         for (uint32_t i = 0; i < std::min(columns, kShownColumns); ++i) {
@@ -425,8 +376,10 @@ private:
                 text += "NULL";
                 continue;
             }
-            text += fmt::format("\"{}\"{}", Escaped({data, std::min(length, kShownBytes)}),
-                                length > kShownBytes ? "..." : "");
+            const std::string shown =
+                binding_.Shown(i, reinterpret_cast<const uint8_t *>(data), length);
+            text += fmt::format("\"{}\"{}", Escaped(shown.substr(0, kShownBytes)),
+                                shown.size() > kShownBytes ? "..." : "");
             data += length;
         }
         return columns > kShownColumns ? text + ", .." : text;
@@ -436,7 +389,7 @@ private:
     fs::path file_;
     std::string table_;
     bool create_, replace_, utf16_;
-    std::vector<SqliteStorage> storages_;  // of the job's columns
+    SqliteBinding binding_;
     TextCheck text_check_;
     bool made_file_ = false;
     std::chrono::steady_clock::time_point begun_;
@@ -460,17 +413,30 @@ void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found)
                                      Quoted(table)),
                          "give it a name that does not begin with sqlite_"});
     for (const Column &column : job.columns) {
-        if (SqliteStorageOf(column) == SqliteStorage::None)
-            found.push_back({column.at,
-                             fmt::format("column {} of type {} can't go to SQLite in this version",
-                                         Quoted(column.name), ColumnTypes()[column.type].name),
-                             "text, whole numbers, FLOAT and BYTE types can"});
         if (!column.sql_type.empty() && !IsSqliteType(column.sql_type))
             found.push_back({column.at,
                              fmt::format("sql_type {} of column {} is no type for SQLite",
                                          Quoted(column.sql_type), Quoted(column.name)),
                              "such as \"INTEGER\" or \"DECIMAL(10,2) NOT NULL\""});
     }
+}
+
+// What takes values: the table computes the others itself.
+std::vector<Column> SqliteTargetColumns(const Job &job)
+{
+    const fs::path file = PathSetting(job, job.target, "file");
+    if (access(file.c_str(), F_OK) != 0)
+        throw TargetError(fmt::format("database {} has no columns yet: it can't be opened: {}",
+                                      Quoted(file.string()), strerror(errno)));
+    SqliteDatabase database(file, Access::Look);
+    const auto table = SettingOr<std::string>(job.target, "table", {});
+    const SqliteRelation relation = SqliteTableNamed(database, table);
+    std::vector<Column> columns = ColumnsOf(database, relation);
+    for (size_t i = columns.size(); i-- > 0;) {
+        if (relation.computed[i])
+            columns.erase(columns.begin() + static_cast<ptrdiff_t>(i));
+    }
+    return ColumnsForFormat(job, std::move(columns));
 }
 
 std::unique_ptr<Target> MakeSqliteTarget(const Job &job)

@@ -65,7 +65,8 @@ constexpr TargetKind kTargets[] = {
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
      kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr, nullptr},
     {"sqlite", "a table of an SQLite database: all rows of the job, or none",
-     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr, nullptr},
+     kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr,
+     SqliteTargetColumns},
 };
 // clang-format on
 

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tests/host/targets/target_rows.h"
+#include "tests/host/values/typed_columns.h"
 
 using namespace fenwire;
 
@@ -128,9 +129,9 @@ TEST_F(SqliteTargetTest, WideRowsStayWithinALimitOfValues)
 TEST_F(SqliteTargetTest, BinaryColumnsBecomeNumbersAndBlobs)
 {
     Job job = MakeJob({"i1", "i2", "i8", "f", "b"});
-    const uint32_t types[] = {6, 2, 38, 3, 10};
+    const char *const types[] = {"BYTEINT", "SMALLINT", "NULLABLE BIGINT", "FLOAT", "VARBYTE(9)"};
     for (size_t i = 0; i < std::size(types); ++i)
-        job.columns[i].type = types[i];
+        job.columns[i] = TypedColumn(job.columns[i].name + " " + types[i]);
     const double number = 2.5;
     const std::string eight(8, '\xFE');
     Load(job, {{"\xFF", std::string("\x01\x02", 2), eight,
@@ -139,13 +140,59 @@ TEST_F(SqliteTargetTest, BinaryColumnsBecomeNumbersAndBlobs)
               "-1|513|fefefefefefefefe|2.5|blob|FF\n");
 }
 
+TEST_F(SqliteTargetTest, ExactNumbersStayExactOrAreRefused)
+{
+    // What a column of the given type makes of a value: the type of its value and its text.
+    const std::string k38(38, '9');
+    // clang-format off
+    const struct {
+        std::string column, declared, value, stored;
+    } kCases[] = {
+        {"DECIMAL(9,2)",  "",        "12.50",      "real|12.5"},
+        {"DECIMAL(9,2)",  "",        "12.00",      "integer|12"},
+        {"DECIMAL(18,0)", "",        "999999999999999999", "integer|999999999999999999"},
+        {"DECIMAL(18,2)", "",        "1234567890123456.78", "text|1234567890123456.78"},
+        {"DECIMAL(38,0)", "",        "-" + k38,    "text|-" + k38},
+        {"NUMBER",        "",        "0.1",        "text|0.1"},
+        {"DECIMAL(38,0)", "NUMERIC", "9007199254740993", "integer|9007199254740993"},
+        {"DECIMAL(38,0)", "NUMERIC", k38,          "it would round|"},
+        {"DECIMAL(38,0)", "REAL",    "9007199254740993", "it would round|"},
+        {"DECIMAL(38,2)", "DECIMAL(38,2)", "12345678901234.56", "it would round|"},
+        {"DECIMAL(38,2)", "BLOB",    "12345678901234.56", "text|12345678901234.56"},
+        {"DECIMAL(38,2)", "TEXT",    "1.00",       "text|1.00"},
+        {"BIGINT",        "REAL",    "9007199254740993", "it would round|"},
+        {"FLOAT",         "TEXT",    "0.1234567890123456", "text|0.1234567890123456"},
+        {"FLOAT",         "",        "NaN",        "text|NaN"},
+        {"FLOAT",         "",        "-inf",       "real|-Inf"},
+        {"JSON(20)",      "",        "007",        "text|007"},
+        {"INTERVAL SECOND(2)", "",   "5.50",       "text|5.50"},
+        {"INTDATE",       "",        "2024-02-29", "text|2024-02-29"},
+        {"GRAPHIC(3)",    "",        "\u00e4 ",    "text|\u00e4  "},
+    };
+    // clang-format on
+    for (const auto &c : kCases) {
+        unlink(file.c_str());
+        Job job = MakeJob({"v"});
+        job.columns[0] = TypedColumn("v " + c.column);
+        job.columns[0].sql_type = c.declared;
+        const std::string error = LoadError(job, {{BinaryOf(c.column, c.value)}});
+        if (c.stored.starts_with("it would"))
+            EXPECT_TRUE(Holds(error, "column \"v\" of type " + c.column) && Holds(error, c.value) &&
+                        Holds(error, "row 1 of instance 1"))
+                << c.column << " " << c.declared << ": " << error;
+        else
+            EXPECT_EQ(error + Sql("SELECT typeof(v), v FROM t"), c.stored + "\n")
+                << c.column << " " << c.declared;
+    }
+}
+
 TEST_F(SqliteTargetTest, Utf16BecomesText)
 {
     Job job = MakeJob({"v"});
     job.charset = "UTF16";
     Load(job, {{std::string("\xE4\x00x\x00", 4)}});
     EXPECT_EQ(Sql("SELECT v FROM t"), "\u00e4x\n");
-    EXPECT_TRUE(Holds(LoadError(job, {{"abc"}}), "has 3 bytes, which is no UTF-16"));
+    EXPECT_TRUE(Holds(LoadError(job, {{"abc"}}), "an odd number of bytes is no UTF-16"));
     job.charset = "KANJISJIS_0S";
     EXPECT_TRUE(Holds(LoadError(job), "ASCII, UTF8 and UTF16 can"));
 }
@@ -391,10 +438,9 @@ TEST_F(SqliteTargetTest, SettingsAreHeldToWhatSqliteTakes)
         EXPECT_EQ(found.empty(), type.good) << type.sql_type;
     }
     Job job = MakeJob({"id"});
-    job.columns[0].type = 4;  // DECIMAL
     job.target.back().value = std::string("Sqlite_master");
     std::vector<Complaint> found;
     FindTargetKind("sqlite")->check_settings(job, found);
-    ASSERT_EQ(found.size(), 2u);
+    ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0].at, (SourcePosition{4, 9}));
 }

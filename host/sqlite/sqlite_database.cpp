@@ -1,15 +1,16 @@
-// host/targets/sqlite_database.cpp - a connection to an SQLite database.
+// host/sqlite/sqlite_database.cpp - a connection to an SQLite database.
 //
 // Journal mode and synchronous stay as the database has them: a job that is cut off at any point leaves
 // what was there before. The page cache is what this process mostly consists of, so it is kept to a
 // size that serves tables with a few indexes.
 
-#include "host/targets/sqlite_database.h"
+#include "host/sqlite/sqlite_database.h"
 
 #include <cstring>
 #include <fmt/format.h>
 
 #include "host/job/words.h"
+#include "host/sources/source.h"
 #include "host/targets/target.h"
 
 namespace fenwire {
@@ -40,23 +41,23 @@ constexpr struct {
 }  // namespace
 
 SqliteDatabase::SqliteDatabase(const std::filesystem::path &file, Access access)
-    : SqliteDatabase(Quoted(file.string()), file.c_str())
+    : SqliteDatabase(Quoted(file.string()), file.c_str(), access)
 {
-    if (access == Access::Look)
+    if (access != Access::Write)
         Run("PRAGMA query_only = 1");
 }
 
-SqliteDatabase SqliteDatabase::InMemory() { return {"in memory", ":memory:"}; }
+SqliteDatabase SqliteDatabase::InMemory() { return {"in memory", ":memory:", Access::Write}; }
 
-SqliteDatabase::SqliteDatabase(std::string shown, const char *name) : shown_(std::move(shown))
+SqliteDatabase::SqliteDatabase(std::string shown, const char *name, Access access)
+    : shown_(std::move(shown)), access_(access)
 {
     sqlite3 *connection = nullptr;
     const int code =
         sqlite3_open_v2(name, &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     connection_.reset(connection);
     if (connection == nullptr)
-        throw TargetError(
-            fmt::format("database {} can't be opened: {}", shown_, sqlite3_errstr(code)));
+        Throw(fmt::format("database {} can't be opened: {}", shown_, sqlite3_errstr(code)));
     sqlite3_extended_result_codes(connection, 1);
     if (code != SQLITE_OK)
         Fail();
@@ -105,9 +106,28 @@ void SqliteDatabase::Fail() const
     const char *system = strerror(sqlite3_system_errno(get()));
     for (const auto &fault : kFaults) {
         if (fault.code == code)
-            throw TargetError(fmt::format(fmt::runtime(fault.words), shown_, Words(), system));
+            Throw(fmt::format(fmt::runtime(fault.words), shown_, Words(), system));
     }
-    throw TargetError(fmt::format("database {}: {}", shown_, Escaped(Words())));
+    Throw(fmt::format("database {}: {}", shown_, Escaped(Words())));
+}
+
+void SqliteDatabase::Throw(const std::string &words) const
+{
+    if (access_ == Access::Read)
+        throw SourceError(words);
+    throw TargetError(words);
+}
+
+std::string SqliteText(const SqliteStatement &row, int column)
+{
+    const void *text = sqlite3_column_text(row.get(), column);
+    return text != nullptr ? static_cast<const char *>(text) : "";
+}
+
+void BindSqliteText(const SqliteStatement &statement, int at, const std::string &text)
+{
+    sqlite3_bind_text(statement.get(), at, text.data(), static_cast<int>(text.size()),
+                      SQLITE_TRANSIENT);
 }
 
 std::string SqlName(std::string_view name)

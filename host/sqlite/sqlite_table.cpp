@@ -1,12 +1,11 @@
-// host/targets/sqlite_table.cpp - the table that takes a job's rows.
+// host/sqlite/sqlite_table.cpp - the table that takes a job's rows.
 
-#include "host/targets/sqlite_table.h"
+#include "host/sqlite/sqlite_table.h"
 
 #include <algorithm>
 #include <fmt/format.h>
 #include <span>
 
-#include "host/job/column_types.h"
 #include "host/job/words.h"
 #include "host/targets/target.h"
 
@@ -14,53 +13,11 @@ namespace fenwire {
 
 namespace {
 
-// clang-format off
-constexpr struct {
-    std::string_view type;  // with or without NULLABLE
-    SqliteStorage storage;
-} kStorages[] = {
-    {"CHAR",            SqliteStorage::Text},
-    {"VARCHAR",         SqliteStorage::Text},
-    {"LONG VARCHAR",    SqliteStorage::Text},
-    {"ANSIDATE",        SqliteStorage::Text},
-    {"CLOB",            SqliteStorage::Text},
-    {"XML",             SqliteStorage::Text},
-    {"JSON",            SqliteStorage::Text},
-    {"BLOB BY NAME",    SqliteStorage::Text},  // BY NAME: the value is the name of a file
-    {"CLOB BY NAME",    SqliteStorage::Text},
-    {"XML BY NAME",     SqliteStorage::Text},
-    {"JSON BY NAME",    SqliteStorage::Text},
-    {"BYTEINT",         SqliteStorage::Integer},
-    {"SMALLINT",        SqliteStorage::Integer},
-    {"INTEGER",         SqliteStorage::Integer},
-    {"BIGINT",          SqliteStorage::Integer},
-    {"BOOLEAN",         SqliteStorage::Integer},
-    {"FLOAT",           SqliteStorage::Real},
-    {"BYTE",            SqliteStorage::Blob},
-    {"VARBYTE",         SqliteStorage::Blob},
-    {"LONG VARBYTE",    SqliteStorage::Blob},
-    {"BLOB",            SqliteStorage::Blob},
-};
-constexpr const char *kSqlTypes[] = {"TEXT", "INTEGER", "REAL", "BLOB"};  // by storage
-// clang-format on
-
 struct TableColumn {
-    std::string name;
+    std::string name, type;
     bool required = false;   // an insert must give it
     bool generated = false;  // an insert can't
 };
-
-std::string TextAt(const SqliteStatement &row, int column)
-{
-    const void *text = sqlite3_column_text(row.get(), column);
-    return text != nullptr ? static_cast<const char *>(text) : "";
-}
-
-void BindText(const SqliteStatement &statement, int at, const std::string &text)
-{
-    sqlite3_bind_text(statement.get(), at, text.data(), static_cast<int>(text.size()),
-                      SQLITE_TRANSIENT);
-}
 
 // A single INTEGER PRIMARY KEY column is the row's number, which SQLite supplies where it is missing.
 std::vector<TableColumn> ReadColumns(SqliteDatabase &database, const std::string &table)
@@ -70,13 +27,13 @@ std::vector<TableColumn> ReadColumns(SqliteDatabase &database, const std::string
         "'INTEGER'"
         " AND (SELECT max(pk) FROM pragma_table_xinfo(?1, 'main')) = 1"
         " AND NOT (SELECT wr FROM pragma_table_list WHERE schema = 'main' AND name = ?1 COLLATE "
-        "NOCASE)), hidden FROM pragma_table_xinfo(?1, 'main') WHERE hidden <> 1");
-    BindText(row, 1, table);
+        "NOCASE)), hidden, type FROM pragma_table_xinfo(?1, 'main') WHERE hidden <> 1");
+    BindSqliteText(row, 1, table);
     std::vector<TableColumn> columns;
     while (database.Step(row)) {
         const bool generated = sqlite3_column_int(row.get(), 2) != 0;
-        columns.push_back(
-            {TextAt(row, 0), sqlite3_column_int(row.get(), 1) != 0 && !generated, generated});
+        columns.push_back({SqliteText(row, 0), SqliteText(row, 3),
+                           sqlite3_column_int(row.get(), 1) != 0 && !generated, generated});
     }
     return columns;
 }
@@ -123,26 +80,14 @@ std::string Differences(const std::vector<TableColumn> &there, const std::vector
 
 }  // namespace
 
-SqliteStorage SqliteStorageOf(const Column &column)
-{
-    std::string_view type = ColumnTypes()[column.type].name;
-    if (type.starts_with("NULLABLE "))
-        type.remove_prefix(9);
-    for (const auto &row : kStorages) {
-        if (row.type == type)
-            return row.storage;
-    }
-    return SqliteStorage::None;
-}
-
 bool HasSqliteTable(SqliteDatabase &database, const std::string &table)
 {
     const SqliteStatement row = database.Prepare("SELECT type FROM pragma_table_list WHERE schema "
                                                  "= 'main' AND name = ?1 COLLATE NOCASE");
-    BindText(row, 1, table);
+    BindSqliteText(row, 1, table);
     if (!database.Step(row))
         return false;
-    if (TextAt(row, 0) == "view")
+    if (SqliteText(row, 0) == "view")
         throw TargetError(fmt::format(
             "{} is a view, which takes no rows; give table the name of a table", Quoted(table)));
     return true;
@@ -152,9 +97,7 @@ void CreateSqliteTable(SqliteDatabase &database, const std::string &table, const
 {
     std::string sql;
     for (const Column &column : job.columns) {
-        const std::string &type = !column.sql_type.empty()
-                                      ? column.sql_type
-                                      : kSqlTypes[static_cast<size_t>(SqliteStorageOf(column))];
+        const std::string type = !column.sql_type.empty() ? column.sql_type : SqliteTypeOf(column);
         sql += fmt::format("{}{} {}", sql.empty() ? "" : ",\n", SqlName(column.name), type);
     }
     sql = fmt::format("CREATE TABLE main.{} (\n{}\n)", SqlName(table), sql);
@@ -171,7 +114,8 @@ void CreateSqliteTable(SqliteDatabase &database, const std::string &table, const
     database.Step(create);
 }
 
-void CompareSqliteTable(SqliteDatabase &database, const std::string &table, const Job &job)
+std::vector<SqliteAffinity> CompareSqliteTable(SqliteDatabase &database, const std::string &table,
+                                               const Job &job)
 {
     const std::vector<TableColumn> there = ReadColumns(database, table);
     const std::string what = Differences(there, job.columns);
@@ -179,6 +123,10 @@ void CompareSqliteTable(SqliteDatabase &database, const std::string &table, cons
         throw TargetError(fmt::format("table {} does not fit the job: {}. The table has {}; the "
                                       "job has {}",
                                       Quoted(table), what, NameList(there), NameList(job.columns)));
+    std::vector<SqliteAffinity> affinities;
+    for (const Column &column : job.columns)
+        affinities.push_back(SqliteAffinityOf(FindNamed(there, column.name)->type));
+    return affinities;
 }
 
 std::string NoSqliteTable(SqliteDatabase &database, const std::string &table)
@@ -191,7 +139,7 @@ std::string NoSqliteTable(SqliteDatabase &database, const std::string &table)
         database.Prepare("SELECT name FROM main.sqlite_schema WHERE type = 'table' AND name NOT "
                          "LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
     while (database.Step(row))
-        names.push_back({TextAt(row, 0)});
+        names.push_back({SqliteText(row, 0)});
     return fmt::format("there is no table {}; {}; create = true would make it", Quoted(table),
                        names.empty() ? "the database has no tables"
                                      : "the database has " + NameList(names));

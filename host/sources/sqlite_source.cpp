@@ -1,0 +1,318 @@
+// host/sources/sqlite_source.cpp - rows of a table or a query of an SQLite database.
+//
+//     Check    opens, finds the columns, prepares the statement
+//     Open     begins to read: from now on this part sees one state of the database
+//     Read     steps, and writes each row straight into the outlet
+//
+// Parts are ranges of an integer, mostly the row id: the first one takes NULL too, and the last has no upper
+// end, so every row belongs to exactly one. All parts are open before any reads. In the usual journal mode
+// nobody can write while one is open. In WAL mode a program can write between two openings; so a second
+// connection looks, when the first rows are read, whether anything was committed since this part's state. If
+// none of the parts sees a commit, all of them see the same state.
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <optional>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/job/settings.h"
+#include "host/job/words.h"
+#include "host/sources/kinds.h"
+#include "host/sources/sqlite_rows.h"
+#include "host/sqlite/sqlite_columns.h"
+#include "host/sqlite/sqlite_database.h"
+#include "host/values/text_columns.h"
+
+namespace fenwire {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr size_t kBatchBytes = 64 * 1024;
+constexpr std::chrono::milliseconds kLongestWait{10'000};
+constexpr const char *kPrepareReading = "PRAGMA mmap_size = 1073741824; PRAGMA trusted_schema = 0";
+constexpr int kTriesToBegin = 5;
+
+struct Range {
+    int64_t low = 0, high = 0;  // of the split values; both ends belong to it
+    bool empty = true;
+
+    // Where part 1, 2 .. begins.
+    int64_t BoundBefore(int part, int parts) const
+    {
+        __extension__ using Wide = unsigned __int128;
+        const uint64_t span = static_cast<uint64_t>(high) - static_cast<uint64_t>(low);
+        const auto offset = static_cast<uint64_t>(
+            (static_cast<Wide>(span) + 1) * static_cast<Wide>(part - 1) / static_cast<Wide>(parts));
+        return static_cast<int64_t>(static_cast<uint64_t>(low) + offset);
+    }
+};
+
+fs::path FileOf(const Job &job)
+{
+    fs::path file = PathSetting(job, job.source, "file");
+    struct stat info;
+    if (stat(file.c_str(), &info) != 0)
+        throw SourceError(
+            fmt::format("database {} can't be opened: {}", Quoted(file.string()), strerror(errno)));
+    if (!S_ISREG(info.st_mode))
+        throw SourceError(
+            fmt::format("{} is no plain file, so it is no database", Quoted(file.string())));
+    if (access(file.c_str(), R_OK) != 0)
+        throw SourceError(
+            fmt::format("database {} can't be read: {}", Quoted(file.string()), strerror(errno)));
+    return file;
+}
+
+class SqliteSource final : public Source {
+public:
+    explicit SqliteSource(const Job &job)
+        : job_(job), table_(SettingOr<std::string>(job.source, "table", {})),
+          query_(SettingOr<std::string>(job.source, "query", {})),
+          split_(SettingOr<std::string>(job.source, "split", {})),
+          rows_(job.columns, IsUtf16(job.charset))
+    {
+    }
+
+    void Check() override
+    {
+        Connect();
+        Prepare(job_.source_instances > 1 ? 2 : 1, std::max(2, job_.source_instances));
+        statement_.reset();
+        database_.reset();
+    }
+
+    void Open(int part, int parts) override
+    {
+        part_ = part;
+        Connect();
+        BeginReading(parts);
+        Prepare(parts > 1 ? part : 0, parts);
+    }
+
+    bool Read(RowOutlet &rows) override
+    {
+        if (watch_)
+            RequireSameState();
+        for (size_t bytes = 0; bytes < kBatchBytes;) {
+            if (!database_->Step(statement_))
+                return false;
+            const size_t written = rows_.Write(statement_.get(), rows.Reserve());
+            if (written == 0)
+                Refuse(rows.rows());
+            rows.Append(written);
+            bytes += written;
+        }
+        return true;
+    }
+
+private:
+    void Connect()
+    {
+        if (!IsSqliteCharset(job_.charset))
+            throw SourceError(
+                fmt::format("data of SQLite can't have the character set {} in this version; "
+                            "ASCII, UTF8 and UTF16 can",
+                            Quoted(job_.charset)));
+        file_ = FileOf(job_);
+        database_.emplace(file_, SqliteDatabase::Access::Read);
+        database_->WaitForLocks(kLongestWait);
+        database_->Run(kPrepareReading);
+        relation_ =
+            table_.empty() ? SqliteQuery(*database_, query_) : SqliteTableNamed(*database_, table_);
+    }
+
+    // A state of the database that nobody changed while it was being taken.
+    void BeginReading(int parts)
+    {
+        if (parts > 1) {
+            watch_.emplace(file_, SqliteDatabase::Access::Read);
+            watch_->WaitForLocks(kLongestWait);
+        }
+        for (int tries = 0; tries < kTriesToBegin; ++tries) {
+            state_ = watch_ ? Number(*watch_, "PRAGMA data_version") : 0;
+            database_->Run("BEGIN; SELECT 1 FROM main.sqlite_schema LIMIT 1");
+            if (!watch_ || Number(*watch_, "PRAGMA data_version") == state_)
+                return;
+            database_->RollBack();
+        }
+        throw SourceError(fmt::format("database {} is being written all the time; run the job "
+                                      "with one instance, or when the other program is done",
+                                      Quoted(file_.string())));
+    }
+
+    void RequireSameState()
+    {
+        if (Number(*watch_, "PRAGMA data_version") != state_)
+            throw SourceError(fmt::format("database {} was changed while the instances began to "
+                                          "read, so they would see different rows; run the job "
+                                          "again, or with one instance",
+                                          Quoted(file_.string())));
+        watch_.reset();
+    }
+
+    static int64_t Number(SqliteDatabase &database, const std::string &sql)
+    {
+        const SqliteStatement row = database.Prepare(sql);
+        return database.Step(row) ? sqlite3_column_int64(row.get(), 0) : 0;
+    }
+
+    std::string ColumnList() const
+    {
+        std::string list;
+        for (const Column &column : job_.columns) {
+            const auto same = [&](const std::string &name) { return SameWord(name, column.name); };
+            const auto count = std::ranges::count_if(relation_.names, same);
+            if (count != 1)
+                throw SourceError(fmt::format("{} has {} {}; it has {}", What(),
+                                              count == 0 ? "no column" : "several columns",
+                                              Quoted(column.name), Shown(relation_.names)));
+            list += list.empty() ? "" : ", ";
+            list += SqlName(*std::ranges::find_if(relation_.names, same));
+        }
+        return list;
+    }
+
+    static std::string Shown(const std::vector<std::string> &names)
+    {
+        std::vector<std::string> shown;
+        for (const std::string &name : names)
+            shown.push_back(Escaped(name));
+        return fmt::format("{}", fmt::join(shown, ", "));
+    }
+
+    std::string What() const
+    {
+        return table_.empty() ? fmt::format("query {}", Quoted(query_))
+                              : fmt::format("table {}", Quoted(table_));
+    }
+
+    // What the parts are ranges of.
+    std::string SplitExpression() const
+    {
+        if (!split_.empty()) {
+            const auto name = std::ranges::find_if(
+                relation_.names, [&](const std::string &n) { return SameWord(n, split_); });
+            if (name == relation_.names.end())
+                throw SourceError(fmt::format("{} has no column {} to split it by; it has {}",
+                                              What(), Quoted(split_), Shown(relation_.names)));
+            return SqlName(*name);
+        }
+        if (relation_.row_id.empty())
+            throw SourceError(fmt::format("{} has no row id to split it by: name an integer "
+                                          "column with split, or run it with one instance",
+                                          What()));
+        return relation_.row_id;
+    }
+
+    Range RangeOf(const std::string &split)
+    {
+        const SqliteStatement row = database_->Prepare(
+            table_.empty()
+                ? fmt::format("SELECT min({0}), max({0}) FROM {1}", split, relation_.sql)
+                : fmt::format("SELECT (SELECT min({0}) FROM {1}), (SELECT max({0}) FROM {1})",
+                              split, relation_.sql));
+        Range range;
+        if (!database_->Step(row) || sqlite3_column_type(row.get(), 0) == SQLITE_NULL)
+            return range;
+        if (sqlite3_column_type(row.get(), 0) != SQLITE_INTEGER ||
+            sqlite3_column_type(row.get(), 1) != SQLITE_INTEGER)
+            throw SourceError(fmt::format("{} can't be split by {}: it holds values that are no "
+                                          "whole numbers ({} to {})",
+                                          What(), Quoted(split_), Quoted(SqliteText(row, 0)),
+                                          Quoted(SqliteText(row, 1))));
+        range = {sqlite3_column_int64(row.get(), 0), sqlite3_column_int64(row.get(), 1), false};
+        return range;
+    }
+
+    // part 0: all rows.
+    void Prepare(int part, int parts)
+    {
+        std::string sql = fmt::format("SELECT {}", ColumnList());
+        if (!relation_.row_id.empty())
+            sql += fmt::format(", {}", relation_.row_id);
+        sql += fmt::format(" FROM {}", relation_.sql);
+        if (part == 0 || job_.source_instances == 1) {
+            statement_ = database_->Prepare(sql);
+            return;
+        }
+        const std::string split = SplitExpression();
+        const Range range = RangeOf(split);
+        const bool first = part == 1, last = part == parts;
+        if (range.empty) {  // there are rows without a split value at most
+            statement_ = database_->Prepare(sql + (first ? "" : " WHERE 0"));
+            return;
+        }
+        sql += first  ? fmt::format(" WHERE {0} < ?2 OR {0} IS NULL", split)
+               : last ? fmt::format(" WHERE {} >= ?1", split)
+                      : fmt::format(" WHERE {0} >= ?1 AND {0} < ?2", split);
+        statement_ = database_->Prepare(sql);
+        if (!first)
+            sqlite3_bind_int64(statement_.get(), 1, range.BoundBefore(part, parts));
+        if (!last)
+            sqlite3_bind_int64(statement_.get(), 2, range.BoundBefore(part + 1, parts));
+    }
+
+    [[noreturn]] void Refuse(uint64_t before)
+    {
+        const int row_id = static_cast<int>(job_.columns.size());
+        const std::string where =
+            relation_.row_id.empty()
+                ? fmt::format("row {} of instance {}", before + 1, part_)
+                : fmt::format("row id {}", sqlite3_column_int64(statement_.get(), row_id));
+        throw SourceError(fmt::format("{} of {}, {}, {}", What(), Quoted(file_.string()), where,
+                                      rows_.Fault(statement_.get())));
+    }
+
+    Job job_;
+    fs::path file_;
+    std::string table_, query_, split_;
+    int part_ = 1;
+    SqliteRelation relation_;
+    SqliteRows rows_;
+    std::optional<SqliteDatabase> database_, watch_;
+    SqliteStatement statement_;
+    int64_t state_ = 0;
+};
+
+}  // namespace
+
+void CheckSqliteSourceSettings(const Job &job, std::vector<Complaint> &found)
+{
+    const Setting *table = FindSetting(job.source, "table");
+    const Setting *query = FindSetting(job.source, "query");
+    if ((table == nullptr) == (query == nullptr))
+        found.push_back({query != nullptr ? query->at : job.source_at,
+                         table == nullptr ? "the source has neither table nor query"
+                                          : "table and query exclude each other",
+                         "name the table, or give a query such as \"SELECT id, name FROM t\""});
+    if (query != nullptr && job.source_instances > 1 && FindSetting(job.source, "split") == nullptr)
+        found.push_back({query->at,
+                         fmt::format("a query can't be read by {} instances as it stands",
+                                     job.source_instances),
+                         "name an integer column of its rows with split, or use one instance"});
+}
+
+std::vector<Column> SqliteSourceColumns(const Job &job)
+{
+    SqliteDatabase database(FileOf(job), SqliteDatabase::Access::Read);
+    database.Run(kPrepareReading);
+    const auto table = SettingOr<std::string>(job.source, "table", {});
+    const SqliteRelation relation =
+        table.empty() ? SqliteQuery(database, SettingOr<std::string>(job.source, "query", {}))
+                      : SqliteTableNamed(database, table);
+    return ColumnsForFormat(job, ColumnsOf(database, relation));
+}
+
+std::unique_ptr<Source> MakeSqliteSource(const Job &job)
+{
+    return std::make_unique<SqliteSource>(job);
+}
+
+}  // namespace fenwire

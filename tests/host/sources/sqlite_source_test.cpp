@@ -1,0 +1,298 @@
+// tests/host/sources/sqlite_source_test.cpp - tables and queries as rows: each once, as they are, or not at all.
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <map>
+#include <sqlite3.h>
+
+#include "host/job/column_types.h"
+#include "host/targets/target.h"
+#include "tests/host/sources/source_rows.h"
+#include "tests/host/targets/target_rows.h"
+#include "tests/host/values/typed_columns.h"
+
+using namespace fenwire;
+
+namespace {
+
+struct SqliteSourceTest : testing::Test {
+    TempDirectory folder;
+
+    std::string Sql(const std::string &sql) const
+    {
+        sqlite3 *database = nullptr;
+        sqlite3_open(folder.File("t.db").c_str(), &database);
+        char *error = nullptr;
+        sqlite3_exec(database, sql.c_str(), nullptr, nullptr, &error);
+        const std::string words = error != nullptr ? error : "";
+        sqlite3_free(error);
+        sqlite3_close(database);
+        return words;
+    }
+    Job SourceJob(const std::vector<std::string> &columns, const char *key, const char *from,
+                  const char *split = nullptr) const
+    {
+        Job job;
+        job.folder = folder.path();
+        job.columns = Columns(columns);
+        job.source_type = "sqlite";
+        job.source = {{"file", std::string("t.db"), {}}, {key, std::string(from), {}}};
+        if (split != nullptr)
+            job.source.push_back({"split", std::string(split), {}});
+        return job;
+    }
+    // Of a job that fails: in Check or later.
+    static std::string SourceErrorOf(Job job, int parts = 1)
+    {
+        job.source_instances = parts;
+        try {
+            MakeSource(job)->Check();
+            RowsOf(job, 1, parts);
+        } catch (const SourceError &error) {
+            return error.what();
+        }
+        return "no error";
+    }
+};
+
+bool Holds(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+}  // namespace
+
+TEST_F(SqliteSourceTest, EveryTypeComesBackFromATableThatTookIt)
+{
+    Job made;
+    made.folder = folder.path();
+    std::vector<std::string> words;
+    for (const ColumnType &type : ColumnTypes()) {
+        if (type.unit > 1000)
+            continue;  // as their shorter kin, but slow
+        words.push_back("\"c " + std::to_string(words.size()) + "\" " + std::string(type.name) +
+                        (type.rule == SizeRule::Bytes     ? "(8)"
+                         : type.rule == SizeRule::Decimal ? "(31,7)"
+                                                          : ""));
+    }
+    words.insert(words.end(), {"d1 DECIMAL(1,1)", "d2 DECIMAL(18,0)", "d3 DECIMAL(15,3)",
+                               "n NUMBER(12,4)", "t TIMESTAMP(0)", "u TIME(3) WITH TIME ZONE"});
+    made.columns = Columns(words);
+    made.source_type = "generator";
+    made.source = {{"rows", int64_t{400}, {}},
+                   {"nulls", int64_t{10}, {}},
+                   {"text", std::string("all"), {}},
+                   {"edges", true, {}}};
+    const KeepingOutlet rows = RowsOf(made);
+    std::vector<Row> given;
+    for (uint64_t i = 0; i < rows.rows(); ++i)
+        given.push_back(rows.Values(i));
+
+    Job load = made;
+    load.target_type = "sqlite";
+    load.target = {{"file", std::string("t.db"), {}}, {"table", std::string("t"), {}}};
+    const auto target = MakeTarget(load);
+    target->Open();
+    target->Put(1, Rows(given).Batch());
+    ASSERT_EQ(target->Commit().rows, given.size());
+
+    Job read = SourceJob({"x INTEGER"}, "table", "T");
+    read.columns = made.columns;
+    const KeepingOutlet back = RowsOf(read);
+    ASSERT_EQ(back.rows(), given.size());
+    for (size_t i = 0; i < given.size(); ++i) {
+        const Row row = back.Values(i);
+        for (size_t c = 0; c < row.size(); ++c) {
+            const std::string type = TypeWords(made.columns[c]);
+            std::string text = given[i][c] ? TextOf(type, *given[i][c]) : "NULL";
+            if (text == "-0")  // SQLite has no such number
+                text = "0";
+            EXPECT_EQ(row[c] ? TextOf(type, *row[c]) : "NULL", text) << type << " in row " << i;
+        }
+    }
+    // The table's own types say the same again, but where SQLite has no word for one.
+    const std::vector<Column> again = FindSourceKind("sqlite")->columns(read);
+    std::map<std::string, std::string> others;
+    for (size_t c = 0; c < again.size(); ++c) {
+        EXPECT_EQ(again[c].name, made.columns[c].name);
+        if (TypeWords(again[c]) != TypeWords(made.columns[c]))
+            others[TypeWords(made.columns[c])] = TypeWords(again[c]);
+    }
+    for (const auto &[type, other] : others)
+        EXPECT_TRUE(type.find("INTE") != std::string::npos || type.find("PERIOD") != 0 ||
+                    other == "VARCHAR(4000)")
+            << type << " became " << other;
+    EXPECT_EQ(others["INTEGER"], "BIGINT");
+    EXPECT_LT(others.size(), 24u);
+}
+
+TEST_F(SqliteSourceTest, PartsHaveEachRowOnce)
+{
+    // clang-format off
+    const struct {
+        const char *about, *create, *key, *from, *split;
+    } kCases[] = {
+        {"gaps", "CREATE TABLE t(v, k); INSERT INTO t(rowid, v, k) VALUES (-9223372036854775808, 1, 1), (-5, 2, 1), (0, 3, 1), (1, 4, 1), (9223372036854775807, 5, 1)", "table", "t", nullptr},
+        {"one row", "CREATE TABLE t(v); INSERT INTO t VALUES (1)", "table", "t", nullptr},
+        {"none", "CREATE TABLE t(v)", "table", "t", nullptr},
+        {"hidden row id", "CREATE TABLE t(v, rowid, oid); INSERT INTO t SELECT value, 7, 'x' FROM json_each('[1,2,3,4,5]')", "table", "t", nullptr},
+        {"NULL and fractions", "CREATE TABLE t(v, k); INSERT INTO t VALUES (1, NULL), (2, 1), (3, 1.5), (4, 2), (5, NULL), (6, 9)", "table", "t", "K"},
+        {"only NULL", "CREATE TABLE t(v, k); INSERT INTO t VALUES (1, NULL), (2, NULL)", "table", "t", "k"},
+        {"no row id", "CREATE TABLE t(v, k PRIMARY KEY) WITHOUT ROWID; INSERT INTO t VALUES (1, 3), (2, 4), (3, 90)", "table", "t", "k"},
+        {"query", "CREATE TABLE t(v); INSERT INTO t SELECT value FROM json_each('[1,2,3,4,5,6,7]')", "query", "SELECT v, v * 2 AS k FROM t WHERE v <> 3; -- all but one", "k"},
+        {"odd names", "CREATE TABLE \"a\"\"; DROP TABLE t; --\"(v, \"k\"\" OR 1\"); INSERT INTO \"a\"\"; DROP TABLE t; --\" VALUES (1, 1), (2, 2)", "table", "a\"; DROP TABLE t; --", "k\" OR 1"},
+    };
+    // clang-format on
+    for (const auto &c : kCases) {
+        unlink(folder.File("t.db").c_str());
+        ASSERT_EQ(Sql(c.create), "") << c.about;
+        const Job job = SourceJob({"v VARCHAR(9)"}, c.key, c.from, c.split);
+        const size_t all = RowsOf(job).rows();
+        for (const int parts : {2, 3, 7}) {
+            Job shared = job;
+            shared.source_instances = parts;
+            MakeSource(shared)->Check();
+            std::vector<std::string> values;
+            for (int part = 1; part <= parts; ++part) {
+                const KeepingOutlet rows = RowsOf(shared, part, parts);
+                for (uint64_t i = 0; i < rows.rows(); ++i)
+                    values.push_back(*rows.Values(i)[0]);
+            }
+            EXPECT_EQ(values.size(), all) << c.about << " in " << parts;
+            std::ranges::sort(values);
+            EXPECT_EQ(std::ranges::unique(values).begin(), values.end()) << c.about;
+        }
+    }
+}
+
+TEST_F(SqliteSourceTest, ValuesThatDoNotFitAreNamed)
+{
+    const std::string zero("a\0b", 3);
+    ASSERT_EQ(Sql("CREATE TABLE t(v); INSERT INTO t VALUES (CAST(X'610062' AS TEXT))"), "");
+    EXPECT_EQ(RowsOf(SourceJob({"v VARCHAR(3)"}, "table", "t")).Values(0)[0], zero);
+    // clang-format off
+    const struct {
+        const char *value, *column, *words;
+    } kCases[] = {
+        {"'abc'",     "v INTEGER",      "\"abc\" does not fit INTEGER: it takes a whole number"},
+        {"''",        "v FLOAT",        "\"\" does not fit FLOAT"},
+        {"3000000000", "v INTEGER",     "it takes -2147483648 to 2147483647"},
+        {"1.25",      "v DECIMAL(3,1)", "\"1.25\" does not fit DECIMAL(3,1): it keeps 1 digits"},
+        {"'1.2.3'",   "v NUMBER",       "\"1.2.3\" does not fit NUMBER"},
+        {"9e999",     "v DECIMAL(3,1)", "\"Inf\" does not fit DECIMAL(3,1)"},
+        {"'abcd'",    "v VARCHAR(3)",   "it takes up to 3 bytes, and it has 4"},
+        {"'abcd'",    "v CHAR(3)",      "it takes up to 3 bytes"},
+        {"X'00FF'",   "v VARCHAR(3)",   "\"X'00FF'\" does not fit VARCHAR(3)"},
+        {"20240131",  "v INTDATE",      "\"20240131\" does not fit INTDATE"},
+        {"'2023-02-30'", "v INTDATE",   "such as 2024-01-31"},
+    };
+    // clang-format on
+    for (const auto &c : kCases) {
+        ASSERT_EQ(
+            Sql(std::string("DELETE FROM t; INSERT INTO t(rowid, v) VALUES (41, NULL), (42, ") +
+                c.value + ")"),
+            "");
+        const std::string words = SourceErrorOf(SourceJob({c.column}, "table", "t"));
+        EXPECT_TRUE(Holds(words, c.words) && Holds(words, "table \"t\"") &&
+                    Holds(words, "row id 42, column \"v\""))
+            << words;
+    }
+}
+
+TEST_F(SqliteSourceTest, JobsThatCanNotRunSayWhy)
+{
+    ASSERT_EQ(Sql("CREATE TABLE t(a, b TEXT); INSERT INTO t VALUES (1, 'x'), (2, 'y');"
+                  "CREATE TABLE w(a PRIMARY KEY) WITHOUT ROWID; CREATE VIEW v AS SELECT a FROM t"),
+              "");
+    // clang-format off
+    const struct {
+        const char *key, *from, *split, *column, *words;
+        int parts;
+    } kCases[] = {
+        {"table", "nix",  nullptr, "a BIGINT", "there is no table \"nix\"", 1},
+        {"table", "t",    nullptr, "c BIGINT", "has no column \"c\"; it has a, b", 1},
+        {"table", "w",    nullptr, "a BIGINT", "has no row id to split it by", 2},
+        {"table", "v",    nullptr, "a BIGINT", "has no row id to split it by", 2},
+        {"table", "t",    "b",     "a BIGINT", "can't be split by \"b\": it holds values that are no whole", 2},
+        {"table", "t",    "c",     "a BIGINT", "has no column \"c\" to split it by", 2},
+        {"query", "SELECT a FROM t; DELETE FROM t", nullptr, "a BIGINT", "must be one statement", 1},
+        {"query", "DELETE FROM t", nullptr, "a BIGINT", "must be one statement", 1},
+        {"query", "PRAGMA user_version = 3", nullptr, "a BIGINT", "must be one statement", 1},
+        {"query", "SELECT a, a FROM t", nullptr, "a BIGINT", "has several columns \"a\"", 1},
+        {"query", "SELEKT", nullptr, "a BIGINT", "can't be run: near", 1},
+    };
+    // clang-format on
+    for (const auto &c : kCases) {
+        const std::string words =
+            SourceErrorOf(SourceJob({c.column}, c.key, c.from, c.split), c.parts);
+        EXPECT_TRUE(Holds(words, c.words)) << c.from << ": " << words;
+    }
+    Job job = SourceJob({"a BIGINT"}, "query", "SELECT a FROM t");
+    job.source_instances = 2;
+    job.source.push_back({"table", std::string("t"), {}});
+    std::vector<Complaint> found;
+    FindSourceKind("sqlite")->check_settings(job, found);
+    EXPECT_EQ(found.size(), 2u);
+}
+
+TEST_F(SqliteSourceTest, PartsThatSawDifferentStatesDoNotRead)
+{
+    for (const bool wal : {false, true}) {
+        unlink(folder.File("t.db").c_str());
+        ASSERT_EQ(Sql(std::string(wal ? "PRAGMA journal_mode = WAL;" : "") +
+                      "CREATE TABLE t(a); INSERT INTO t VALUES (1), (2), (3)"),
+                  "");
+        const Job job = SourceJob({"a BIGINT"}, "table", "t");
+        const auto first = MakeSource(job), second = MakeSource(job);
+        KeepingOutlet rows(job.columns);
+        first->Open(1, 2);
+        // Without WAL nobody gets to write while a part is open.
+        EXPECT_EQ(Sql("INSERT INTO t VALUES (4)").empty(), wal);
+        second->Open(2, 2);
+        if (wal)
+            EXPECT_THROW(first->Read(rows), SourceError);
+        else
+            EXPECT_NO_THROW(first->Read(rows));
+        EXPECT_NO_THROW(second->Read(rows));
+        // What is written once the parts read is none of theirs.
+        Sql("INSERT INTO t VALUES (5)");
+        EXPECT_NO_THROW(second->Read(rows));
+    }
+}
+
+TEST_F(SqliteSourceTest, ColumnsComeFromDeclaredTypesOrTheFirstRows)
+{
+    ASSERT_EQ(Sql("CREATE TABLE t(a INTEGER PRIMARY KEY, b VARCHAR(40), c DECIMAL(18,2), d TEXT, e "
+                  "REAL, f "
+                  "BLOB, g, h NUMERIC, i DATE, j NVARCHAR(10), k TIMESTAMP, l DOUBLE PRECISION, m "
+                  "AS (a + 1));"
+                  "INSERT INTO t(b, g) VALUES ('x', 1), ('y', 2.5)"),
+              "");
+    const auto columns = [](const Job &job, bool target = false) {
+        std::string text;
+        for (const Column &column : target ? FindTargetKind("sqlite")->columns(job)
+                                           : FindSourceKind("sqlite")->columns(job))
+            text += column.name + " " + TypeWords(column) + ", ";
+        return text;
+    };
+    Job job = SourceJob({"a BIGINT"}, "table", "t");
+    EXPECT_EQ(columns(job),
+              "a BIGINT, b VARCHAR(40), c DECIMAL(18,2), d VARCHAR(4000), e FLOAT, f BLOB(64000), "
+              "g FLOAT, h NUMBER, i INTDATE, j VARCHAR(40), k TIMESTAMP(6), l FLOAT, m BIGINT, ");
+    EXPECT_EQ(
+        columns(SourceJob({"a BIGINT"}, "query",
+                          "SELECT a, c, a || b AS t, count(*) AS n, NULL AS z FROM t GROUP BY 1")),
+        "a BIGINT, c DECIMAL(18,2), t VARCHAR(4000), n BIGINT, z VARCHAR(4000), ");
+    // In text files only text has a place; delimited ones are written with most types.
+    job.consumer.attributes = {{"Format", std::string("Delimited"), {}}};
+    EXPECT_TRUE(Holds(columns(job), "i INTDATE, j VARCHAR(40), k VARCHAR(26)"));
+    Job load = job;
+    load.source_type.clear();
+    load.target_type = "sqlite";
+    load.target = job.source;
+    load.producer.attributes = job.consumer.attributes;
+    EXPECT_EQ(columns(load, true),
+              "a VARCHAR(20), b VARCHAR(40), c VARCHAR(21), d VARCHAR(4000), e VARCHAR(24), f "
+              "VARCHAR(64000), g VARCHAR(24), h VARCHAR(48), i VARCHAR(10), j VARCHAR(40), k "
+              "VARCHAR(26), l VARCHAR(24), ");
+}
