@@ -3,9 +3,11 @@
 
     examples.py build/dev examples
 """
+import csv
 import os
 import pathlib
 import shutil
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -17,6 +19,18 @@ def run(build, folder, job):
     assert done.returncode == 0, done.stderr
 
 
+def unload(build, folder):
+    with sqlite3.connect(folder / "orders.db") as database:
+        database.executescript((folder / "orders.sql").read_text())
+        wanted = database.execute("SELECT id, customer, amount, ifnull(note, '') FROM orders ORDER BY id").fetchall()
+    run(build, folder, "unload.toml")
+    got = []
+    for part in "123":
+        with open(folder / f"orders.csv-{part}", newline="", encoding="utf-8") as file:
+            got += [(int(n), customer, float(amount), note) for n, customer, amount, note in csv.reader(file)]
+    assert sorted(got) == wanted, "the files hold other rows than the table"
+
+
 def transcode(build, folder):
     run(build, folder, "to_records.toml")
     run(build, folder, "to_csv.toml")
@@ -24,7 +38,7 @@ def transcode(build, folder):
 
 
 def main(build, examples):
-    for example in (transcode,):
+    for example in (unload, transcode):
         with tempfile.TemporaryDirectory() as work:
             folder = pathlib.Path(shutil.copytree(pathlib.Path(examples) / example.__name__, work, dirs_exist_ok=True))
             example(build, folder)
