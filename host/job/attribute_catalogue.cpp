@@ -28,7 +28,7 @@ constexpr AttributeInfo kCatalogue[] = {
     {.name = "FileList",                   .kind = YesNo,            .group = AttributeGroup::Files,       .support = Support::NoOnly, .feature = "file lists", .absent = "No",
      .about = "FileName names a list of files instead of a file."},
     {.name = "OpenMode",                   .kind = Word,             .group = AttributeGroup::Files,       .absent = "Read, or Write for a step that writes", .words = "Read", .when_writing = "Write WriteAppend",
-     .about = "How files are opened. Write begins a file anew, whatever it held; WriteAppend goes on behind what it holds."},
+     .about = "How files are opened. Write begins a file anew, whatever it held; WriteAppend goes on behind what a file holds that is there already."},
     {.name = "NamedPipeTimeOut",           .kind = Integer,          .group = AttributeGroup::Files, .side = AttributeSide::Producer, .absent = "0", .absent_passes = true, .minimum = 0,
      .about = "Seconds to wait for data of a named pipe; 0 waits for ever."},
     {.name = "TimeOut",                    .kind = Integer,          .group = AttributeGroup::Files, .side = AttributeSide::Producer, .absent = "0", .absent_passes = true, .minimum = 0, .maximum = 99999,

@@ -60,6 +60,8 @@ std::string LookAtFile(bool appends, OutputState &state)
     if (stat(state.path.c_str(), &info) != 0) {
         if (errno != ENOENT)
             return fmt::format("file {} can't be examined: {}", shown, strerror(errno));
+        if (appends)
+            return fmt::format("file {} does not exist, and WriteAppend makes none", shown);
         state.becomes = "new";
         return access(state.path.parent_path().c_str(), W_OK | X_OK) == 0
                    ? std::string()
@@ -165,6 +167,7 @@ OutputLook LookAtOutput(const Job &job)
 {
     OutputLook look;
     const bool appends = SameWord(job.consumer.Text("OpenMode"), "WriteAppend");
+    std::error_code none;
     for (const fs::path &path : OutputFiles(job)) {
         OutputState state{path, {}, false};
         std::string reason = ReasonAgainstFolder(path.parent_path());
@@ -178,7 +181,10 @@ OutputLook LookAtOutput(const Job &job)
         if (reason.empty())
             look.files.push_back(std::move(state));
         else
-            look.faults.push_back({PlaceOf(job, "FileName"), std::move(reason), {}});
+            look.faults.push_back({PlaceOf(job, "FileName"), std::move(reason),
+                                   appends && !fs::exists(path, none)
+                                       ? "make an empty one, or set OpenMode to \"Write\""
+                                       : ""});
     }
     return look;
 }
