@@ -140,7 +140,7 @@ std::string NoSqliteTable(SqliteDatabase &database, const std::string &table)
                          "LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
     while (database.Step(row))
         names.push_back({SqliteText(row, 0)});
-    return fmt::format("there is no table {}; {}; create = true would make it", Quoted(table),
+    return fmt::format("there is no table {}; {}", Quoted(table),
                        names.empty() ? "the database has no tables"
                                      : "the database has " + NameList(names));
 }

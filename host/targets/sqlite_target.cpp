@@ -216,7 +216,7 @@ private:
     void RequireCreate(SqliteDatabase &database) const
     {
         if (!create_)
-            throw TargetError(NoSqliteTable(database, table_));
+            throw TargetError(NoSqliteTable(database, table_) + "; create = true would make it");
     }
 
     void Begin()
