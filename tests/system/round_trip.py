@@ -36,7 +36,7 @@ SECONDS = ["TIME", "TIME{} WITH TIME ZONE", "TIMESTAMP", "TIMESTAMP{} WITH TIME 
 # Types that go out as text of their own in delimited data.
 TEXTED = ["INTEGER", "SMALLINT", "BYTEINT", "BIGINT", "FLOAT", "DECIMAL", "INTDATE", "PERIOD(INTDATE)", "NUMBER",
           "PERIOD(TIME{})", "PERIOD(TIME{} WITH TIME ZONE)", "PERIOD(TIMESTAMP{})", "PERIOD(TIMESTAMP{} WITH TIME ZONE)"]
-BINARY = ["Formatted", "Formatted4", "Binary", "Binary4", "Unformatted"]
+BINARY = ["Formatted", "Formatted2", "Formatted4", "Binary", "Binary4", "Unformatted"]
 
 
 class Failed(Exception):
@@ -169,7 +169,7 @@ def random_job(rng, jobs):
                                                                        delimited_job])(rng)
     rows = rng.choice([0, 1, 2, 50, 150]) if len(columns) < 100 else rng.choice([1, 20])
     source = {"type": "generator", "rows": rows, "seed": rng.randrange(1 << 40), **made}
-    files = f"rows{jobs.count}.data"
+    files = f"{jobs.count}.rows"
     out = {"instances": rng.choice([1, 1, 2, 4]), "DirectoryPath": "files", "FileName": files, **attributes, **writing}
     back = {"instances": rng.choice([1, 1, 3]), "DirectoryPath": "files", "FileName": files + "*", **attributes, **reading}
     from_source = ("source", {"instances": rng.choice([1, 2, 3]), **source})
@@ -181,6 +181,11 @@ def random_job(rng, jobs):
         if not may_collide(attributes):
             raise Failed(f"no reason not to read this back: {attributes}") from None
         return kind + ", told that it is not read back"
+    if attributes["Format"] in BINARY and rng.random() < 0.5:
+        other = {**out, "instances": rng.choice([1, 3]), "FileName": "other" + files, "Format": rng.choice(BINARY)}
+        jobs.run(charset, columns, ("producer", back), ("consumer", other))
+        back = {**back, "FileName": "other" + files + "*", "Format": other["Format"]}
+        kind += f", by way of {other['Format']}"
     got = jobs.checksum(charset, columns, ("producer", back))
     if got != wanted:
         raise Failed(f"{rows} rows came back otherwise: checksum {got}, wanted {wanted}: see job{jobs.count - 2}.toml to "
@@ -251,7 +256,7 @@ def day_text(value):
     return f"{day // 10000:04}/{day // 100 % 100:02}/{day % 100:02}"
 
 
-def text_agrees(name, value, text):
+def text_agrees(name, value, text, encoding):
     if name in INTEGERS:
         return text == str(struct.unpack(INTEGERS[name], value)[0])
     if name == "FLOAT":
@@ -272,27 +277,28 @@ def text_agrees(name, value, text):
         half = len(value) // 2
         one = day_text if "INTDATE" in name else lambda part: moment_text(name, part)
         return text == f"('{one(value[:half])}', '{one(value[half:])}')"
-    return text.encode() == value
+    return text.encode(encoding) == value
 
 
 def value_texts(rng, jobs):
     """Every type that has a text: the delimited file against the binary one."""
+    charset, encoding = rng.choice([("UTF8", "utf-8"), ("UTF16", "utf-16-le")])
     columns = [f"c{i} {sized(rng, name)}" for i, name in enumerate(TEXTED * 2 + ["DECIMAL"] * 6)] + ["v VARCHAR(9)"]
     source = ("source", {"type": "generator", "rows": 400, "seed": rng.randrange(1 << 40), "edges": True, "nulls": 5})
     for name, keys in (("v.bin", {"Format": "Binary4", "IndicatorMode": "Yes"}),
                        ("v.csv", {"Format": "Delimited", "TextDelimiter": ";", "QuotedData": "Optional"})):
-        jobs.run("UTF8", columns, source, ("consumer", {"DirectoryPath": "files", "FileName": name, **keys}))
+        jobs.run(charset, columns, source, ("consumer", {"DirectoryPath": "files", "FileName": name, **keys}))
     rows = binary_rows(jobs.folder / "files/v.bin", columns)
-    lines = (jobs.folder / "files/v.csv").read_text(encoding="utf-8").splitlines()
+    lines = (jobs.folder / "files/v.csv").read_text(encoding=encoding).splitlines()
     if len(lines) != len(rows) or len(rows) != 400:
         raise Failed(f"{len(rows)} rows and {len(lines)} lines instead of 400")
     for number, (row, line) in enumerate(zip(rows, lines), 1):
         for column, value, text in zip(columns, row, line.split(";")):
             name = column.split(" ", 1)[1]
             text = "" if text == '""' else text
-            if (text != "") if value is None else not text_agrees(name, value, text):
+            if (text != "") if value is None else not text_agrees(name, value, text, encoding):
                 raise Failed(f"row {number}, {column}: {None if value is None else value.hex()} is written {text!r}")
-    return f"{len(columns)} columns"
+    return f"{len(columns)} columns as text in {charset}"
 
 
 # ---- Values that end with half a delimiter -----------------------------------------------------------------

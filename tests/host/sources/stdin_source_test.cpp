@@ -144,7 +144,22 @@ TEST(StdinSource, MalformedInputIsNamedByLineAndColumn)
 TEST(StdinSource, ReadsBackWhatPrintWrote)
 {
     const TempDirectory folder;
-    const Texts columns = {"a VARCHAR(30)", "b CHAR(12)", "h ANSIDATE", "p JSON(40)",
+    const Texts columns = {"a VARCHAR(30)",
+                           "b CHAR(12)",
+                           "c INTEGER",
+                           "d DECIMAL(38,7)",
+                           "e SMALLINT",
+                           "f FLOAT",
+                           "g INTDATE",
+                           "h ANSIDATE",
+                           "i TIMESTAMP(3) WITH TIME ZONE",
+                           "j PERIOD(TIME)",
+                           "k BYTE(3)",
+                           "l VARBYTE(9)",
+                           "m INTERVAL DAY TO SECOND(2)",
+                           "n BIGINT",
+                           "o BOOLEAN",
+                           "p JSON(40)",
                            "q VARCHAR(3)"};
     const std::vector<Setting> styles[] = {
         {Text("quote", "\"")},
