@@ -138,18 +138,6 @@ PxStatus DirectoryMissing(const char *path)
     return FW_Fatal<19119>(static_cast<const char *>(text));
 }
 
-// Writing: the rows of one column that are empty or NULL are records too, and lines of the file.
-PxStatus PrepareWriting()
-{
-    if (FileFormat != kTextFormat || TextDelimiter.length == 0)
-        return PXSTC_Success;
-    if (const int code = pmSetExact(pmfp); code != pmrcOk) {
-        (void)AccessFailed("pmSetExact", code);
-        return FW_Fatal<19304>();
-    }
-    return PXSTC_Success;
-}
-
 }  // namespace
 
 PxStatus FW_FenwireInit()
@@ -202,7 +190,7 @@ PxStatus FW_FenwireOpen(const char *path)
         return FW_Fatal<19996>(path);
     }
     if (bWriting != 0)
-        return PrepareWriting();
+        return PXSTC_Success;
     if (FileFormat == kUnformatted && SG_VARtypesFlag != 0)
         pmSetReader(pmfp, pmfmtRVarNone);
     return NoteFilename(path);

@@ -86,7 +86,8 @@ int pmWrite(pmToken handle, const pmRecord *record)
         return code;
     ++file->RecCount;
     code = file->Fmt.FmtWrite(file, record, WantsEachRecordWritten(file));
-    file->BeginningOfFile = 0;
+    if (record->DataLength != 0)  // a record that leaves nothing leaves no byte order mark either
+        file->BeginningOfFile = 0;
     return code;
 }
 

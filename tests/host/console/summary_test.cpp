@@ -244,7 +244,7 @@ TEST(ReportJson, SaysWhatTheReportSays)
         "changed": 1, "reasons": [{"reason": "column 3 'amount' too long", "count": 4},
         {"reason": "too few \u001b columns", "count": 3}], "other_reasons": 1,
         "next": ["fenwire rejects retry orders.toml"]},
-      "target": "sqlite orders.db, table orders",
+      "source": "", "target": "sqlite orders.db, table orders", "outputs": [], "written_bytes": 0,
       "target_note": "committed once", "log": "/log/public",
       "files": [
         {"name": "/data/a.tbl", "instance": 1, "records": 1500, "loaded": 1490, "refused": 7,
@@ -255,9 +255,9 @@ TEST(ReportJson, SaysWhatTheReportSays)
          "without_excess": 0, "padded": 0, "cut": 0}],
       "instances": [
         {"instance": 1, "exit_code": 4, "rows": 1490, "files": 1, "peak_memory": 88080384,
-         "cpu_seconds": 1.25, "private_log": "/log/1"},
+         "cpu_seconds": 1.25, "private_log": "/log/1", "step": ""},
         {"instance": 2, "exit_code": 0, "rows": 500, "files": 1, "peak_memory": 1024,
-         "cpu_seconds": 0.5, "private_log": ""}]})");
+         "cpu_seconds": 0.5, "private_log": "", "step": ""}]})");
     EXPECT_EQ(nlohmann::json::parse(ReportJson(report)), expected);
     EXPECT_TRUE(nlohmann::json::parse(ReportJson({}))["files"].is_array());
 }
