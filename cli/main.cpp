@@ -8,6 +8,9 @@
 #include <fmt/format.h>
 #include <functional>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "cli/verbs.h"
 #include "host/job/words.h"
 #include "host/version.h"
@@ -224,12 +227,23 @@ int Main(int argc, char **argv)
     return status;
 }
 
+// What a caller closed would be given to the next file, which would then be read as standard input, or
+// written to as output. So it is taken by something that can be neither read nor written.
+void KeepStandardDescriptors()
+{
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(fd, F_GETFD) < 0)
+            open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
 }  // namespace
 }  // namespace fenwire
 
 int main(int argc, char **argv)
 {
     using namespace fenwire;
+    KeepStandardDescriptors();
     // A limit on the size of files is met by a write that says so, and a summary of what became of the job.
     signal(SIGXFSZ, SIG_IGN);
     try {

@@ -21,10 +21,11 @@ std::string ReadAll(const std::filesystem::path &file)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-Outcome Program(const JobFolder &folder, const std::string &arguments)
+Outcome Program(const JobFolder &folder, const std::string &arguments,
+                const char *input = "</dev/null")
 {
     const std::string command = "cd '" + folder.path().string() + "' && '" FENWIRE_PROGRAM "' " +
-                                arguments + " >out 2>err </dev/null";
+                                arguments + " >out 2>err " + input;
     const int status = system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadAll(folder.path() / "out"),
             ReadAll(folder.path() / "err")};
@@ -128,4 +129,16 @@ TEST(Program, CheckLooksAtFilesAndTarget)
         EXPECT_EQ(outcome.err.empty(), c.status == 0) << c.about;
     }
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "out.txt"));
+}
+
+TEST(Program, ReadsNoOtherFileWhenStandardInputIsClosed)
+{
+    const JobFolder folder;
+    folder.Write("a.toml", "[source]\ntype = \"stdin\"\n[schema]\ncolumns = [\"a VARCHAR(100)\"]\n"
+                           "[target]\ntype = \"print\"\n");
+    const Outcome outcome = Program(folder, "run a.toml", "<&-");
+    EXPECT_EQ(outcome.status, 12);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_NE(outcome.err.find("standard input could not be read"), std::string::npos)
+        << outcome.err;
 }
