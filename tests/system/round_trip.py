@@ -153,7 +153,7 @@ def delimited_job(rng):
     else:
         # Nothing but the quotes keeps an empty text from being NULL, and a line end from ending a record.
         made = {"text": rng.choice(["plain", "utf8"]), "nulls": made["nulls"]}
-        if made["nulls"] == 0 and rng.random() < 0.5:
+        if made["nulls"] == 0 and len(columns) > 1 and rng.random() < 0.5:
             made["edges"] = True
             reading["NullColumns"] = "No"
         if way == "escape":
