@@ -101,7 +101,7 @@ TEST_F(BinaryFormats, WhatIsRead)
 }
 
 // Whole records are served wherever the file ends and whatever pieces it comes in; what then is left is
-// an error only where trailers show that something is missing.
+// warned of once, and an error where there are trailers.
 TEST_F(BinaryFormats, FileMayEndAnywhere)
 {
     static const struct {
@@ -133,6 +133,10 @@ TEST_F(BinaryFormats, FileMayEndAnywhere)
                 ASSERT_EQ(shown.substr(shown.find('>') + 1), std::to_string(code))
                     << c.format << ", cut at " << cut;
                 ASSERT_EQ(offsets, begins) << c.format << ", cut at " << cut;
+                const std::string warning = "19986(pieces," + std::to_string(cut - *(next - 1)) +
+                                            "," + std::to_string(begins.size()) + ") ";
+                ASSERT_EQ(fake.public_log.empty(), *(next - 1) == cut) << cut;
+                ASSERT_EQ(fake.public_log.starts_with(warning), code == 9 && *(next - 1) != cut);
             }
         }
     }

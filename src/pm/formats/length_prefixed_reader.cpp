@@ -67,8 +67,10 @@ int NotARecord(const pmFile *file, pmRecord *record, const char *what)
         return NoRecord(record, pmrcEOF);
     if (frame.trailer == 0) {
         // Kept: files without trailers end with their last whole record, so that one that is still being
-        // written can be read.
+        // written can be read. What is left over is told of: it may be a file that lost its end.
         PM_TRACE(1, "!WARNING! %u bytes behind the last record are no record", rest);
+        FW_Message<19986>(static_cast<const char *>(file->FName), rest, int64_t{file->RecCount});
+        RaiseExitCode(4);
         return NoRecord(record, pmrcEOF);
     }
     PM_TRACE(1, "!ERROR! %s", "EOF encountered before expected EOR");
