@@ -21,7 +21,7 @@ PxStatus BuildOutputFiles();
 PxStatus AllocateGlobalVariables();
 
 // Counts the files of a finished pass. 48 when a file was not processed to its end: each is named in
-// the private log, and *count is 0. In a job that writes such files are only left out of the count.
+// the private log, and *count is 0.
 PxStatus GetScanFileCount(int32_t *count);
 
 // ---- The file set, every instance -------------------------------------------------------------

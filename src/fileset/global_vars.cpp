@@ -136,6 +136,12 @@ PxStatus UpdateFileEntry(int32_t index, const FileNamesEntry *entry)
     return Update(FileNamesVarName, entry, sizeof *entry, index);
 }
 
+// A writer's elements go out anew at the end of a pass: the next one begins with them.
+static PxStatus Republish(int32_t index, const FileNamesEntry &entry)
+{
+    return Reading == 0 ? UpdateFileEntry(index, &entry) : PxStatus{PXSTC_Success};
+}
+
 PxStatus GetScanFileCount(int32_t *count)
 {
     FileNamesEntry entry = {};
@@ -147,10 +153,10 @@ PxStatus GetScanFileCount(int32_t *count)
             return status;
         if (entry.Status == kFinished || entry.Status == kArchived) {
             ++processed;
+            if (const PxStatus status = Republish(index, entry))
+                return status;
             continue;
         }
-        if (Reading == 0)  // a writer's file may go on in the next pass
-            continue;
         FW_ERROR("%s '%s' %s %d failed.  %s %s.", "Processing of file", entry.Name, "by instance",
                  entry.Instance,
                  "Status is:", entry.Status == kPending ? "unprocessed" : "still processing");

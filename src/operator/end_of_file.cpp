@@ -26,15 +26,13 @@ void ReportFile(double cpu_seconds)
 
 void ReportWrittenFile(double cpu_seconds)
 {
-    int64_t now = 0;
-    FetchCurrentTime(&now);
-    FW_STATS_TIMED("Finished sending rows to %s (index %d)", CurrentFullPath, CurrentFileIndex);
     FW_STATS("%s %llu, (%s %lld) %s %.2f Seconds",
              "Rows sent:", static_cast<unsigned long long>(FileRecordCount),
              "size:", static_cast<long long>(CurrentFile.Size), "CPU Time:", cpu_seconds);
 }
 
-void CountFile()
+// Answers the processor time that the file took.
+double CountFile()
 {
     const double cpu_seconds = ProcessCpuSeconds() - FileStartCpu;
 
@@ -42,10 +40,14 @@ void CountFile()
     CpuSecondsTotal += cpu_seconds;
     ++EvtFileCount;
     EvtRecordCount += FileRecordCount;
-    if (bWriting != 0)
-        ReportWrittenFile(cpu_seconds);
-    else
-        ReportFile(cpu_seconds);
+    return cpu_seconds;
+}
+
+void AnnounceEnd()
+{
+    int64_t now = 0;
+    FetchCurrentTime(&now);
+    FW_STATS_TIMED("Finished sending rows to %s (index %d)", CurrentFullPath, CurrentFileIndex);
 }
 
 PxStatus MarkFinished()
@@ -92,7 +94,7 @@ PxStatus EndOfFile()
 {
     PxStatus status = PXSTC_Success;
 
-    CountFile();
+    ReportFile(CountFile());
     // Bad records are safe before anybody commits the rows that they were left out of.
     if ((status = FlushRecordErrorFile()) != PXSTC_Success)
         return status;
@@ -119,10 +121,14 @@ PxStatus File_Out()
 {
     PxStatus status = PXSTC_Success;
 
-    if ((status = FlushFile()) != PXSTC_Success || (status = CloseFile()) != PXSTC_Success)
+    if ((status = FlushFile()) != PXSTC_Success)
+        return status;
+    const double cpu_seconds = CountFile();
+    AnnounceEnd();
+    if ((status = CloseFile()) != PXSTC_Success)
         return status;
     NoteWrittenSize();
-    CountFile();
+    ReportWrittenFile(cpu_seconds);
     WarnOfChangedRows();
     if ((status = MarkFinished()) != PXSTC_Success)
         return status;
