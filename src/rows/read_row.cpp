@@ -100,11 +100,14 @@ auto RecordNumber() { return static_cast<int64_t>(FileRecordCount + 1); }
     return BadRow(what);
 }
 
-PxStatus CheckRow(const TakenRow &row)
+bool IsWhole(const TakenRow &row)
 {
-    if (row.bytes == nullptr || row.indicators == nullptr || row.offsets == nullptr ||
-        row.lengths == nullptr) [[unlikely]]
-        return BadRow("a part of the row is missing");
+    return row.bytes != nullptr && row.indicators != nullptr && row.offsets != nullptr &&
+           row.lengths != nullptr;
+}
+
+PxStatus CheckColumns(const TakenRow &row)
+{
     if (row.columns != SG_ColCount) [[unlikely]]
         return CountDiffers(row.columns);
     const uint32_t *offsets = row.offsets, *lengths = row.lengths, *limits = SG_ColLensBase;
@@ -119,15 +122,27 @@ PxStatus CheckRow(const TakenRow &row)
     return bad == 0 ? PxStatus{PXSTC_Success} : ColumnAtFault(row);
 }
 
+// What came, before it is judged: a row that is refused is to be seen in the log.
 [[gnu::cold]] void TraceRow(const TakenRow &row)
 {
+    const int32_t columns = SG_IndicatorData == 0 ? std::min(row.columns, SG_ColCount) : 0;
+
     FW_Trace(kRoutine, TraceKind::Plain, "Data from PX_GetRow: SH=%d, ColCount=%d",
              static_cast<int>(reinterpret_cast<intptr_t>(schemaHandle)), row.columns);
-    for (int32_t i = 0; i < SG_ColCount && SG_IndicatorData == 0; ++i)
+    for (int32_t i = 0; i < columns; ++i)
         FW_Trace(kRoutine, TraceKind::Plain, "Schema: col=%d, Ind=%d, Len=%u, off=%u", i + 1,
                  row.indicators[i], row.lengths[i], row.offsets[i]);
     FW_Dump(kRoutine, "", row.bytes,
             std::min(row.length, static_cast<uint32_t>(std::max(MaxBytesToDump, 0))));
+}
+
+PxStatus CheckRow(const TakenRow &row)
+{
+    if (!IsWhole(row)) [[unlikely]]
+        return BadRow("a part of the row is missing");
+    if (FW_TraceLvl > 3) [[unlikely]]
+        TraceRow(row);
+    return CheckColumns(row);
 }
 
 // ---- Make --------------------------------------------------------------------------------------
@@ -180,8 +195,6 @@ PxStatus FW_ReadRow(PxOperator *)
         return NoRow(status);
     if ((status = CheckRow(row)) != PXSTC_Success) [[unlikely]]
         return status;
-    if (FW_TraceLvl > 3) [[unlikely]]
-        TraceRow(row);
     if ((status = MakeRecord(row)) != PXSTC_Success) [[unlikely]]
         return status;
     return WriteRecord();

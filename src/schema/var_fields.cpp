@@ -200,15 +200,16 @@ PxStatus ReportRowFault(const RowFault &fault)
     if (fault.end == WalkEnd::LobLength) {
         FW_ERROR("LOB column data length error");
         FW_Message<19151>();
+        DumpFileInfo(-1);
     } else {
         FW_ERROR("CONFIRM_COL_LEN_OK: VAR field length error in record %lld, field %d, '%s'. "
                  "Expected max length %u, received %u.",
                  static_cast<long long>(record), walk.column + 1, SG_ColNames[walk.column],
                  SG_ColLensBase[walk.column], walk.length);
+        DumpFileInfo(-1);
         FW_Message<19112>(record, walk.column + 1, SG_ColNames[walk.column],
                           SG_ColLensBase[walk.column], walk.length);
     }
-    DumpFileInfo(-1);
     RaiseExitCode(12);
     return PXSTC_FatalError;
 }
