@@ -44,7 +44,7 @@ std::string CellShown(const Job &job, const Column &column, const PreviewCell &c
     const ValueType type = ValueTypeOf(column);
     if (!IsPlainText(type)) {
         std::string text;
-        const bool good = type.kind != ValueKind::Bytes && cell.data->size() == cell.bytes &&
+        const bool good = type.kind != TypeKind::Bytes && cell.data->size() == cell.bytes &&
                           AppendText(type, reinterpret_cast<const uint8_t *>(cell.data->data()),
                                      cell.bytes, text);
         return good ? TextShown(text, text.size(), true) : HexShown(*cell.data);

@@ -55,7 +55,7 @@ Misfit FromText(const ValueType &type, sqlite3_value *from, uint8_t *to, uint32_
     if (type.utf16)
         return BinaryFromBytes(type, Text16At(from), to, bytes);
     const std::string_view text = TextAt(from);
-    return type.kind == ValueKind::Bytes ? BinaryFromBytes(type, text, to, bytes)
+    return type.kind == TypeKind::Bytes ? BinaryFromBytes(type, text, to, bytes)
                                          : BinaryFromText(type, text, to, bytes);
 }
 
@@ -72,11 +72,11 @@ SqliteRows::SqliteRows(const std::vector<Column> &columns, bool utf16)
 
 SqliteRows::Put SqliteRows::PutOf(const ValueType &type, uint32_t prefix)
 {
-    if (type.kind == ValueKind::Text && prefix == 2 && !type.utf16)
+    if (type.kind == TypeKind::Text && prefix == 2 && !type.utf16)
         return PutText;
-    if (type.kind == ValueKind::Float)
+    if (type.kind == TypeKind::Float)
         return PutFloat;
-    if (type.kind != ValueKind::Integer)
+    if (type.kind != TypeKind::Integer)
         return PutAny;
     return type.bytes == 8   ? PutInteger<int64_t>
            : type.bytes == 4 ? PutInteger<int32_t>
@@ -181,7 +181,7 @@ Misfit SqliteRows::Convert(const ValueType &type, sqlite3_value *from, uint8_t *
     case SQLITE_TEXT:
         return FromText(type, from, to, bytes);
     default:
-        return type.kind == ValueKind::Bytes ? BinaryFromBytes(type, BlobAt(from), to, bytes)
+        return type.kind == TypeKind::Bytes ? BinaryFromBytes(type, BlobAt(from), to, bytes)
                                              : Misfit::Malformed;
     }
 }
@@ -195,7 +195,7 @@ std::string SqliteRows::Fault(sqlite3_stmt *statement) const
     std::string value(whole.substr(0, kMostShown));
     if (blob) {
         ValueType raw;
-        raw.kind = ValueKind::Bytes;
+        raw.kind = TypeKind::Bytes;
         value = "X'";
         AppendText(raw, reinterpret_cast<const uint8_t *>(whole.data()),
                    static_cast<uint32_t>(std::min(whole.size(), kMostShown)), value);

@@ -47,7 +47,7 @@ bool IsNumeric(SqliteAffinity affinity)
 
 bool NumbersKeep(const ValueType &type)
 {
-    if (type.kind == ValueKind::Decimal && type.scale == 0)
+    if (type.kind == TypeKind::Decimal && type.scale == 0)
         return type.precision <= kSqliteWholeDigits;
     return type.precision > 0 && type.precision <= kSqliteExactDigits;
 }
@@ -56,17 +56,17 @@ bool NumbersKeep(const ValueType &type)
 bool Keeps(SqliteAffinity affinity, const ValueType &type)
 {
     switch (type.kind) {
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return affinity == SqliteAffinity::Integer || affinity == SqliteAffinity::Numeric;
-    case ValueKind::Float:
+    case TypeKind::Float:
         return affinity == SqliteAffinity::Real;
-    case ValueKind::Decimal:
-    case ValueKind::Number:
+    case TypeKind::Decimal:
+    case TypeKind::Number:
         return NumbersKeep(type) ? IsNumeric(affinity) : affinity == SqliteAffinity::Text;
-    case ValueKind::Moment:  // never looks like a number
+    case TypeKind::Moment:  // never looks like a number
         return affinity == SqliteAffinity::Text || affinity == SqliteAffinity::Numeric;
-    case ValueKind::Bytes:  // are never changed
+    case TypeKind::Bytes:  // are never changed
         return true;
     default:
         return affinity == SqliteAffinity::Text;

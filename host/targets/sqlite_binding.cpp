@@ -20,7 +20,7 @@ constexpr const char *kWouldRound = "the table's column keeps numbers, and would
 
 bool IsNumber(const ValueType &type)
 {
-    return type.kind == ValueKind::Decimal || type.kind == ValueKind::Number;
+    return type.kind == TypeKind::Decimal || type.kind == TypeKind::Number;
 }
 
 }  // namespace
@@ -48,19 +48,19 @@ void SqliteBinding::Begin(const std::vector<SqliteAffinity> &affinities, size_t 
 SqliteBinding::Way SqliteBinding::WayOf(const ValueType &type, SqliteAffinity affinity)
 {
     switch (type.kind) {
-    case ValueKind::Text:
+    case TypeKind::Text:
         return type.utf16 ? Way::Text16 : Way::Text;
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return affinity == SqliteAffinity::Real ? Way::WholeReal : Way::Integer;
-    case ValueKind::Float:  // as text SQLite would cut it at 15 digits
+    case TypeKind::Float:  // as text SQLite would cut it at 15 digits
         return affinity == SqliteAffinity::Text ? Way::Words : Way::Real;
-    case ValueKind::Decimal:
-    case ValueKind::Number:
+    case TypeKind::Decimal:
+    case TypeKind::Number:
         return affinity == SqliteAffinity::Text ? Way::Words : Way::Exact;
-    case ValueKind::Graphic:
+    case TypeKind::Graphic:
         return Way::Graphic;
-    case ValueKind::Bytes:
+    case TypeKind::Bytes:
         return Way::Blob;
     default:
         return Way::Words;
@@ -167,7 +167,7 @@ std::string SqliteBinding::Shown(uint32_t column, const uint8_t *value, uint32_t
     std::string text;
     if (!AppendText(type, value, bytes, text)) {
         ValueType raw;
-        raw.kind = ValueKind::Bytes;
+        raw.kind = TypeKind::Bytes;
         AppendText(raw, value, bytes, text);
     }
     return text;
@@ -177,7 +177,7 @@ void SqliteBinding::Refuse(const Bound &column, const uint8_t *value, uint32_t b
                            const char *why)
 {
     ValueType raw;
-    raw.kind = ValueKind::Bytes;
+    raw.kind = TypeKind::Bytes;
     std::string shown;
     const bool number = IsNumber(column.type) || column.way == Way::WholeReal;
     if (!number || !AppendText(column.type, value, bytes, shown)) {

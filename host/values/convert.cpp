@@ -39,7 +39,7 @@ bool FitsBytes(int64_t value, uint32_t bytes)
 Misfit StoreInteger(const ValueType &type, int64_t value, uint8_t *to)
 {
     const bool fits =
-        type.kind == ValueKind::Boolean ? (value == 0 || value == 1) : FitsBytes(value, type.bytes);
+        type.kind == TypeKind::Boolean ? (value == 0 || value == 1) : FitsBytes(value, type.bytes);
     if (!fits)
         return Misfit::OutOfRange;
     memcpy(to, &value, type.bytes);
@@ -79,9 +79,9 @@ Misfit IntegerFromText(const ValueType &type, std::string_view text, uint8_t *to
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error == std::errc() && end == text.data() + text.size())
         return StoreInteger(type, value, to);
-    if (type.kind == ValueKind::Boolean && SameLetters(text, "true"))
+    if (type.kind == TypeKind::Boolean && SameLetters(text, "true"))
         return StoreInteger(type, 1, to);
-    if (type.kind == ValueKind::Boolean && SameLetters(text, "false"))
+    if (type.kind == TypeKind::Boolean && SameLetters(text, "false"))
         return StoreInteger(type, 0, to);
     DecimalValue number;
     const Misfit misfit = ParseDecimal(text, number);
@@ -115,7 +115,7 @@ Misfit FloatFromText(std::string_view text, uint8_t *to)
 
 Misfit StoreDecimal(const ValueType &type, const DecimalValue &value, uint8_t *to, uint32_t *bytes)
 {
-    return type.kind == ValueKind::Decimal ? EncodeDecimal(type, value, to)
+    return type.kind == TypeKind::Decimal ? EncodeDecimal(type, value, to)
                                            : EncodeNumber(type, value, to, bytes);
 }
 
@@ -137,7 +137,7 @@ Misfit DecimalFromDouble(const ValueType &type, double value, uint8_t *to, uint3
     char text[32];
     char *end = std::to_chars(text, text + sizeof text, value).ptr;
     Misfit misfit = DecimalFromText(type, {text, end}, to, bytes);
-    if (misfit == Misfit::TooFine && type.kind == ValueKind::Decimal) {
+    if (misfit == Misfit::TooFine && type.kind == TypeKind::Decimal) {
         end = std::to_chars(text, text + sizeof text, value, std::chars_format::scientific,
                             kExactDigits - 1)
                   .ptr;
@@ -159,9 +159,9 @@ DecimalValue DecimalOfInteger(int64_t value)
 // False: the bytes can't be a value of the type, so nothing may look at them.
 bool HasItsBytes(const ValueType &type, uint32_t bytes)
 {
-    if (type.kind == ValueKind::Number)
+    if (type.kind == TypeKind::Number)
         return true;  // looks for itself
-    return type.kind == ValueKind::Period || type.fixed ? bytes == type.bytes : bytes <= type.bytes;
+    return type.kind == TypeKind::Period || type.fixed ? bytes == type.bytes : bytes <= type.bytes;
 }
 
 char *IntegerText(int64_t value, char *to) { return std::to_chars(to, to + 24, value).ptr; }
@@ -179,25 +179,25 @@ Misfit BinaryFromText(const ValueType &type, std::string_view text, uint8_t *to,
 {
     *bytes = type.bytes;
     switch (type.kind) {
-    case ValueKind::Text:
+    case TypeKind::Text:
         return BinaryFromBytes(type, text, to, bytes);
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return IntegerFromText(type, Trimmed(text), to);
-    case ValueKind::Float:
+    case TypeKind::Float:
         return FloatFromText(Trimmed(text), to);
-    case ValueKind::Decimal:
-    case ValueKind::Number:
+    case TypeKind::Decimal:
+    case TypeKind::Number:
         return DecimalFromText(type, Trimmed(text), to, bytes);
-    case ValueKind::Moment:
+    case TypeKind::Moment:
         return ParseMoment(type, Trimmed(text), to);
-    case ValueKind::Period:
+    case TypeKind::Period:
         return ParsePeriod(type, Trimmed(text), to);
-    case ValueKind::Interval:
+    case TypeKind::Interval:
         return ParseInterval(type, Trimmed(text), to);
-    case ValueKind::Graphic:
+    case TypeKind::Graphic:
         return GraphicFromUtf8(type, text, to, bytes);
-    case ValueKind::Bytes:
+    case TypeKind::Bytes:
         return BytesFromHex(type, text, to, bytes);
     }
     return Misfit::Malformed;
@@ -208,21 +208,21 @@ Misfit BinaryFromInteger(const ValueType &type, int64_t value, uint8_t *to, uint
     *bytes = type.bytes;
     char text[24];
     switch (type.kind) {
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return StoreInteger(type, value, to);
-    case ValueKind::Float: {
+    case TypeKind::Float: {
         const auto number = static_cast<double>(value);
         if (!(number < 0x1p63) || static_cast<int64_t>(number) != value)
             return Misfit::NotExact;
         memcpy(to, &number, sizeof number);
         return Misfit::None;
     }
-    case ValueKind::Decimal:
-    case ValueKind::Number:
+    case TypeKind::Decimal:
+    case TypeKind::Number:
         return StoreDecimal(type, DecimalOfInteger(value), to, bytes);
-    case ValueKind::Text:
-    case ValueKind::Graphic:
+    case TypeKind::Text:
+    case TypeKind::Graphic:
         if (type.utf16)
             return Misfit::Malformed;
         return BinaryFromText(type, {text, IntegerText(value, text)}, to, bytes);
@@ -236,20 +236,20 @@ Misfit BinaryFromDouble(const ValueType &type, double value, uint8_t *to, uint32
     *bytes = type.bytes;
     char text[kMostValueText];
     switch (type.kind) {
-    case ValueKind::Float:
+    case TypeKind::Float:
         memcpy(to, &value, sizeof value);
         return Misfit::None;
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         if (!(value >= -0x1p63 && value < 0x1p63))
             return Misfit::OutOfRange;
         return value == std::trunc(value) ? StoreInteger(type, static_cast<int64_t>(value), to)
                                           : Misfit::TooFine;
-    case ValueKind::Decimal:
-    case ValueKind::Number:
+    case TypeKind::Decimal:
+    case TypeKind::Number:
         return DecimalFromDouble(type, value, to, bytes);
-    case ValueKind::Text:
-    case ValueKind::Graphic:
+    case TypeKind::Text:
+    case TypeKind::Graphic:
         if (type.utf16)
             return Misfit::Malformed;
         return BinaryFromText(type, {text, FloatText(value, text)}, to, bytes);
@@ -263,20 +263,20 @@ size_t TextFromBinary(const ValueType &type, const uint8_t *value, uint32_t byte
     if (!HasItsBytes(type, bytes))
         return kNoText;
     switch (type.kind) {
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return static_cast<size_t>(IntegerText(LoadInteger(type, value), to) - to);
-    case ValueKind::Float:
+    case TypeKind::Float:
         return static_cast<size_t>(FloatText(LoadDouble(value), to) - to);
-    case ValueKind::Decimal:
+    case TypeKind::Decimal:
         return DecimalText(type, value, to);
-    case ValueKind::Number:
+    case TypeKind::Number:
         return NumberText(value, bytes, to);
-    case ValueKind::Moment:
+    case TypeKind::Moment:
         return MomentText(type, value, to);
-    case ValueKind::Period:
+    case TypeKind::Period:
         return PeriodText(type, value, to);
-    case ValueKind::Interval:
+    case TypeKind::Interval:
         return IntervalText(type, value, to);
     default:
         return kNoText;
@@ -286,12 +286,12 @@ size_t TextFromBinary(const ValueType &type, const uint8_t *value, uint32_t byte
 bool AppendText(const ValueType &type, const uint8_t *value, uint32_t bytes, std::string &to)
 {
     switch (type.kind) {
-    case ValueKind::Text:
+    case TypeKind::Text:
         to.append(reinterpret_cast<const char *>(value), bytes);
         return true;
-    case ValueKind::Graphic:
+    case TypeKind::Graphic:
         return AppendUtf8(value, bytes, to);
-    case ValueKind::Bytes:
+    case TypeKind::Bytes:
         AppendHex(value, bytes, to);
         return true;
     default:
@@ -309,12 +309,12 @@ bool IntegerFromBinary(const ValueType &type, const uint8_t *value, uint32_t byt
 {
     if (!HasItsBytes(type, bytes))
         return false;
-    if (type.kind == ValueKind::Integer || type.kind == ValueKind::Boolean) {
+    if (type.kind == TypeKind::Integer || type.kind == TypeKind::Boolean) {
         *to = LoadInteger(type, value);
         return true;
     }
     DecimalValue number;
-    if ((type.kind != ValueKind::Decimal && type.kind != ValueKind::Number) ||
+    if ((type.kind != TypeKind::Decimal && type.kind != TypeKind::Number) ||
         !DecodeDecimal(type, value, bytes, number) || number.exponent < 0 ||
         number.digits + number.exponent > 19)
         return false;
@@ -331,12 +331,12 @@ bool DoubleFromBinary(const ValueType &type, const uint8_t *value, uint32_t byte
 {
     if (!HasItsBytes(type, bytes))
         return false;
-    if (type.kind == ValueKind::Float) {
+    if (type.kind == TypeKind::Float) {
         *to = LoadDouble(value);
         return true;
     }
     DecimalValue number;
-    if ((type.kind != ValueKind::Decimal && type.kind != ValueKind::Number) ||
+    if ((type.kind != TypeKind::Decimal && type.kind != TypeKind::Number) ||
         !DecodeDecimal(type, value, bytes, number) || number.digits > kExactDigits ||
         std::abs(number.exponent) > kMostDoublePower - kExactDigits)
         return false;

@@ -350,7 +350,7 @@ bool DecodeDecimal(const ValueType &type, const uint8_t *value, uint32_t bytes,
                    DecimalValue &decoded)
 {
     decoded = {};
-    if (type.kind == ValueKind::Decimal) {
+    if (type.kind == TypeKind::Decimal) {
         decoded.magnitude = LoadMagnitude(value, type.bytes, decoded.negative);
         decoded.exponent = -type.scale;
     } else if (bytes > 0) {

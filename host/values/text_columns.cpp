@@ -52,25 +52,25 @@ uint32_t TextWidth(const ValueType &type)
     const uint32_t moment = (type.date ? 10 : 0) + (type.date && type.time ? 1 : 0) +
                             (type.time ? 8 + fraction : 0) + (type.zone ? 6 : 0);
     switch (type.kind) {
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return type.bytes == 1 ? 4 : type.bytes == 2 ? 6 : type.bytes == 4 ? 11 : 20;
-    case ValueKind::Float:
+    case TypeKind::Float:
         return 24;
-    case ValueKind::Decimal:
+    case TypeKind::Decimal:
         return type.precision + 3u;
-    case ValueKind::Number:
+    case TypeKind::Number:
         return type.precision > 0 ? type.precision + 3u : 48;
-    case ValueKind::Moment:
+    case TypeKind::Moment:
         return moment;
-    case ValueKind::Period:
+    case TypeKind::Period:
         return 2 * moment + 8;
-    case ValueKind::Interval:
+    case TypeKind::Interval:
         return 24;
-    case ValueKind::Graphic:
+    case TypeKind::Graphic:
         return type.bytes / 2 * 3;
-    case ValueKind::Text:
-    case ValueKind::Bytes:
+    case TypeKind::Text:
+    case TypeKind::Bytes:
         break;
     }
     return type.bytes;
@@ -84,7 +84,7 @@ std::vector<Column> ColumnsForFormat(const Job &job, std::vector<Column> columns
     const uint32_t unit = IsUtf16(job.charset) ? 2 : 1;
     for (Column &column : columns) {
         const ValueType type = ValueTypeOf(column);
-        if (Fits(fit, column) || (type.kind == ValueKind::Bytes && fit != Fit::DelimitedIn))
+        if (Fits(fit, column) || (type.kind == TypeKind::Bytes && fit != Fit::DelimitedIn))
             continue;
         const uint32_t bytes = std::min(unit * TextWidth(type), kMaxColumnBytes);
         std::vector<Complaint> none;

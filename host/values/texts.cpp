@@ -24,8 +24,8 @@ void Pad(const ValueType &type, uint8_t *to, uint32_t *bytes)
 {
     if (!type.fixed)
         return;
-    const bool wide = type.kind == ValueKind::Graphic || type.utf16;
-    memset(to + *bytes, type.kind == ValueKind::Bytes || wide ? 0 : ' ', type.bytes - *bytes);
+    const bool wide = type.kind == TypeKind::Graphic || type.utf16;
+    memset(to + *bytes, type.kind == TypeKind::Bytes || wide ? 0 : ' ', type.bytes - *bytes);
     for (uint32_t at = *bytes; wide && at + 1 < type.bytes; at += 2)
         to[at] = ' ';
     *bytes = type.bytes;
@@ -46,7 +46,7 @@ Misfit BinaryFromBytes(const ValueType &type, std::string_view value, uint8_t *t
 {
     if (value.size() > type.bytes)
         return Misfit::TooLong;
-    if ((type.kind == ValueKind::Graphic || type.utf16) && value.size() % 2 != 0)
+    if ((type.kind == TypeKind::Graphic || type.utf16) && value.size() % 2 != 0)
         return Misfit::Malformed;
     if (!value.empty())
         memcpy(to, value.data(), value.size());

@@ -14,64 +14,64 @@ namespace {
 
 struct Form {
     std::string_view type;  // with or without NULLABLE
-    ValueKind kind;
+    TypeKind kind;
     bool date = false, time = false, zone = false;
     uint8_t fields = 0, first_field = 0;
 };
 
 // clang-format off
 constexpr Form kForms[] = {
-    {"INTEGER",                          ValueKind::Integer},
-    {"SMALLINT",                         ValueKind::Integer},
-    {"BYTEINT",                          ValueKind::Integer},
-    {"BIGINT",                           ValueKind::Integer},
-    {"BOOLEAN",                          ValueKind::Boolean},
-    {"FLOAT",                            ValueKind::Float},
-    {"DECIMAL",                          ValueKind::Decimal},
-    {"NUMBER",                           ValueKind::Number},
-    {"INTDATE",                          ValueKind::Moment, true},
-    {"TIME",                             ValueKind::Moment, false, true},
-    {"TIME WITH TIME ZONE",              ValueKind::Moment, false, true, true},
-    {"TIMESTAMP",                        ValueKind::Moment, true, true},
-    {"TIMESTAMP WITH TIME ZONE",         ValueKind::Moment, true, true, true},
-    {"PERIOD(INTDATE)",                  ValueKind::Period, true},
-    {"PERIOD(TIME)",                     ValueKind::Period, false, true},
-    {"PERIOD(TIME WITH TIME ZONE)",      ValueKind::Period, false, true, true},
-    {"PERIOD(TIMESTAMP)",                ValueKind::Period, true, true},
-    {"PERIOD(TIMESTAMP WITH TIME ZONE)", ValueKind::Period, true, true, true},
-    {"INTERVAL YEAR",                    ValueKind::Interval, false, false, false, 1, 0},
-    {"INTERVAL YEAR TO MONTH",           ValueKind::Interval, false, false, false, 2, 0},
-    {"INTERVAL MONTH",                   ValueKind::Interval, false, false, false, 1, 1},
-    {"INTERVAL DAY",                     ValueKind::Interval, false, false, false, 1, 2},
-    {"INTERVAL DAY TO HOUR",             ValueKind::Interval, false, false, false, 2, 2},
-    {"INTERVAL DAY TO MINUTE",           ValueKind::Interval, false, false, false, 3, 2},
-    {"INTERVAL DAY TO SECOND",           ValueKind::Interval, false, false, false, 4, 2},
-    {"INTERVAL HOUR",                    ValueKind::Interval, false, false, false, 1, 3},
-    {"INTERVAL HOUR TO MINUTE",          ValueKind::Interval, false, false, false, 2, 3},
-    {"INTERVAL HOUR TO SECOND",          ValueKind::Interval, false, false, false, 3, 3},
-    {"INTERVAL MINUTE",                  ValueKind::Interval, false, false, false, 1, 4},
-    {"INTERVAL MINUTE TO SECOND",        ValueKind::Interval, false, false, false, 2, 4},
-    {"INTERVAL SECOND",                  ValueKind::Interval, false, false, false, 1, 5},
-    {"CHAR",                             ValueKind::Text},
-    {"VARCHAR",                          ValueKind::Text},
-    {"LONG VARCHAR",                     ValueKind::Text},
-    {"VARCHARHEX",                       ValueKind::Text},
-    {"ANSIDATE",                         ValueKind::Text},
-    {"CLOB",                             ValueKind::Text},
-    {"XML",                              ValueKind::Text},
-    {"JSON",                             ValueKind::Text},
-    {"BLOB BY NAME",                     ValueKind::Text},  // BY NAME: the value is the name of a file
-    {"CLOB BY NAME",                     ValueKind::Text},
-    {"XML BY NAME",                      ValueKind::Text},
-    {"JSON BY NAME",                     ValueKind::Text},
-    {"GRAPHIC",                          ValueKind::Graphic},
-    {"VARGRAPHIC",                       ValueKind::Graphic},
-    {"LONG VARGRAPHIC",                  ValueKind::Graphic},
-    {"UNTYPED",                          ValueKind::Bytes},
-    {"BYTE",                             ValueKind::Bytes},
-    {"VARBYTE",                          ValueKind::Bytes},
-    {"LONG VARBYTE",                     ValueKind::Bytes},
-    {"BLOB",                             ValueKind::Bytes},
+    {"INTEGER",                          TypeKind::Integer},
+    {"SMALLINT",                         TypeKind::Integer},
+    {"BYTEINT",                          TypeKind::Integer},
+    {"BIGINT",                           TypeKind::Integer},
+    {"BOOLEAN",                          TypeKind::Boolean},
+    {"FLOAT",                            TypeKind::Float},
+    {"DECIMAL",                          TypeKind::Decimal},
+    {"NUMBER",                           TypeKind::Number},
+    {"INTDATE",                          TypeKind::Moment, true},
+    {"TIME",                             TypeKind::Moment, false, true},
+    {"TIME WITH TIME ZONE",              TypeKind::Moment, false, true, true},
+    {"TIMESTAMP",                        TypeKind::Moment, true, true},
+    {"TIMESTAMP WITH TIME ZONE",         TypeKind::Moment, true, true, true},
+    {"PERIOD(INTDATE)",                  TypeKind::Period, true},
+    {"PERIOD(TIME)",                     TypeKind::Period, false, true},
+    {"PERIOD(TIME WITH TIME ZONE)",      TypeKind::Period, false, true, true},
+    {"PERIOD(TIMESTAMP)",                TypeKind::Period, true, true},
+    {"PERIOD(TIMESTAMP WITH TIME ZONE)", TypeKind::Period, true, true, true},
+    {"INTERVAL YEAR",                    TypeKind::Interval, false, false, false, 1, 0},
+    {"INTERVAL YEAR TO MONTH",           TypeKind::Interval, false, false, false, 2, 0},
+    {"INTERVAL MONTH",                   TypeKind::Interval, false, false, false, 1, 1},
+    {"INTERVAL DAY",                     TypeKind::Interval, false, false, false, 1, 2},
+    {"INTERVAL DAY TO HOUR",             TypeKind::Interval, false, false, false, 2, 2},
+    {"INTERVAL DAY TO MINUTE",           TypeKind::Interval, false, false, false, 3, 2},
+    {"INTERVAL DAY TO SECOND",           TypeKind::Interval, false, false, false, 4, 2},
+    {"INTERVAL HOUR",                    TypeKind::Interval, false, false, false, 1, 3},
+    {"INTERVAL HOUR TO MINUTE",          TypeKind::Interval, false, false, false, 2, 3},
+    {"INTERVAL HOUR TO SECOND",          TypeKind::Interval, false, false, false, 3, 3},
+    {"INTERVAL MINUTE",                  TypeKind::Interval, false, false, false, 1, 4},
+    {"INTERVAL MINUTE TO SECOND",        TypeKind::Interval, false, false, false, 2, 4},
+    {"INTERVAL SECOND",                  TypeKind::Interval, false, false, false, 1, 5},
+    {"CHAR",                             TypeKind::Text},
+    {"VARCHAR",                          TypeKind::Text},
+    {"LONG VARCHAR",                     TypeKind::Text},
+    {"VARCHARHEX",                       TypeKind::Text},
+    {"ANSIDATE",                         TypeKind::Text},
+    {"CLOB",                             TypeKind::Text},
+    {"XML",                              TypeKind::Text},
+    {"JSON",                             TypeKind::Text},
+    {"BLOB BY NAME",                     TypeKind::Text},  // BY NAME: the value is the name of a file
+    {"CLOB BY NAME",                     TypeKind::Text},
+    {"XML BY NAME",                      TypeKind::Text},
+    {"JSON BY NAME",                     TypeKind::Text},
+    {"GRAPHIC",                          TypeKind::Graphic},
+    {"VARGRAPHIC",                       TypeKind::Graphic},
+    {"LONG VARGRAPHIC",                  TypeKind::Graphic},
+    {"UNTYPED",                          TypeKind::Bytes},
+    {"BYTE",                             TypeKind::Bytes},
+    {"VARBYTE",                          TypeKind::Bytes},
+    {"LONG VARBYTE",                     TypeKind::Bytes},
+    {"BLOB",                             TypeKind::Bytes},
 };
 // clang-format on
 
@@ -101,7 +101,7 @@ std::string SizeWords(const Column &column)
 
 std::string IntegerRange(const ValueType &type)
 {
-    if (type.kind == ValueKind::Boolean)
+    if (type.kind == TypeKind::Boolean)
         return "0 and 1";
     const int64_t most = static_cast<int64_t>((uint64_t{1} << (8 * type.bytes - 1)) - 1);
     return fmt::format("{} to {}", -most - 1, most);
@@ -115,25 +115,25 @@ std::string ExampleOf(const ValueType &type)
     if (type.zone)
         moment += "+01:00";
     switch (type.kind) {
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return "a whole number";
-    case ValueKind::Float:
-    case ValueKind::Decimal:
-    case ValueKind::Number:
+    case TypeKind::Float:
+    case TypeKind::Decimal:
+    case TypeKind::Number:
         return "a number, such as -12.5";
-    case ValueKind::Moment:
+    case TypeKind::Moment:
         return fmt::format("a value such as {}", moment);
-    case ValueKind::Period:
+    case TypeKind::Period:
         return fmt::format("a value such as ('{0}', '{0}')", moment);
-    case ValueKind::Interval:
+    case TypeKind::Interval:
         return "the fields from left to right, such as 1-06 for a year and six months, or "
                "3 04:30:00 for days and a time";
-    case ValueKind::Bytes:
+    case TypeKind::Bytes:
         return "an even number of hexadecimal digits";
-    case ValueKind::Graphic:
+    case TypeKind::Graphic:
         return "text in UTF-8";
-    case ValueKind::Text:
+    case TypeKind::Text:
         break;
     }
     return "text";
@@ -142,14 +142,14 @@ std::string ExampleOf(const ValueType &type)
 std::string RangeOf(const ValueType &type)
 {
     switch (type.kind) {
-    case ValueKind::Integer:
-    case ValueKind::Boolean:
+    case TypeKind::Integer:
+    case TypeKind::Boolean:
         return fmt::format("it takes {}", IntegerRange(type));
-    case ValueKind::Float:
+    case TypeKind::Float:
         return "it takes up to about 1.8e308 in magnitude";
-    case ValueKind::Decimal:
+    case TypeKind::Decimal:
         return fmt::format("it takes {} digits in front of the point", type.precision - type.scale);
-    case ValueKind::Number:
+    case TypeKind::Number:
         if (type.precision > 0)
             return fmt::format("it takes {} digits, {} of them behind the point", type.precision,
                                type.scale);
@@ -165,10 +165,10 @@ std::string Reason(const ValueType &type, Misfit misfit)
     case Misfit::OutOfRange:
         return RangeOf(type);
     case Misfit::TooFine:
-        if (type.kind == ValueKind::Moment || type.kind == ValueKind::Period ||
-            type.kind == ValueKind::Interval)
+        if (type.kind == TypeKind::Moment || type.kind == TypeKind::Period ||
+            type.kind == TypeKind::Interval)
             return fmt::format("it keeps {} digits behind the seconds", type.precision);
-        return type.kind == ValueKind::Integer || type.kind == ValueKind::Boolean
+        return type.kind == TypeKind::Integer || type.kind == TypeKind::Boolean
                    ? "it takes whole numbers only"
                    : fmt::format("it keeps {} digits behind the point", type.scale);
     case Misfit::TooLong:
@@ -210,7 +210,7 @@ ValueType ValueTypeOf(const Column &column, bool utf16)
         type.fields = form->fields;
         type.first_field = form->first_field;
     }
-    type.utf16 = utf16 && type.kind == ValueKind::Text;
+    type.utf16 = utf16 && type.kind == TypeKind::Text;
     type.fixed = PrefixBytes(column.type) == 0;
     type.precision = column.precision;
     type.scale = column.scale;

@@ -20,7 +20,7 @@
 
 namespace fenwire {
 
-enum class ValueKind : uint8_t {
+enum class TypeKind : uint8_t {
     Integer,
     Boolean,   // an integer of one byte, 0 or 1
     Float,     // a double
@@ -35,7 +35,7 @@ enum class ValueKind : uint8_t {
 };
 
 struct ValueType {
-    ValueKind kind = ValueKind::Text;
+    TypeKind kind = TypeKind::Text;
     bool fixed =
         false;  // always `bytes` long; text and bytes are padded, all others are so by nature
     bool utf16 = false;       // kind Text in a job of UTF-16
@@ -82,7 +82,7 @@ Misfit BinaryFromBytes(const ValueType &type, std::string_view value, uint8_t *t
 // ---- From binary --------------------------------------------------------------------------------
 
 // Whether a row carries values of this kind as their own text.
-inline bool IsPlainText(const ValueType &type) { return type.kind == ValueKind::Text; }
+inline bool IsPlainText(const ValueType &type) { return type.kind == TypeKind::Text; }
 
 inline constexpr size_t kMostValueText = 160;  // of all kinds but Text, Graphic and Bytes
 inline constexpr size_t kNoText = ~size_t{0};

@@ -198,20 +198,20 @@ TEST(Values, EveryTypeTakesBackItsOwnText)
             std::string value(of.bytes < 64 ? of.bytes : 64, '\0');
             for (char &c : value)  // small bytes are months and hours more often than others
                 c = static_cast<char>(random() % 16 != 0 ? random() % 12 + 1 : random());
-            for (size_t at = 1; of.kind == ValueKind::Interval && at < value.size(); at += 2)
+            for (size_t at = 1; of.kind == TypeKind::Interval && at < value.size(); at += 2)
                 value[at] = 0;
             if (of.bytes >= 64 && of.fixed)
                 value.resize(of.bytes, ' ');
-            if (of.kind == ValueKind::Decimal)
+            if (of.kind == TypeKind::Decimal)
                 memset(value.data() + 12, value[11] < 0 ? -1 : 0, 4);
             for (size_t at = 0; of.date && !of.time && at < value.size(); at += 4) {
                 const auto date = static_cast<int32_t>(
                     random() % 9999 * 10000 + random() % 12 * 100 + random() % 28 - 18'989'899);
                 memcpy(&value[at], &date, sizeof date);
             }
-            if (of.kind == ValueKind::Boolean)
+            if (of.kind == TypeKind::Boolean)
                 value[0] &= 1;
-            if (of.kind == ValueKind::Number) {
+            if (of.kind == TypeKind::Number) {
                 value.resize(3 + random() % 15);
                 value[0] = static_cast<char>(value[0] % 80);
                 value[1] = static_cast<char>(value[0] < 0 ? -1 : 0);
