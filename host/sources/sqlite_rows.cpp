@@ -56,7 +56,7 @@ Misfit FromText(const ValueType &type, sqlite3_value *from, uint8_t *to, uint32_
         return BinaryFromBytes(type, Text16At(from), to, bytes);
     const std::string_view text = TextAt(from);
     return type.kind == TypeKind::Bytes ? BinaryFromBytes(type, text, to, bytes)
-                                         : BinaryFromText(type, text, to, bytes);
+                                        : BinaryFromText(type, text, to, bytes);
 }
 
 }  // namespace
@@ -182,7 +182,7 @@ Misfit SqliteRows::Convert(const ValueType &type, sqlite3_value *from, uint8_t *
         return FromText(type, from, to, bytes);
     default:
         return type.kind == TypeKind::Bytes ? BinaryFromBytes(type, BlobAt(from), to, bytes)
-                                             : Misfit::Malformed;
+                                            : Misfit::Malformed;
     }
 }
 

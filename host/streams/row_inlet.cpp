@@ -9,8 +9,9 @@ namespace fenwire {
 
 namespace {
 
-constexpr size_t kBatchBytes = 256 << 10;  // small enough to be in the cache still
+constexpr ptrdiff_t kGiveBackBytes = 256 << 10;
 constexpr uint32_t kNoLengths = 0;  // rows in the job's layout have no lengths in their records
+constexpr size_t kHead = 8;
 
 }  // namespace
 
@@ -24,31 +25,35 @@ RowInlet::RowInlet(const Job &job, Board &board, std::vector<RowRing> &rings, in
         readers_.emplace_back(rings[static_cast<size_t>(ring)]);
 }
 
-// The rings are looked at in turns, so that none waits for another to run dry.
-bool RowInlet::NextBatch()
+// Their bytes may be written again.
+void RowInlet::GiveBack()
 {
-    if (batch_.start != batch_.end)
-        readers_[of_].Release(batch_);
-    batch_ = {};
-    at_ = nullptr;
+    readers_[ring_].Take(static_cast<size_t>(at_ - kept_));
+    kept_ = at_;
     TellCounts();
+}
+
+// The rings are looked at in turns, so that none waits for another to run dry. The doorbell and the ends
+// are looked at first: what comes behind that look rings, or was there already.
+bool RowInlet::NextRing()
+{
+    if (at_ != kept_)
+        GiveBack();
     seen_ = bell_.rung.load(std::memory_order_seq_cst);
     bool all_ended = true;
-    for (size_t i = 0; i < readers_.size(); ++i) {
-        const size_t ring = (turn_ + i) % readers_.size();
+    for (size_t i = 1; i <= readers_.size(); ++i) {
+        const size_t ring = (ring_ + i) % readers_.size();
         const bool ended = readers_[ring].Ended();
-        batch_ = readers_[ring].Next(kNoLengths, kBatchBytes);
-        if (batch_.start != batch_.end) {
-            at_ = batch_.start;
-            of_ = ring;
-            turn_ = ring + 1;
+        const RowBatch rows = readers_[ring].Published();
+        if (rows.start != rows.end) {
+            ring_ = ring;
+            kept_ = at_ = rows.start;
+            end_ = rows.end;
             return true;
         }
-        at_ = batch_.end;
         all_ended = all_ended && ended;
     }
-    ended_ = all_ended;
-    return ended_;
+    return all_ended;
 }
 
 void RowInlet::Wait(int milliseconds) { WaitForDoorbell(bell_, seen_, milliseconds); }
@@ -63,20 +68,27 @@ void RowInlet::Damaged(uint32_t column) const
                                    : fmt::format("column {} ends outside of it", column)));
 }
 
+// Hot.
 RowInlet::Result RowInlet::Next(InletRow &row)
 {
     uint32_t bad = 0;
     if (!Ready())
         return Result::NotYet;
-    if (at_ == batch_.end)
+    if (at_ == end_)
         return Result::End;
+    if (at_ - kept_ >= kGiveBackBytes) [[unlikely]]
+        GiveBack();
     const RowRecord record = {at_};
-    const uint8_t *bytes = record.data(kNoLengths);
-    if (!layout_.Walk(bytes, record.data_bytes(), indicators_.data(), offsets_.data(),
-                      lengths_.data(), &bad)) [[unlikely]]
+    const size_t left = static_cast<size_t>(end_ - at_), size = record.bytes();
+    const uint32_t bytes = record.data_bytes();
+    if (size > left || size % 8 != 0 || size < kHead + bytes) [[unlikely]]
+        throw std::runtime_error("a row record in the ring of a consumer is damaged");
+    const uint8_t *start = record.data(kNoLengths);
+    if (!layout_.Walk(start, bytes, indicators_.data(), offsets_.data(), lengths_.data(), &bad))
+        [[unlikely]]
         Damaged(bad);
-    row = {bytes, record.data_bytes(), indicators_.data(), offsets_.data(), lengths_.data()};
-    at_ += record.bytes();
+    row = {start, bytes, indicators_.data(), offsets_.data(), lengths_.data()};
+    at_ += size;
     ++rows_;
     return Result::Row;
 }

@@ -24,7 +24,7 @@ public:
     RowInlet(const Job &job, Board &board, std::vector<RowRing> &rings, int receiver);
 
     // Whether a row, or the end of all rows, is at hand. What was handed out is gone.
-    bool Ready() { return at_ != batch_.end || NextBatch(); }
+    bool Ready() { return at_ != end_ || NextRing(); }
 
     // Sleeps until Ready may say otherwise, at most so long.
     void Wait(int milliseconds);
@@ -37,7 +37,8 @@ public:
     uint32_t columns() const { return layout_.columns(); }
 
 private:
-    bool NextBatch();
+    bool NextRing();
+    void GiveBack();
     [[noreturn]] void Damaged(uint32_t column) const;
 
     const RowLayout layout_;
@@ -45,12 +46,10 @@ private:
     InstanceBoard &mine_;
     Doorbell &bell_;
     std::vector<RingReader> readers_;
-    size_t of_ = 0;    // the ring of the batch
-    size_t turn_ = 0;  // the ring that is looked at first
-    RowBatch batch_;
-    const uint8_t *at_ = nullptr;  // the next record of the batch
-    bool ended_ = false;
-    uint32_t seen_ = 0;  // the doorbell before the last look
+    size_t ring_ = 0;  // that rows are taken from; the next one is looked at first
+    const uint8_t *kept_ = nullptr, *at_ = nullptr,
+                  *end_ = nullptr;  // not given back, next, behind all
+    uint32_t seen_ = 0;             // the doorbell before the last look
     uint64_t rows_ = 0;
     std::vector<uint8_t> indicators_;
     std::vector<uint32_t> offsets_, lengths_;

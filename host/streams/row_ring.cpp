@@ -97,13 +97,21 @@ void RingWriter::WaitForRoom(size_t bytes)
     }
 }
 
-RowBatch RingReader::Next(uint32_t columns, size_t most)
+RowBatch RingReader::Published() const
 {
     const uint64_t written = ring_.words().written.load(std::memory_order_acquire);
     const uint64_t available = written - position_;
     if (available > RowRing::kBytes)
         throw std::runtime_error("the row ring of an instance is damaged");
-    const uint8_t *start = ring_.At(position_), *end = start;
+    const uint8_t *start = ring_.At(position_);
+    return {start, start + available, 0};
+}
+
+RowBatch RingReader::Next(uint32_t columns, size_t most)
+{
+    const RowBatch published = Published();
+    const auto available = static_cast<uint64_t>(published.end - published.start);
+    const uint8_t *start = published.start, *end = start;
     const uint32_t head = 8 + 4 * columns;
     const uint64_t limit = available < most ? available : most;
     // The first record goes out whatever its size: it fits into the ring.
@@ -121,8 +129,13 @@ RowBatch RingReader::Next(uint32_t columns, size_t most)
 
 void RingReader::Release(const RowBatch &batch)
 {
+    Take(static_cast<size_t>(batch.end - batch.start));
+}
+
+void RingReader::Take(size_t bytes)
+{
     RingWords &words = ring_.words();
-    position_ += static_cast<uint64_t>(batch.end - batch.start);
+    position_ += bytes;
     // Either this look sees the raised flag, or the writer's second look sees the new position.
     words.taken.store(position_, std::memory_order_seq_cst);
     if (words.writer_waiting.load(std::memory_order_seq_cst) == 0)

@@ -116,7 +116,7 @@ Misfit FloatFromText(std::string_view text, uint8_t *to)
 Misfit StoreDecimal(const ValueType &type, const DecimalValue &value, uint8_t *to, uint32_t *bytes)
 {
     return type.kind == TypeKind::Decimal ? EncodeDecimal(type, value, to)
-                                           : EncodeNumber(type, value, to, bytes);
+                                          : EncodeNumber(type, value, to, bytes);
 }
 
 Misfit DecimalFromText(const ValueType &type, std::string_view text, uint8_t *to, uint32_t *bytes)

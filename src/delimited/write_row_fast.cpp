@@ -95,17 +95,26 @@ Draft WriteDraft(const OutgoingRow &row, uint8_t *to)
     return draft;
 }
 
+// Set bits. The instruction for it is none that every machine has, and a call costs more than this.
+uint32_t CountBits(uint64_t mask)
+{
+    mask -= mask >> 1 & 0x5555555555555555;
+    mask = (mask & 0x3333333333333333) + (mask >> 2 & 0x3333333333333333);
+    return static_cast<uint32_t>(((mask + (mask >> 4)) & 0x0F0F0F0F0F0F0F0F) * 0x0101010101010101 >>
+                                 56);
+}
+
 // Occurrences of the bytes in what was written; N of them, some perhaps the same.
 template <int N>
 uint32_t Count(const uint8_t *begin, const uint8_t *end, const uint8_t (&bytes)[N])
 {
     uint32_t count = 0;
     for (; end - begin > static_cast<ptrdiff_t>(kWindowBytes); begin += kWindowBytes)
-        count += static_cast<uint32_t>(std::popcount(WindowMask<N>(begin, bytes)));
+        count += CountBits(WindowMask<N>(begin, bytes));
     uint64_t mask = WindowMask<N>(begin, bytes);
     if (const ptrdiff_t left = end - begin; left < static_cast<ptrdiff_t>(kWindowBytes))
         mask &= (uint64_t{1} << left) - 1;
-    return count + static_cast<uint32_t>(std::popcount(mask));
+    return count + CountBits(mask);
 }
 
 // ---- Value by value ---------------------------------------------------------------------------------

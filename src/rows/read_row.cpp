@@ -106,20 +106,27 @@ bool IsWhole(const TakenRow &row)
            row.lengths != nullptr;
 }
 
+// A row is good as a rule, so all columns are looked at, by loops without branches that the compiler makes
+// vectors of. Sums of two numbers that are no longer than the row do not wrap around.
+bool IsRowGood(const TakenRow &row)
+{
+    const uint32_t *offsets = row.offsets, *lengths = row.lengths, *limits = SG_ColLensBase;
+    const auto columns = static_cast<size_t>(SG_ColCount);
+    const uint32_t most = row.length;
+    uint32_t bad = 0;
+    for (size_t i = 0; i < columns; ++i)
+        bad |= static_cast<uint32_t>(lengths[i] > limits[i]) |
+               static_cast<uint32_t>(lengths[i] > most) | static_cast<uint32_t>(offsets[i] > most);
+    for (size_t i = 0; i + 1 < columns; ++i)
+        bad |= static_cast<uint32_t>(offsets[i + 1] < offsets[i] + lengths[i]);
+    return bad == 0 && most <= INT32_MAX && offsets[0] >= NumIndBytes && EndOfRow(row) <= most;
+}
+
 PxStatus CheckColumns(const TakenRow &row)
 {
     if (row.columns != SG_ColCount) [[unlikely]]
         return CountDiffers(row.columns);
-    const uint32_t *offsets = row.offsets, *lengths = row.lengths, *limits = SG_ColLensBase;
-    const auto columns = static_cast<size_t>(SG_ColCount);
-    uint64_t end = NumIndBytes;
-    unsigned bad = 0;
-    for (size_t i = 0; i < columns; ++i) {  // without branches: a row is good as a rule
-        bad |= unsigned{lengths[i] > limits[i]} | unsigned{offsets[i] < end};
-        end = uint64_t{offsets[i]} + lengths[i];
-    }
-    bad |= unsigned{end > row.length};
-    return bad == 0 ? PxStatus{PXSTC_Success} : ColumnAtFault(row);
+    return IsRowGood(row) ? PxStatus{PXSTC_Success} : ColumnAtFault(row);
 }
 
 // What came, before it is judged: a row that is refused is to be seen in the log.
