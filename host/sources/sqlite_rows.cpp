@@ -68,6 +68,7 @@ SqliteRows::SqliteRows(const std::vector<Column> &columns, bool utf16)
         const uint32_t prefix = PrefixBytes(column.type);
         slots_.push_back({PutOf(type, prefix), column.length, prefix, type, column.name});
     }
+    values_.resize(columns.size());
 }
 
 SqliteRows::Put SqliteRows::PutOf(const ValueType &type, uint32_t prefix)
@@ -84,7 +85,14 @@ SqliteRows::Put SqliteRows::PutOf(const ValueType &type, uint32_t prefix)
                              : PutInteger<int8_t>;
 }
 
-size_t SqliteRows::Write(sqlite3_stmt *statement, uint8_t *to)
+SqliteRows::Values SqliteRows::ValuesOf(sqlite3_stmt *statement)
+{
+    for (size_t i = 0; i < values_.size(); ++i)
+        values_[i] = sqlite3_column_value(statement, static_cast<int>(i));
+    return values_;
+}
+
+size_t SqliteRows::Write(Values values, uint8_t *to)
 {
     const size_t columns = slots_.size();
     const size_t indicators = (columns + 7) / 8;
@@ -92,15 +100,15 @@ size_t SqliteRows::Write(sqlite3_stmt *statement, uint8_t *to)
     memset(to, 0, indicators);
     for (size_t i = 0; i < columns; ++i) {
         const Slot &slot = slots_[i];
-        sqlite3_value *value = sqlite3_column_value(statement, static_cast<int>(i));
-        if (sqlite3_value_type(value) == SQLITE_NULL) {
+        const int type = sqlite3_value_type(values[i]);
+        if (type == SQLITE_NULL) {
             const uint32_t zeros = slot.prefix != 0 ? slot.prefix : slot.bytes;
             memset(at, 0, zeros);
             at += zeros;
             to[i / 8] |= static_cast<uint8_t>(0x80 >> i % 8);
             continue;
         }
-        at = slot.put(slot, value, at, misfit_);
+        at = slot.put(slot, type, values[i], at, misfit_);
         if (at == nullptr) [[unlikely]] {
             faulty_ = i;
             return 0;
@@ -109,10 +117,11 @@ size_t SqliteRows::Write(sqlite3_stmt *statement, uint8_t *to)
     return static_cast<size_t>(at - to);
 }
 
-uint8_t *SqliteRows::PutText(const Slot &slot, sqlite3_value *from, uint8_t *at, Misfit &misfit)
+uint8_t *SqliteRows::PutText(const Slot &slot, int type, sqlite3_value *from, uint8_t *at,
+                             Misfit &misfit)
 {
-    if (sqlite3_value_type(from) != SQLITE_TEXT) [[unlikely]]
-        return PutAny(slot, from, at, misfit);
+    if (type != SQLITE_TEXT) [[unlikely]]
+        return PutAny(slot, type, from, at, misfit);
     const std::string_view text = TextAt(from);
     if (text.size() > slot.bytes) [[unlikely]] {
         misfit = Misfit::TooLong;
@@ -126,10 +135,11 @@ uint8_t *SqliteRows::PutText(const Slot &slot, sqlite3_value *from, uint8_t *at,
 }
 
 template <class Integer>
-uint8_t *SqliteRows::PutInteger(const Slot &slot, sqlite3_value *from, uint8_t *at, Misfit &misfit)
+uint8_t *SqliteRows::PutInteger(const Slot &slot, int type, sqlite3_value *from, uint8_t *at,
+                                Misfit &misfit)
 {
-    if (sqlite3_value_type(from) != SQLITE_INTEGER) [[unlikely]]
-        return PutAny(slot, from, at, misfit);
+    if (type != SQLITE_INTEGER) [[unlikely]]
+        return PutAny(slot, type, from, at, misfit);
     const int64_t wide = sqlite3_value_int64(from);
     const auto value = static_cast<Integer>(wide);
     if (value != wide) [[unlikely]] {
@@ -140,16 +150,18 @@ uint8_t *SqliteRows::PutInteger(const Slot &slot, sqlite3_value *from, uint8_t *
     return at + sizeof value;
 }
 
-uint8_t *SqliteRows::PutFloat(const Slot &slot, sqlite3_value *from, uint8_t *at, Misfit &misfit)
+uint8_t *SqliteRows::PutFloat(const Slot &slot, int type, sqlite3_value *from, uint8_t *at,
+                              Misfit &misfit)
 {
-    if (sqlite3_value_type(from) != SQLITE_FLOAT) [[unlikely]]
-        return PutAny(slot, from, at, misfit);
+    if (type != SQLITE_FLOAT) [[unlikely]]
+        return PutAny(slot, type, from, at, misfit);
     const double value = sqlite3_value_double(from);
     memcpy(at, &value, sizeof value);
     return at + sizeof value;
 }
 
-uint8_t *SqliteRows::PutAny(const Slot &slot, sqlite3_value *from, uint8_t *at, Misfit &misfit)
+uint8_t *SqliteRows::PutAny(const Slot &slot, int /*type*/, sqlite3_value *from, uint8_t *at,
+                            Misfit &misfit)
 {
     uint32_t bytes = 0;
     misfit = Convert(slot.type, from, at + slot.prefix, &bytes);
@@ -186,9 +198,9 @@ Misfit SqliteRows::Convert(const ValueType &type, sqlite3_value *from, uint8_t *
     }
 }
 
-std::string SqliteRows::Fault(sqlite3_stmt *statement) const
+std::string SqliteRows::Fault(Values values) const
 {
-    sqlite3_value *const at_fault = sqlite3_column_value(statement, static_cast<int>(faulty_));
+    sqlite3_value *const at_fault = values[faulty_];
     const ValueType &type = slots_[faulty_].type;
     const bool blob = sqlite3_value_type(at_fault) == SQLITE_BLOB;
     const std::string_view whole = blob ? BlobAt(at_fault) : TextAt(at_fault);

@@ -4,8 +4,14 @@
 //     Open     begins to read: from now on this part sees one state of the database
 //     Read     steps, and writes each row straight into the outlet
 //
-// Parts are ranges of an integer, mostly the row id: the first one takes NULL too, and the last has no upper
-// end, so every row belongs to exactly one. All parts are open before any reads. In the usual journal mode
+// The columns of a table are no result row: they are the arguments of a function of ours, which writes the row
+// while SQLite has its values at hand. That spares the result row and the questions for each of its columns. A
+// query or a view may sort its rows or cut them off, and SQLite would call a function before; their rows are
+// taken as they result.
+//
+// Parts are ranges of an integer. By row id each part has many, spread over the table, so that neither gaps in the
+// row ids nor rows that grow give one part more than its share. By another column each has one: the first takes
+// NULL too, and the last has no upper end, so every row belongs to exactly one. All parts are open before any reads. In the usual journal mode
 // nobody can write while one is open. In WAL mode a program can write between two openings; so a second
 // connection looks, when the first rows are read, whether anything was committed since this part's state. If
 // none of the parts sees a commit, all of them see the same state.
@@ -36,14 +42,20 @@ namespace fs = std::filesystem;
 
 constexpr size_t kBatchBytes = 64 * 1024;
 constexpr std::chrono::milliseconds kLongestWait{10'000};
-constexpr const char *kPrepareReading = "PRAGMA mmap_size = 1073741824; PRAGMA trusted_schema = 0";
+constexpr const char *kPrepareReading = "PRAGMA trusted_schema = 0";
+// A table's pages are read once. A cache that stays in the processor's own is faster than a large one, and than
+// pages that are mapped, where each row waits for memory.
+constexpr const char *kSmallCache = "PRAGMA cache_size = -400";
+constexpr const char *kRowFunction = "fenwire_row";
+constexpr int kRangesOfPart = 32;
 constexpr int kTriesToBegin = 5;
 
 struct Range {
     int64_t low = 0, high = 0;  // of the split values; both ends belong to it
     bool empty = true;
 
-    // Where part 1, 2 .. begins.
+    // Where part 1, 2 .. begins; behind the last one it is high + 1, or without meaning where there is no such
+    // number.
     int64_t BoundBefore(int part, int parts) const
     {
         __extension__ using Wide = unsigned __int128;
@@ -101,18 +113,55 @@ public:
         if (watch_)
             RequireSameState();
         for (size_t bytes = 0; bytes < kBatchBytes;) {
-            if (!database_->Step(statement_))
-                return false;
-            const size_t written = rows_.Write(statement_.get(), rows.Reserve());
-            if (written == 0)
+            to_ = rows.Reserve();
+            if (!database_->Step(statement_)) {
+                if (!NextRange())
+                    return false;
+                continue;
+            }
+            if (!by_function_)
+                WriteRow(rows_.ValuesOf(statement_.get()));
+            if (written_ == 0) [[unlikely]]
                 Refuse(rows.rows());
-            rows.Append(written);
-            bytes += written;
+            rows.Append(written_);
+            bytes += written_;
         }
         return true;
     }
 
 private:
+    // Hot. 0 bytes: the row can't be, for a reason that stands in fault_.
+    void WriteRow(SqliteRows::Values values)
+    {
+        written_ = rows_.Write(values, to_);
+        if (written_ == 0) [[unlikely]]
+            fault_ = rows_.Fault(values);
+    }
+
+    // SQLite is C, through which no exception passes.
+    static void RowFunction(sqlite3_context *context, int count, sqlite3_value **values) noexcept
+    {
+        auto *self = static_cast<SqliteSource *>(sqlite3_user_data(context));
+        self->written_ = 0;
+        try {
+            self->WriteRow({values, static_cast<size_t>(count)});
+        } catch (const std::exception &) {
+            sqlite3_result_error_nomem(context);
+        }
+    }
+
+    // Of a table whose columns are no more than a function's arguments. Nothing in the database may call it.
+    void UseFunction()
+    {
+        const auto columns = static_cast<int>(job_.columns.size());
+        if (relation_.row_id.empty() ||
+            columns > sqlite3_limit(database_->get(), SQLITE_LIMIT_FUNCTION_ARG, -1))
+            return;
+        by_function_ = sqlite3_create_function_v2(
+                           database_->get(), kRowFunction, columns, SQLITE_UTF8 | SQLITE_DIRECTONLY,
+                           this, RowFunction, nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+
     void Connect()
     {
         if (!IsSqliteCharset(job_.charset))
@@ -126,6 +175,9 @@ private:
         database_->Run(kPrepareReading);
         relation_ =
             table_.empty() ? SqliteQuery(*database_, query_) : SqliteTableNamed(*database_, table_);
+        if (!relation_.row_id.empty() && split_.empty())
+            database_->Run(kSmallCache);
+        UseFunction();
     }
 
     // A state of the database that nobody changed while it was being taken.
@@ -234,7 +286,9 @@ private:
     // part 0: all rows.
     void Prepare(int part, int parts)
     {
-        std::string sql = fmt::format("SELECT {}", ColumnList());
+        const std::string columns = ColumnList();
+        std::string sql = by_function_ ? fmt::format("SELECT {}({})", kRowFunction, columns)
+                                       : fmt::format("SELECT {}", columns);
         if (!relation_.row_id.empty())
             sql += fmt::format(", {}", relation_.row_id);
         sql += fmt::format(" FROM {}", relation_.sql);
@@ -244,6 +298,13 @@ private:
         }
         const std::string split = SplitExpression();
         const Range range = RangeOf(split);
+        if (split_.empty()) {
+            // Before the first range is bound it is from NULL to NULL, where no row is.
+            statement_ =
+                database_->Prepare(fmt::format("{} WHERE {} BETWEEN ?1 AND ?2", sql, split));
+            TakeRanges(range, part, parts);
+            return;
+        }
         const bool first = part == 1, last = part == parts;
         if (range.empty) {  // there are rows without a split value at most
             statement_ = database_->Prepare(sql + (first ? "" : " WHERE 0"));
@@ -259,15 +320,40 @@ private:
             sqlite3_bind_int64(statement_.get(), 2, range.BoundBefore(part + 1, parts));
     }
 
+    // The part's ranges of row ids, in ascending order.
+    void TakeRanges(const Range &all, int part, int parts)
+    {
+        const int count = parts * kRangesOfPart;
+        for (int i = part; i <= count && !all.empty; i += parts) {
+            const int64_t low = all.BoundBefore(i, count);
+            const bool last = i == count;
+            if (last || all.BoundBefore(i + 1, count) != low)
+                ranges_.push_back(
+                    {low, last ? all.high : all.BoundBefore(i + 1, count) - 1, false});
+        }
+    }
+
+    // Goes on with the next range; without one the part is done.
+    bool NextRange()
+    {
+        if (next_range_ == ranges_.size())
+            return false;
+        const Range &range = ranges_[next_range_++];
+        sqlite3_reset(statement_.get());
+        sqlite3_bind_int64(statement_.get(), 1, range.low);
+        sqlite3_bind_int64(statement_.get(), 2, range.high);
+        return true;
+    }
+
     [[noreturn]] void Refuse(uint64_t before)
     {
-        const int row_id = static_cast<int>(job_.columns.size());
+        const int row_id = by_function_ ? 1 : static_cast<int>(job_.columns.size());
         const std::string where =
             relation_.row_id.empty()
                 ? fmt::format("row {} of instance {}", before + 1, part_)
                 : fmt::format("row id {}", sqlite3_column_int64(statement_.get(), row_id));
-        throw SourceError(fmt::format("{} of {}, {}, {}", What(), Quoted(file_.string()), where,
-                                      rows_.Fault(statement_.get())));
+        throw SourceError(
+            fmt::format("{} of {}, {}, {}", What(), Quoted(file_.string()), where, fault_));
     }
 
     Job job_;
@@ -278,6 +364,12 @@ private:
     SqliteRows rows_;
     std::optional<SqliteDatabase> database_, watch_;
     SqliteStatement statement_;
+    bool by_function_ = false;  // see UseFunction
+    std::vector<Range> ranges_;
+    size_t next_range_ = 0;
+    uint8_t *to_ = nullptr;  // where the next row goes
+    size_t written_ = 0;     // of the row that was made last
+    std::string fault_;
     int64_t state_ = 0;
 };
 
