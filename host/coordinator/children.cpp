@@ -96,7 +96,7 @@ void Child::Kill(const std::string &reason)
 
 void Child::Reap(int milliseconds)
 {
-    constexpr int kStepMs = 5;
+    constexpr int kStepMs = 1;
     channel_.Close();
     for (int waited = 0; running(); waited += kStepMs) {
         if (TryReap())

@@ -131,6 +131,12 @@ bool Coordinator::Over() const
     return settled || (target_ != nullptr && !target_->running());
 }
 
+void Coordinator::CallInstances()
+{
+    for (auto &step : steps_)
+        CallInstances(*step);
+}
+
 void Coordinator::CallInstances(StepRun &step)
 {
     if (target_ != nullptr && !target_open_ && !Failed())
@@ -221,9 +227,9 @@ void Coordinator::Loop()
 {
     auto next_tick = Clock::now();
     while (!Over()) {
-        for (auto &step : steps_)
-            CallInstances(*step);
+        CallInstances();
         SettleRows();
+        CallInstances();  // rows that are settled let them go on, and no message would wake Wait for it
         if (Over())
             break;
         Wait();

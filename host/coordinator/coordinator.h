@@ -49,6 +49,7 @@ private:
                  Channel channel);
     void Loop();
     void Wait();
+    void CallInstances();
     void CallInstances(StepRun &step);
     void SettleRows();
     void SettleTarget();

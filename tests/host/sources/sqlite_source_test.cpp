@@ -165,6 +165,50 @@ TEST_F(SqliteSourceTest, PartsHaveEachRowOnce)
     }
 }
 
+TEST_F(SqliteSourceTest, RowsComeInTheOrderAndNumberOfTheirResult)
+{
+    std::string names = "c0", numbers = "1";
+    for (int i = 1; i < 200; ++i) {
+        names += ", c" + std::to_string(i);
+        numbers += ", " + std::to_string(i + 1);
+    }
+    ASSERT_EQ(Sql("CREATE TABLE t(a, b); INSERT INTO t VALUES (1, 3), (2, 9), (3, 7), (4, 8);"
+                  "CREATE VIEW v AS SELECT a FROM t ORDER BY b DESC LIMIT 3; CREATE TABLE wide(" +
+                  names + "); INSERT INTO wide VALUES (" + numbers + ")"),
+              "");
+    for (const auto &[key, from] : {std::pair{"table", "v"}, {"query", "SELECT * FROM v"}}) {
+        const KeepingOutlet rows = RowsOf(SourceJob({"a VARCHAR(9)"}, key, from));
+        std::string order;
+        for (uint64_t i = 0; i < rows.rows(); ++i)
+            order += *rows.Values(i)[0];
+        EXPECT_EQ(order, "243") << key;
+    }
+    std::vector<std::string> columns;
+    for (int i = 200; i-- > 0;)
+        columns.push_back("c" + std::to_string(i) + " VARCHAR(3)");
+    const KeepingOutlet rows = RowsOf(SourceJob(columns, "table", "wide"));
+    ASSERT_EQ(rows.rows(), 1u);
+    for (int i = 0; i < 200; ++i)
+        EXPECT_EQ(rows.Values(0)[static_cast<size_t>(i)], std::to_string(200 - i));
+}
+
+TEST_F(SqliteSourceTest, PartsHaveAboutTheSameNumberOfBytes)
+{
+    // Rows that grow, and a gap of as many row ids as the rows have.
+    ASSERT_EQ(Sql("CREATE TABLE t(v); WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM "
+                  "n WHERE i < 4000) INSERT INTO t(rowid, v) SELECT iif(i > 3000, i + 4000, i), "
+                  "printf('%.*c', i, 'x') FROM n"),
+              "");
+    Job job = SourceJob({"v VARCHAR(4000)"}, "table", "t");
+    job.source_instances = 3;
+    for (int part = 1; part <= 3; ++part) {
+        size_t bytes = 0;
+        for (const std::string &row : RowsOf(job, part, 3).kept)
+            bytes += row.size();
+        EXPECT_NEAR(static_cast<double>(bytes), 4000 * 4000 / 2 / 3, 4000 * 4000 / 2 / 20) << part;
+    }
+}
+
 TEST_F(SqliteSourceTest, ValuesThatDoNotFitAreNamed)
 {
     const std::string zero("a\0b", 3);
