@@ -86,7 +86,8 @@ int pmWrite(pmToken handle, const pmRecord *record)
         return code;
     ++file->RecCount;
     code = file->Fmt.FmtWrite(file, record, WantsEachRecordWritten(file));
-    if (record->DataLength != 0)  // a record that leaves nothing leaves no byte order mark either
+    // What leaves nothing leaves no byte order mark either.
+    if (record != nullptr && (record->DataLength != 0 || file->bExact != 0))
         file->BeginningOfFile = 0;
     return code;
 }
