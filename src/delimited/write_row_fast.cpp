@@ -277,9 +277,8 @@ bool BytesTellMarks(bool quotes)
     const auto is_byte = [](const MarkText &mark) {
         return mark.length == 1 && (UsingSingleByteCharSet || IsAsciiByte(mark));
     };
-    const auto is_free = [&](const MarkText &mark) {
-        return mark.length == 0 ||
-               (is_byte(mark) && mark.first != delimiter.first && !IsLineEnd(mark));
+    const auto is_free = [&is_byte, taken = delimiter.first](const MarkText &mark) {
+        return mark.length == 0 || (is_byte(mark) && mark.first != taken && !IsLineEnd(mark));
     };
     if (!UsingSingleByteCharSet && CharSetFamily != kFamilyUtf8)
         return false;

@@ -225,7 +225,7 @@ FakeRow Fake::Row(const std::vector<std::optional<std::string>> &values) const
         if (!values[i])
             row.bytes[i / 8] |= static_cast<uint8_t>(0x80 >> i % 8);
         for (uint32_t at = 0; at < prefix; ++at)
-            row.bytes.push_back(at < 4 ? static_cast<uint8_t>(value.size() >> at * 8) : 0);
+            row.bytes.push_back(static_cast<uint8_t>(at < 4 ? value.size() >> at * 8 : 0));
         row.indicators.push_back(values[i] ? 0 : 1);
         row.offsets.push_back(static_cast<uint32_t>(row.bytes.size()));
         row.lengths.push_back(static_cast<uint32_t>(value.size()));
