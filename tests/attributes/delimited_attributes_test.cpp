@@ -184,26 +184,6 @@ TEST_F(DelimitedAttributes, SettingsComposeTheParsingCase)
     EXPECT_EQ(cDelimiter, '|');
 }
 
-TEST_F(DelimitedAttributes, TrimOfBothKindsAddsUp)
-{
-    TextDelimiter = {.length = 1, .value = {'|'}};
-    UsingSingleByteCharSet = 0;
-    TrimLeadingChar.length = 2;
-    TrimTrailingChar.length = 1;
-    ComposeParsingCase();
-    EXPECT_EQ(UDDI_ParsingCase, 2100003);
-    TrimTrailingNchars = 4;
-    ComposeParsingCase();
-    EXPECT_EQ(UDDI_ParsingCase, 2100005);
-}
-
-TEST_F(DelimitedAttributes, TextHasNoParsingCaseToValidate)
-{
-    EXPECT_EQ(ReadFile({{"Format", "Text"}}), "0 ");
-    EXPECT_EQ(bValidateParsingCase, 0U);
-    EXPECT_EQ(TextDelimiter.length, 0);
-}
-
 TEST_F(DelimitedAttributes, TextHelpers)
 {
     EXPECT_TRUE(is_it_a_number("0063"));

@@ -92,20 +92,6 @@ TEST_F(Scan, NoFileNoDirectoryAndAKindThatIsNoInputAreFatal)
     EXPECT_EQ(fake.public_log, "19119(" + directory.path() + "/none/: No such file or directory) ");
 }
 
-TEST_F(Scan, NameIsOneFileWhenTheScanIsOff)
-{
-    directory.Write("a*b", "123");
-    directory.Write("axb", "1");
-    Name("a*b");
-    bEnableScan = kNo;
-    TotalInstances = 3;
-    ASSERT_EQ(BuildGlobalInfo(), PXSTC_Success);
-    EXPECT_EQ(Names(), (std::vector<std::string>{"a*b"}));
-    EXPECT_EQ(Entry(1).Size, 3);
-    EXPECT_EQ(Entry(1).Status, kInProcess);
-    EXPECT_EQ(Entry(1).Instance, 1);
-}
-
 TEST_F(Scan, MissingFileAndNullDeviceAreEnteredForTheOpenToDecide)
 {
     for (const char *name : {"missing", "/dev/null"}) {

@@ -25,45 +25,6 @@ protected:
     TempDirectory directory;
 };
 
-TEST_F(Access, OpenResults)
-{
-    Start();
-    directory.Write("full", "a\n");
-    directory.Write("empty", "");
-    directory.Write("packed.gz", "a\n");
-    EXPECT_EQ(FW_FenwireOpen(directory.File("full").c_str()), PXSTC_Success);
-    EXPECT_EQ(FW_FenwireOpen(directory.File("empty").c_str()), PXSTC_Success);
-    EXPECT_NE(pmfp, 0U);
-    EXPECT_EQ(fake.public_log, "");
-    const std::string none = directory.File("none");
-    EXPECT_EQ(FW_FenwireOpen(none.c_str()), PXSTC_FatalError);
-    EXPECT_EQ(fake.public_log, "19231(" + none + ") 19015(12) ");
-    EXPECT_EQ(pmfp, 0U);
-    EXPECT_EQ(fake.exit_code, 12);
-    fake.public_log.clear();
-    const std::string packed = directory.File("packed.gz");
-    EXPECT_EQ(FW_FenwireOpen(packed.c_str()), PXSTC_FatalError);
-    EXPECT_EQ(fake.public_log,
-              "19434(pmOpen,34,compressed files are not available in this version: '" + packed +
-                  "') 19304() ");
-}
-
-TEST_F(Access, OpenForgetsTheLastFile)
-{
-    Start();
-    directory.Write("a", "a\n");
-    const std::string path = directory.File("a");
-    for (const int32_t every_file : {0, 1}) {
-        RowCount = FileRecordCount = FileRowCount = FileRowsSkipped = RowsSkipped = 5;
-        bSkipRowsDone = 1;
-        bSkipRowsEveryFile = every_file;
-        EXPECT_EQ(FW_FenwireOpen(path.c_str()), PXSTC_Success);
-        EXPECT_EQ(FileRecordCount + FileRowCount + FileRowsSkipped, 0U);
-        EXPECT_EQ(RowCount + RowsSkipped, 10U);
-        EXPECT_EQ(bSkipRowsDone, every_file != 0 ? 0U : 1U);
-    }
-}
-
 TEST_F(Access, CheckpointsAreTakenUnlessTheirIntervalIsZero)
 {
     ASSERT_EQ(FW_FenwireInit(), PXSTC_Success);

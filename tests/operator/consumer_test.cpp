@@ -8,11 +8,9 @@
 
 #include "fileset/fileset_state.h"
 #include "operator/messages.h"
-#include "operator/methods.h"
 #include "pm/disk/os_calls.h"
 #include "pm/pm_state.h"
-#include "tests/support/fake_infrastructure.h"
-#include "tests/support/temp_directory.h"
+#include "tests/operator/whole_instance.h"
 
 using namespace std::literals;
 
@@ -20,12 +18,11 @@ namespace {
 
 constexpr uint32_t kChar = 5;
 
-class Consumer : public testing::Test {
+class Consumer : public WholeInstance {
 protected:
     Consumer()
     {
         fake.integer["SYSTEM_OperatorType"] = 2;
-        fake.text["DirectoryPath"] = directory.path();
         fake.text["FileName"] = "out.txt";
         fake.text["Format"] = "Text";
         fake.columns = {{.name = "id", .type = kChar, .length = 2},
@@ -36,46 +33,6 @@ protected:
     {
         for (int i = 0; i < rows; ++i)
             fake.stream.push_back(fake.Row({std::to_string(10 + i % 90), "abc"}));
-    }
-
-    // The statuses of all calls, a run of 43 as one, as a producer's test writes them.
-    std::string Run()
-    {
-        std::string statuses;
-        if (Note(statuses, PX_Initiate(fake.op(), 1)) == PXSTC_NextPhase &&
-            Note(statuses, PX_Initiate(fake.op(), 2)) == PXSTC_EndMethod) {
-            PxStatus last = PXSTC_Success, status = PXSTC_SamePhase;
-            for (; status == PXSTC_SamePhase; last = status) {
-                status = PX_Execute(fake.op(), 1);
-                if (status != PXSTC_SamePhase || last != PXSTC_SamePhase)
-                    Note(statuses, status);
-            }
-        }
-        Note(statuses, PX_Terminate(fake.op(), 1));
-        Note(statuses, PX_Terminate(fake.op(), 2));
-        return statuses;
-    }
-
-    bool Told(const std::string &message) const
-    {
-        return fake.public_log.find(message) != std::string::npos;
-    }
-
-    void TearDown() override
-    {
-        if (HasFailure())
-            printf("console:\n%s\npublic log: %s\nprivate log:\n%s\n", fake.console.c_str(),
-                   fake.public_log.c_str(), fake.private_log.c_str());
-    }
-
-    Fake fake;
-    TempDirectory directory;
-
-private:
-    static PxStatus Note(std::string &statuses, PxStatus status)
-    {
-        statuses += std::to_string(status) + " ";
-        return status;
     }
 };
 

@@ -36,17 +36,6 @@ protected:
     Fake fake;
 };
 
-TEST_F(Methods, TableIsHandedOutAnyNumberOfTimes)
-{
-    PxMethods *first = nullptr, *second = nullptr;
-    EXPECT_EQ(PX_GetOperatorMethods(&first), PXSTC_Success);
-    EXPECT_EQ(PX_GetOperatorMethods(&second), PXSTC_Success);
-    EXPECT_EQ(first, second);
-    EXPECT_STREQ(first->interface_version, "16.10.00.10");
-    EXPECT_EQ(first->flag, 1U);
-    EXPECT_EQ(first->event, PX_Event);
-}
-
 TEST_F(Methods, UnknownPhaseIsFatalAndNamed)
 {
     EXPECT_EQ(PX_Initiate(fake.op(), 3), PXSTC_FatalError);
@@ -103,27 +92,6 @@ TEST_F(Methods, CountBeyond32BitsIsSaidAndSentInItsLowHalf)
     PutJobStats();
     EXPECT_EQ(fake.statistics[1], "119=5");
     EXPECT_TRUE(Traced("FWRowsRead=4294967301 does not fit a 32-bit statistic"));
-}
-
-TEST_F(Methods, FileCountsAddUpAndGoOutOnce)
-{
-    bFileCountsDue = 1;
-    CurrentFileIndex = 3;
-    CurrentFile.Size = 99;
-    FileRecordCount = 10;
-    FileRowCount = 8;
-    FileRowsSkipped = 4;
-    PutFileCounts(1);
-    PutFileCounts(0);
-    ASSERT_EQ(fake.file_counts.size(), 1U);
-    const PxFileCounts &counts = fake.file_counts[0];
-    EXPECT_EQ(counts.index, 3U);
-    EXPECT_EQ(counts.ended, 1U);
-    EXPECT_EQ(counts.bytes, 99U);
-    EXPECT_EQ(counts.records, 14U);
-    EXPECT_EQ(counts.rows, 8U);
-    EXPECT_EQ(counts.refused, 2U);
-    EXPECT_EQ(counts.skipped, 4U);
 }
 
 TEST_F(Methods, FormatsFitTheRowsOfTheJob)

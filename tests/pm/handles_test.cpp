@@ -124,15 +124,6 @@ TEST_F(Handles, OpenRefusesWhatItCanNotServe)
     EXPECT_EQ(open(directory.File("c.gz.gz")), pmrcOk);  // its first ".gz" is not at the end
 }
 
-TEST_F(Handles, EmptyFileIsOpenAndAtItsEnd)
-{
-    pmRecord record = {};
-    OpenText("");
-    EXPECT_NE(file, 0U);
-    EXPECT_EQ(pmRead(file, &record), pmrcEOF);
-    EXPECT_EQ(pmClose(file), pmrcOk);
-}
-
 TEST_F(Handles, ReadFilesAreNotWrittenAndHaveNoPositionsYet)
 {
     pmRecord record = {};
@@ -174,25 +165,13 @@ TEST_F(Handles, ManyFilesLeaveNoMemoryBehind)
 
 TEST_F(Handles, ErrorTexts)
 {
-    // clang-format off
-    static constexpr struct {
-        int code;
-        const char *text;
-    } kCases[] = {
-        {0,  "No error"}, {9, "End-of-file"}, {34, "Unknown Access Module failure"},
-        {46, "File BOM conflicts with defined character set"},
-        {51, "Attribute value rejected by Fenwire"},
-        {56, "Can not checkpoint or restart a PIPE"},
-        {-1, "No such Access Module API return code"},
-        {47, "No such Access Module API return code"},
-        {55, "No such Access Module API return code"},
-        {57, "No such Access Module API return code"},
-    };
-    // clang-format on
-    for (const auto &c : kCases) {
+    EXPECT_STREQ(pmErrorText(9), "End-of-file");
+    EXPECT_STREQ(pmErrorText(56), "Can not checkpoint or restart a PIPE");
+    for (const int code : {-1, 47, 55, 57}) {
         pmData text = {};
-        EXPECT_EQ(pmGetErrText(c.code, &text), pmrcOk);
-        EXPECT_EQ(std::string(static_cast<const char *>(text.bytes), text.length), c.text);
+        EXPECT_EQ(pmGetErrText(code, &text), pmrcOk);
+        EXPECT_EQ(std::string(static_cast<const char *>(text.bytes), text.length),
+                  "No such Access Module API return code");
     }
     const std::string longest(32001, 'x');
     pmSetErrTxt(longest.data(), 32001);

@@ -100,13 +100,6 @@ TEST_F(UnxDisk, FailedOpenLeavesNothingOpen)
     EXPECT_TRUE(flags_of_open & O_CLOEXEC);
 }
 
-TEST_F(UnxDisk, DirectoryIsNoFile)
-{
-    EXPECT_EQ(Open(directory.path()), pmrcOk);
-    EXPECT_EQ(ReadAll(), "->34");
-    EXPECT_STREQ(pmErrorText(34), "pmunxRBuf: read error (Is a directory)");
-}
-
 TEST_F(UnxDisk, PipeIsReadToItsEndThoughBytesComeSingly)
 {
     for (const uint32_t limit : {0U, 5U}) {
@@ -122,18 +115,6 @@ TEST_F(UnxDisk, PipeIsReadToItsEndThoughBytesComeSingly)
         EXPECT_EQ(pmClose(file), pmrcOk);
         unlink(pipe.c_str());
     }
-}
-
-TEST_F(UnxDisk, SilentPipeTimesOut)
-{
-    FIFO_TimeOutSeconds = 1;
-    MakePipe();
-    EXPECT_EQ(Open(pipe), pmrcOk);  // does not wait for a writer
-    pmRecord record = {};
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(pmRead(file, &record), pmrcTimeOut);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(990));
-    EXPECT_EQ(fake.public_log, "19468() ");
 }
 
 TEST_F(UnxDisk, RecordsGoOnBehindATimeOut)

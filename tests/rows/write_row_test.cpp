@@ -94,17 +94,6 @@ protected:
 
 }  // namespace
 
-TEST_F(WriteRow, RecordsGoOutOneByOne)
-{
-    EXPECT_EQ(Run({"a|b", "", {"c|", pmrcNoEOR}}), "43 48");
-    EXPECT_EQ(Rows(), "[a|b]");
-    SG_AcceptMissingColumns = kYes;
-    EXPECT_EQ(Run({"a|b", "", {"c|", pmrcNoEOR}}), "43 43 43 12");
-    EXPECT_EQ(Rows(), "[a|b][NULL|NULL][c|NULL]");
-    EXPECT_EQ(RowCount, 4U);
-    EXPECT_EQ(FileRecordCount, 5U) << "the one that was refused, too";
-}
-
 TEST_F(WriteRow, ResultsOfTheReader)
 {
     // clang-format off
@@ -146,17 +135,6 @@ TEST_F(WriteRow, SkipRowsDropsTheFirstRecords)
     EXPECT_EQ(RowsSkipped, 3U);
     EXPECT_EQ(FileRowsSkipped, 1U);
     EXPECT_EQ(FileRecordCount, 2U) << "skipped records are in no other count";
-}
-
-TEST_F(WriteRow, SkipRowsEveryFileBeginsAnew)
-{
-    SkipRows = 1;
-    bSkipRowsEveryFile = 1;
-    EXPECT_EQ(Run({"a|b", "c|d"}), "43 12");
-    FileRowsSkipped = bSkipRowsDone = 0;  // the next file
-    EXPECT_EQ(Run({"e|f", "g|h"}), "43 12");
-    EXPECT_EQ(Rows(), "[c|d][g|h]");
-    EXPECT_EQ(RowsSkipped, 2U);
 }
 
 TEST_F(WriteRow, RowsPerInstanceEndsTheData)
@@ -240,51 +218,16 @@ TEST_F(WriteRow, AFourByteCharacterIsFatalAndNamed)
     EXPECT_EQ(fake.public_log, "19439(in/a.csv,2,0,(null)) ");
 }
 
-TEST_F(WriteRow, TheInfrastructureRefusesARow)
+TEST_F(WriteRow, RowIsHeldToTheBufferWithTheFileName)
 {
-    fake.put_row_status = PXSTC_DataStream;
-    EXPECT_EQ(Run({"a|b"}), "48");
-    EXPECT_EQ(fake.exit_code, 12);
-    EXPECT_TRUE(Traced("PX_PutRow returned code 40"));
-    schemaHandle->kind = PX_KIND_LOG;
-    EXPECT_EQ(Run({"a|b"}), "48") << "an object of another kind is not called";
-}
-
-TEST_F(WriteRow, ATextRecordHasTheSchemasLength)
-{
-    SG_VARtypesFlag = 0;
-    TotalFixedLength = 5;
-    SG_ColOffs[0] = 0, SG_ColOffs[1] = 3;
-    SG_ColLens[0] = 3, SG_ColLens[1] = 2;
-    EXPECT_EQ(Run({"abcde", "abcd"}), "43 29");
-    EXPECT_EQ(Rows(), "[abc|de]");
-    EXPECT_EQ(fake.public_log, "19113(5,4) ");
-    EXPECT_EQ(fake.exit_code, 0) << "the caller's statuses decide what that costs";
-}
-
-TEST_F(WriteRow, FileNameGoesIntoItsColumn)
-{
-    static constexpr struct {
-        int32_t column;
-        uint32_t type;
-        const char *rows;
-    } kCases[] = {
-        {1, 7, "[in/a.csv|a|b][in/a.csv|NULL|b][in/a.csv|c|NULL]"},
-        {2, 7, "[a|in/a.csv|b][NULL|in/a.csv|b][c|in/a.csv|NULL]"},
-        {3, 5, "[a|b|in/a.csv  ][NULL|b|in/a.csv  ][c|NULL|in/a.csv  ]"},
-    };
     Reading = OperatorType = FileFormat = 1;
     BufferSize = 100;
-    SG_AcceptMissingColumns = kYes;
-    for (const auto &c : kCases) {
-        FreeFilenameColumn();
-        ASSERT_EQ(TakeMetadataColumn(c.column, 1, c.type, 10), PXSTC_Success);
-        ASSERT_EQ(AllocateFilenameRow(), PXSTC_Success);
-        ASSERT_EQ(NoteFilename(CurrentFullPath), PXSTC_Success);
-        EXPECT_EQ(Run({"a|b", "|b", "c"}), "43 43 43 12");
-        EXPECT_EQ(Rows(), c.rows);
-        EXPECT_EQ(SG_ColCount, 2) << "as if nothing had been there";
-    }
+    ASSERT_EQ(TakeMetadataColumn(3, 1, 5, 10), PXSTC_Success);
+    ASSERT_EQ(AllocateFilenameRow(), PXSTC_Success);
+    ASSERT_EQ(NoteFilename(CurrentFullPath), PXSTC_Success);
+    EXPECT_EQ(Run({"a|b"}), "43 12");
+    EXPECT_EQ(Rows(), "[a|b|in/a.csv  ]");
+    EXPECT_EQ(SG_ColCount, 2) << "as if nothing had been there";
     BufferSize = 10 + 5;
     EXPECT_EQ(Run({"abc|de"}), "43 12");
     EXPECT_EQ(Run({"abc|def"}), "48");
