@@ -24,7 +24,7 @@ struct OutgoingRow {
     const DelimitedConvertRec *converted;  // null: every value stands in the row as text
     bool append;                           // a delimiter follows the last column too
 
-    bool IsNull(int32_t column) const { return indicators[column] == 1; }
+    bool IsNull(int32_t column) const { return indicators[column] != 0; }
     bool IsDelimited(int32_t column) const { return append || column + 1 < columns; }
 
     OutgoingValue Value(int32_t column) const

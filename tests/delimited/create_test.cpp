@@ -107,10 +107,14 @@ TEST(Create, ConvertedColumnsTakeTheirText)
     DelimitedConvertRec records[3] = {};
     records[1] = {.length = 3, .convert = 1, .text = "1,5"};
     records[2] = {.length = 0xFFFFFFFF, .convert = 1, .text = ""};
+    uint8_t null = 1;
     const auto write = [&](const Values &values) {
         std::string record(1000, '\0');
         const RowOfValues bytes(values);
         OutgoingRow row = bytes.Outgoing();
+        const uint8_t indicators[] = {0, values[1] ? uint8_t{0} : null,
+                                      values[2] ? uint8_t{0} : null};
+        row.indicators = indicators;
         row.converted = records;
         auto *to = reinterpret_cast<uint8_t *>(record.data());
         record.resize(static_cast<size_t>(WriteRowLiterally(row, to).end - to));
@@ -118,6 +122,8 @@ TEST(Create, ConvertedColumnsTakeTheirText)
     };
     EXPECT_EQ(write({"a", "\x01\x02", kNull}), "a,'1,5',");
     EXPECT_EQ(write({"a", kNull, "x"}).size(), 3 + sizeof records->text);  // and no byte behind it
+    null = 2;  // what stood there in the row before is nobody's value
+    EXPECT_EQ(write({"a", kNull, kNull}), "a,,");
 }
 
 // Columns that overlap add up to more than the row.
