@@ -74,24 +74,6 @@ TEST_F(Scan, PublishedDirInfoTellsWhatWasStored)
     EXPECT_EQ(fake.calls, (std::vector<std::string>{"create DirInfo", "create FileNames"}));
 }
 
-TEST_F(Scan, NoFileNoDirectoryAndAKindThatIsNoInputAreFatal)
-{
-    Name("*.csv");
-    EXPECT_EQ(BuildGlobalInfo(), PXSTC_FatalError);
-    EXPECT_EQ(fake.public_log, "19117(" + directory.path() + "/,FileName,*.csv) 19015(12) ");
-    fake.public_log.clear();
-    Name("sub");
-    std::filesystem::create_directory(directory.File("sub"));
-    EXPECT_EQ(BuildGlobalInfo(), PXSTC_FatalError);
-    EXPECT_EQ(fake.public_log, "19127(" + directory.File("sub") + ",directory) 19117(" +
-                                   directory.path() + "/,FileName,sub) ");
-    fake.public_log.clear();
-    Name("*");
-    snprintf(DirInfo.DirName, sizeof DirInfo.DirName, "%s/none/", directory.path().c_str());
-    EXPECT_EQ(BuildGlobalInfo(), PXSTC_FatalError);
-    EXPECT_EQ(fake.public_log, "19119(" + directory.path() + "/none/: No such file or directory) ");
-}
-
 TEST_F(Scan, MissingFileAndNullDeviceAreEnteredForTheOpenToDecide)
 {
     for (const char *name : {"missing", "/dev/null"}) {

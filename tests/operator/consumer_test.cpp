@@ -158,10 +158,6 @@ void MakeDelimited(Fake &fake, size_t columns, const std::vector<Values> &rows)
 // clang-format off
 constexpr Course kCourses[] = {
     {"NoRows", "41 42 42 41 42 ", "19221(1) ", "", 1, 0, [](Fake &f, const auto &) { f.stream.clear(); }},
-    {"Overwritten", "41 42 43 42 41 42 ", "19203(OpenMode,Write) ", "10abc\n11abc\n", 1, 2,
-     [](Fake &, const auto &d) { d.Write("out.txt", "the old contents, which were longer\n"); }},
-    {"AppendedTo", "41 42 43 42 41 42 ", "19222(", "old\n10abc\n11abc\n", 1, 2,
-     [](Fake &f, const auto &d) { f.text["OpenMode"] = "WriteAppend"; d.Write("out.txt", "old\n"); }},
     {"NothingToAppendTo", "41 48 41 42 ", "19231(", "", 0, 0,
      [](Fake &f, const auto &) { f.text["OpenMode"] = "WriteAppend"; }},
     {"Delimited", "41 42 43 42 41 42 ", "19221(1) ", "1|a b\n|\n", 1, 2,

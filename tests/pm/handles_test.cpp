@@ -10,16 +10,8 @@ using Handles = Pm;
 TEST(PmUnstarted, EveryCallAsksForPmInit)
 {
     pmRecord record = {};
-    pmData data = {};
-    pmToken token = 0;
-    const pmAttachParms attach = {};
-    EXPECT_EQ(pmAttach(&attach, 1, &token), pmrcNotInitialised);
     EXPECT_EQ(pmRead(1, &record), pmrcNotInitialised);
     EXPECT_EQ(pmWrite(1, &record), pmrcNotInitialised);
-    EXPECT_EQ(pmFlush(1), pmrcNotInitialised);
-    EXPECT_EQ(pmGetPos(1, 0, &data), pmrcNotInitialised);
-    EXPECT_EQ(pmRepos(1, &data), pmrcNotInitialised);
-    EXPECT_EQ(pmClose(1), pmrcNotInitialised);
     EXPECT_EQ(pmDetach(1, 2), pmrcNotInitialised);
     EXPECT_EQ(pmShutDown(2), pmrcNotInitialised);
     const pmVersion *first = nullptr;

@@ -134,26 +134,6 @@ TEST_F(Schema, RowLengthsCountIndicatorsAndPrefixes)
     }
 }
 
-TEST_F(Schema, ColumnsAreTakenOverAndClassified)
-{
-    Play(1, kBinary);
-    EXPECT_EQ(Establish({Column(kInteger, 4), Column(kNumber, 18, 9), Column(kClob, 100)}), "0 ");
-    ASSERT_EQ(SG_ColCount, 3);
-    EXPECT_EQ(SG_ColLensBase[2], 100U);
-    EXPECT_EQ(SG_ColOffs[2], 22U);
-    EXPECT_EQ(SG_ColPrecision[1], 9);
-    EXPECT_EQ(std::vector<uint32_t>(SG_IsVarType, SG_IsVarType + 3),
-              (std::vector<uint32_t>{0, 1, 1}));
-    EXPECT_EQ(std::vector<uint32_t>(SG_IsInlineLOB, SG_IsInlineLOB + 3),
-              (std::vector<uint32_t>{0, 0, 1}));
-    EXPECT_EQ(SG_VARtypesFlag + SG_LOBStypesFlag + SG_NUMtypesFlag + bLOBsINschema, 4U);
-    EXPECT_NE(fake.private_log.find("         INTEGER (  1)   0       4       0 N c\n"),
-              std::string::npos);
-    FreeSchema();
-    FreeSchema();
-    EXPECT_EQ(SG_ColLens, nullptr);
-}
-
 TEST_F(Schema, ConsumerKnowsTheWidthOfItsText)
 {
     // clang-format off
