@@ -11,11 +11,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <time.h>
 
-#include <dlfcn.h>
-
-#include "tests/support/fake_infrastructure.h"
+#include "bench/library.h"
 
 namespace {
 
@@ -26,47 +23,6 @@ PxStatus TakeRow(PxSchema *, int32_t, const uint8_t *, const uint32_t *, const u
 {
     ++rows_taken;
     return 0;
-}
-
-double CpuSeconds()
-{
-    timespec now;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-const PxMethods &Load(const char *path)
-{
-    void *library = dlopen(path, RTLD_NOW);
-    if (library == nullptr) {
-        fprintf(stderr, "%s\n", dlerror());
-        exit(1);
-    }
-    const auto entry =
-        reinterpret_cast<PxStatus (*)(PxMethods **)>(dlsym(library, "PX_GetOperatorMethods"));
-    PxMethods *methods = nullptr;
-    if (entry == nullptr || entry(&methods) != 0) {
-        fprintf(stderr, "%s is no operator library\n", path);
-        exit(1);
-    }
-    return *methods;
-}
-
-// Calls until the method is over: 42, or 0 of initiate's phases.
-void Drive(PxStatus (*method)(PxOperator *, uint32_t), Fake &fake, const char *what)
-{
-    for (uint32_t phase = 1;; ++phase) {
-        PxStatus status;
-        do
-            status = method(fake.op(), phase);
-        while (status == 43);
-        if (status == 42)
-            return;
-        if (status != 41 && status != 0) {
-            fprintf(stderr, "%s: %d\n%s\n", what, status, fake.public_log.c_str());
-            exit(1);
-        }
-    }
 }
 
 void AddColumns(Fake &fake, const char *lengths)

@@ -9,17 +9,14 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <dlfcn.h>
-
+#include "bench/library.h"
 #include "host/job/column_syntax.h"
 #include "host/sources/row_maker.h"
-#include "tests/support/fake_infrastructure.h"
 
 namespace {
 
@@ -89,44 +86,6 @@ void AddColumns(const char *text, Fake &fake, fenwire::Job &job)
         shown.precision = column.precision;
         shown.scale = column.scale;
         fake.columns.push_back(shown);
-    }
-}
-
-double CpuSeconds()
-{
-    timespec now;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-const PxMethods &Load(const char *path)
-{
-    void *library = dlopen(path, RTLD_NOW);
-    const auto entry =
-        library == nullptr
-            ? nullptr
-            : reinterpret_cast<PxStatus (*)(PxMethods **)>(dlsym(library, "PX_GetOperatorMethods"));
-    PxMethods *methods = nullptr;
-    if (entry == nullptr || entry(&methods) != 0) {
-        fprintf(stderr, "%s is no operator library\n", path);
-        exit(1);
-    }
-    return *methods;
-}
-
-void Drive(PxStatus (*method)(PxOperator *, uint32_t), Fake &fake, const char *what)
-{
-    for (uint32_t phase = 1;; ++phase) {
-        PxStatus status;
-        do
-            status = method(fake.op(), phase);
-        while (status == 43);
-        if (status == 42)
-            return;
-        if (status != 41 && status != 0) {
-            fprintf(stderr, "%s: %d\n%s\n", what, status, fake.public_log.c_str());
-            exit(1);
-        }
     }
 }
 
