@@ -182,12 +182,6 @@ TEST_F(Attributes, FilesetValuesArrive)
     EXPECT_EQ(DirectoryPath, std::filesystem::current_path().string() + "/");
 }
 
-TEST_F(Attributes, OnlyInstanceOneTellsButAllFail)
-{
-    ThisInstance = 2;
-    EXPECT_EQ(Read(ReadFilesetAttributes, {{"EnableScan", "O"}}), "48 19015(12) ");
-}
-
 TEST_F(Attributes, WildAnswersOfTheInfrastructureAreRefused)
 {
     static struct {

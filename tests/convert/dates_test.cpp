@@ -150,16 +150,3 @@ TEST(Dates, Utf16ValuesKeepTheirOrderAndTheirLimits)
             << c.about;
     }
 }
-
-TEST(Dates, CodesHaveWordsAndNumbers)
-{
-    for (int32_t code = 1; code <= kWrongWeekday; ++code) {
-        const std::string text = DateErrorText(code);
-        EXPECT_EQ(ThrowDateTimeError(code, false, ""), 10660 + code);
-        if (!text.empty()) {
-            EXPECT_EQ(std::stoi(text), code) << text;
-        }
-    }
-    EXPECT_EQ(ThrowDateTimeError(0, false, ""), 0);
-    EXPECT_EQ(ThrowDateTimeError(30, false, ""), 0);
-}

@@ -1,6 +1,5 @@
 // tests/operator/instance_test.cpp - an instance from its first call to its last, over real files.
 
-#include <filesystem>
 #include <gtest/gtest.h>
 
 #include "fileset/fileset_state.h"
@@ -36,16 +35,6 @@ TEST_F(Instance, OneFileGoesFromDiskToRows)
     EXPECT_EQ(fake.file_counts[0].bytes, 15U);
     EXPECT_TRUE(fake.globals.empty()) << "what was created is deleted";
     EXPECT_EQ(fake.calls.back(), "close private log");
-}
-
-TEST_F(Instance, WorkingDirectoryStandsInForDirectoryPath)
-{
-    directory.Write("a.csv", "1,a\n");
-    fake.text.erase("DirectoryPath");
-    std::filesystem::current_path(directory.path());
-    EXPECT_EQ(Run(), "41 42 43 42 41 42 ");
-    EXPECT_EQ(fake.rows.size(), 1U);
-    EXPECT_NE(fake.public_log.find("19222(1," + directory.File("a.csv") + ") "), std::string::npos);
 }
 
 TEST_F(Instance, SeveralReadersGiveWayToAScan)

@@ -8,16 +8,6 @@
 
 namespace {
 
-int blocks = 0;
-
-void CountBlocks()
-{
-    os.calloc = [](size_t count, size_t size) {
-        ++blocks;
-        return calloc(count, size);
-    };
-}
-
 pmToken Get(uint32_t size)
 {
     pmToken token = 0;
@@ -28,19 +18,6 @@ pmToken Get(uint32_t size)
 }
 
 }  // namespace
-
-TEST(Memory, OneBlockServesUpToItsSize)
-{
-    CountBlocks();
-    pmMMNewPool();
-    EXPECT_NE(Get(65512), 0U);
-    EXPECT_EQ(blocks, 1);
-    EXPECT_NE(Get(65513), 0U);  // a block of its own
-    EXPECT_NE(Get(100), 0U);
-    EXPECT_NE(Get(100), 0U);  // in the block of the one before
-    EXPECT_EQ(blocks, 3);
-    pmMMFreePool();
-}
 
 TEST(Memory, SmallestFittingPieceIsReused)
 {
