@@ -118,7 +118,7 @@ PxStatus OperatorServices::PutRow(PxSchema *schema, int32_t columns, const uint8
     return PXSTC_Success;
 }
 
-// For a target that only counts: the rows stay where they are.
+// For a target that only counts: the rows stay where they are, and nobody looks for their columns.
 PxStatus OperatorServices::CountRow(PxSchema *schema, int32_t columns, const uint8_t *indicators,
                                     const uint32_t *offsets, const uint32_t *lengths,
                                     const void *row, uint32_t row_length)
@@ -127,8 +127,8 @@ PxStatus OperatorServices::CountRow(PxSchema *schema, int32_t columns, const uin
     const uint32_t size = row_length == kNoBytes ? 0 : row_length;
     const PutArrays from = {indicators, offsets, lengths, row, size};
     if (const PxStatus status = CheckArguments(stream.columns, columns, from);
-        status != PXSTC_Success) [[unlikely]]
-        return InLayout(columns, from) ? PutInLayout(*stream.out, from) : status;
+        status != PXSTC_Success && !InLayout(columns, from)) [[unlikely]]
+        return status;
     stream.out->writer().Count(size);
     return PXSTC_Success;
 }
