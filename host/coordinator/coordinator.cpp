@@ -150,8 +150,6 @@ void Coordinator::CallInstances(StepRun &step)
                                              .Put(call.phase)
                                              .Put(Failed() ? 0U : 1U));
     }
-    if (call.method == Method::Terminate)
-        recall_until_.reset();
 }
 
 void Coordinator::TellTarget(MessageKind kind)
@@ -186,6 +184,7 @@ void Coordinator::SettleFiles()
 {
     if (Failed() && settling_ < Settling::Settled) {
         settling_ = Settling::Undone;
+        GiveUpRows();  // a reader may wait for the room that a failed consumer will not make
     } else if (reading().phases.at_rows_end() && settling_ == Settling::NotYet) {
         settling_ = Settling::Draining;
         for (RowRing &ring : rings_)

@@ -85,7 +85,9 @@ void RingWriter::WaitForRoom(size_t bytes)
         if (position_ + bytes - taken_ <= RowRing::kBytes)
             return;
         if (board_.abort.load(std::memory_order_relaxed) != 0) {
-            // The instance is called back between two rows: until then it writes for nobody.
+            // The instance is called back between two rows: until then it writes for nobody, least of
+            // all over rows that a consumer has in work.
+            ring_.CutOff();
             taken_ = position_;
             return;
         }

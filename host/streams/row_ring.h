@@ -1,6 +1,7 @@
 // host/streams/row_ring.h - rows from one process to another, through shared memory.
 //
-// One writer, one reader; see stream_plan.h for who has which. The ring's bytes are mapped twice behind each other, so a record never wraps
+// One writer, one reader; see stream_plan.h for who has which. The ring's bytes are mapped twice behind each
+// other, so a record never wraps
 // and a batch is one run of bytes. Positions only grow; position modulo the size is the place.
 //
 // The writer keeps its position to itself and publishes it every kPublishBytes; a sleeping reader is
@@ -37,6 +38,12 @@ public:
     static constexpr size_t kMaxRecordBytes = kBytes / 2;
     RowRing();
     RingWords &words() const { return *reinterpret_cast<RingWords *>(words_.data()); }
+    // The reader sees nothing of what this process writes from now on.
+    void CutOff()
+    {
+        words_.CutOff();
+        bytes_.CutOff();
+    }
     uint8_t *At(uint64_t position) const { return bytes_.data() + position % kBytes; }
 
 private:

@@ -4,6 +4,7 @@
 
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fenwire {
 
@@ -51,6 +52,15 @@ Mapping &Mapping::operator=(Mapping &&other) noexcept
     std::swap(size_, other.size_);
     std::swap(copies_, other.copies_);
     return *this;
+}
+
+// Puts memory in place of a mapping that stands, which the system can't refuse but for want of memory: then
+// there is no going on.
+void Mapping::CutOff() const noexcept
+{
+    if (mmap(data_, size_ * static_cast<size_t>(copies_), PROT_READ | PROT_WRITE,
+             MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == MAP_FAILED)
+        _exit(1);
 }
 
 Mapping::~Mapping()

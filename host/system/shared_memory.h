@@ -25,6 +25,8 @@ public:
     Mapping(Mapping &&other) noexcept;
     Mapping &operator=(Mapping &&other) noexcept;
     ~Mapping();
+    // From now on the memory is this process's own, and zero; the others keep what they see.
+    void CutOff() const noexcept;
     uint8_t *data() const { return data_; }
     size_t size() const { return size_; }
 
