@@ -79,6 +79,7 @@ private:
     void OnLogLine(InMessage &message);
     void OnFileCounts(StepRun &step, int instance, InMessage &message);
     void OnSourceRows(StepRun &step, int part, InMessage &message);
+    void CountLost(const StepRun &step, int instance);
     void OnBadRecord(StepRun &step, int instance, InMessage &message);
     static std::string PlaceOf(const StepRun &step, int instance);
     void FinishRejects();

@@ -1,6 +1,8 @@
 // host/coordinator/coordinator_counts.cpp - what instances tell of their files and bad records.
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
 
 #include "host/coordinator/coordinator.h"
 #include "host/rejects/bad_record.h"
@@ -29,9 +31,37 @@ void Coordinator::OnFileCounts(StepRun &step, int instance, InMessage &message)
 
 void Coordinator::OnSourceRows(StepRun &step, int part, InMessage &message)
 {
-    ledger_.AddSourceRows(part, message.U64());
+    ledger_.SetSourceRows(part, message.U64());
     if (const std::string warning = message.Text(); !warning.empty())
         PublicLine(Warning, step.Who(part) + ": " + warning);
+}
+
+// For a process that ended without a word: its rows, as far as the board has them, and the file it had.
+void Coordinator::CountLost(const StepRun &step, int instance)
+{
+    const uint64_t rows = BoardOf(step, instance).rows.load(std::memory_order_acquire);
+    if (step.side == Side::Reading && job_.has_source()) {
+        ledger_.SetSourceRows(instance, std::max(rows, ledger_.RowsOf(step.side, instance)));
+        return;
+    }
+    PxFileCounts counts = {};
+    for (const PxFileNamesEntry &file : step.objects.Files()) {
+        ++counts.index;
+        if (file.status != PX_FILE_InProcess || file.instance != instance)
+            continue;
+        const std::string name = FileName(step, counts.index);
+        std::error_code unknown;
+        const auto size = file_size(
+            job_.folder /
+                (step.side == Side::Writing ? job_.consumer : job_.producer).Text("DirectoryPath") /
+                name,
+            unknown);
+        const uint64_t told = ledger_.RowsOf(step.side, instance);
+        counts.records = counts.rows = rows > told ? rows - told : 0;
+        counts.bytes = unknown ? 0 : size;
+        ledger_.AddFile(step.side, instance, counts, name, Seconds());
+        return;
+    }
 }
 
 void Coordinator::OnBadRecord(StepRun &step, int instance, InMessage &message)

@@ -341,6 +341,7 @@ void Coordinator::InstanceGone(StepRun &step, int instance)
     if (expected)
         return;
     NoteFailed(step, instance);
+    CountLost(step, instance);
     const std::string end = child.end().empty() ? "ended early" : child.end();
     const std::string words =
         step.Who(instance) + " " + end + (file.empty() ? "" : " while it had " + file);

@@ -37,10 +37,11 @@ void Ledger::AddFile(Side side, int instance, const PxFileCounts &counts, const 
     of.files += counts.ended != 0 ? 1 : 0;
 }
 
-void Ledger::AddSourceRows(int part, uint64_t rows)
+void Ledger::SetSourceRows(int part, uint64_t rows)
 {
-    source_rows_ += rows;
-    Of(Side::Reading, part).rows += rows;
+    InstanceReport &of = Of(Side::Reading, part);
+    source_rows_ += rows - of.rows;
+    of.rows = rows;
 }
 
 void Ledger::RaiseExitCode(Side side, int instance, int code)

@@ -27,7 +27,8 @@ public:
     // A file that was read, or written.
     void AddFile(Side side, int instance, const PxFileCounts &counts, const std::string &name,
                  double seconds);
-    void AddSourceRows(int part, uint64_t rows);
+    void SetSourceRows(int part, uint64_t rows);  // so far
+    uint64_t RowsOf(Side side, int instance) { return Of(side, instance).rows; }
     void RaiseExitCode(Side side, int instance, int code);
     void AddMessage(int severity, const std::string &line);  // warnings and errors are remembered
     // Why the job failed: the first one counts, the rest follows from it. A consequence says less than

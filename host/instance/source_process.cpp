@@ -40,19 +40,21 @@ private:
         return PXSTC_EndMethod;
     }
 
+    // A part that is stopped tells its rows as well.
     int32_t HandOverRows()
     {
         mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
-        while (source_->Read(outlet_)) {
+        int32_t status = PXSTC_EndMethod;
+        while (status == PXSTC_EndMethod && source_->Read(outlet_)) {
             if (setup_.board.stop.load(std::memory_order_relaxed) != 0)
-                return kStopped;
+                status = kStopped;
         }
         outlet_.Publish();
         mine_.state.store(InstanceState::Finished, std::memory_order_relaxed);
         channel_.Send(OutMessage(MessageKind::SourceRows)
                           .Put(outlet_.rows())
                           .Put(std::string_view(source_->Warning())));
-        return PXSTC_EndMethod;
+        return status;
     }
 
     const SourceSetup &setup_;
