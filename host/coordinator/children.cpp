@@ -80,7 +80,8 @@ bool Child::TryReap()
         end_ = "was killed: " + killed_because_;
     else if (WIFSIGNALED(status))
         end_ = "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" +
-               strsignal(WTERMSIG(status)) + ")";
+               strsignal(WTERMSIG(status)) + ")" +
+               (WTERMSIG(status) == SIGBUS ? ": a file was cut short while it was read" : "");
     else if (WEXITSTATUS(status) != 0)
         end_ = "ended with exit status " + std::to_string(WEXITSTATUS(status));
     return true;
