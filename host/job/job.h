@@ -88,6 +88,11 @@ struct Override {
 // Whether a session character set has two bytes a unit.
 bool IsUtf16(std::string_view charset);
 
+inline const char *PrivateLogName(Role role)  // for a step that does not name its own
+{
+    return role == Role::Consumer ? "private-consumer" : "private";
+}
+
 Job LoadJob(const std::filesystem::path &file, const std::vector<Override> &overrides = {});
 
 }  // namespace fenwire

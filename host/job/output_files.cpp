@@ -93,9 +93,10 @@ public:
         outputs_ = OutputFiles(job_);
         Against(job_.file, "the job file");
         if (job_.has_source())
-            Against(PathSetting(job_, job_.source, "file"), "the source");
+            AgainstDatabase(PathSetting(job_, job_.source, "file"));
         else
             AgainstInput();
+        CheckLogs();
         const std::string errors =
             job_.producer.Text("RecordErrorFileName", job_.producer.Text("RowErrFileName"));
         for (const char *suffix : {"", ".jsonl"}) {
@@ -114,6 +115,19 @@ private:
         outputs_.clear();  // one is enough
     }
 
+    // Of two instances that write one file, the later one moves the other's log away.
+    void CheckLogs()
+    {
+        const std::string reads =
+            job_.producer.Text("PrivateLogName", PrivateLogName(Role::Producer));
+        const std::string writes =
+            job_.consumer.Text("PrivateLogName", PrivateLogName(Role::Consumer));
+        if (!job_.has_source() && reads == writes)
+            found_.push_back({PlaceOf(job_, "PrivateLogName"),
+                              fmt::format("both steps have the private log {}", Quoted(reads)),
+                              "give [consumer] another PrivateLogName"});
+    }
+
     // By name, and by what lies under the name.
     void Against(const fs::path &other, const char *what)
     {
@@ -125,6 +139,16 @@ private:
         });
         if (same != outputs_.end())
             Complain(*same, fmt::format("is {} {}", what, Quoted(other.string())));
+    }
+
+    // A database has its journal beside it: whoever writes over that damages the database.
+    void AgainstDatabase(const fs::path &file)
+    {
+        Against(file, "the source");
+        for (const char *suffix : {"-journal", "-wal", "-shm"}) {
+            if (!file.empty())
+                Against((file.string() + suffix).c_str(), "the journal of the source, file");
+        }
     }
 
     void AgainstInput()

@@ -13,10 +13,6 @@
 namespace fenwire {
 
 // Where a private log lies: in the state folder, but for a name that is a whole path.
-inline const char *PrivateLogName(Role role)  // for a step that does not name its own
-{
-    return role == Role::Consumer ? "private-consumer" : "private";
-}
 std::filesystem::path PrivateLogPath(const Job &job, const std::string &name);
 
 class LogFile {

@@ -82,6 +82,7 @@ TEST(UnloadJob, BadFileGetsItsComplaint)
         {"a later input file",         kTranscode, "instances = 2\nDirectoryPath = \"out\"\nFileName = \"a.dat\"", "FileName = \"c.csv\"", "c.csv\" would be read as an input file: it fits \"*.csv\"", ""},
         {"the record error file",      kTranscode, "instances = 2\nDirectoryPath = \"out\"\nFileName = \"a.dat\"", "FileName = \"bad.jsonl\"", "is the record error file", ""},
         {"the job file",               kUnload,    "a.dat", "out/../job.toml",                   "is the job file", ""},
+        {"logs of both steps",         kTranscode, "TimeOut = 0", "PrivateLogName = \"private\"", "both steps have the private log \"private\"", "another PrivateLogName"},
         {"source misspelt",            kUnload,    "\"generator\"", "\"generater\"",             "job.toml:2:8: error: unknown source \"generater\"", "did you mean \"generator\"?"},
         {"key of the source",          kUnload,    "rows = 5", "row = 5",                        "unknown key \"row\"", "did you mean \"rows\"?"},
         {"a key that must be there",   kUnload,    "rows = 5", "",                               "job.toml:1:1: error: rows is missing in [source]", "how many rows"},
