@@ -1,8 +1,8 @@
 // host/streams/row_ring.h - rows from one process to another, through shared memory.
 //
-// One writer, one reader; see stream_plan.h for who has which. The ring's bytes are mapped twice behind each
-// other, so a record never wraps
-// and a batch is one run of bytes. Positions only grow; position modulo the size is the place.
+// One writer, one reader; see stream_plan.h for who has which. The ring's bytes are mapped twice behind
+// each other, so a record never wraps and a batch is one run of bytes. Positions only grow; position modulo
+// the size is the place.
 //
 // The writer keeps its position to itself and publishes it every kPublishBytes; a sleeping reader is
 // woken for kWakeBytes only, since waking costs as much as some hundred rows. The writer hands over the
