@@ -56,17 +56,6 @@ TEST(RunJob, RowsOfAllInstancesArriveInTheirOrder)
     EXPECT_TRUE(NoChildIsLeft());
 }
 
-// Rows of most of the ring's size, with the target far behind and far ahead.
-TEST(RunJob, LargeAndSmallRowsMix)
-{
-    JobRun run(2);
-    run.Set("Execute",
-            "rows 60 400000; rows 5000 1; rows 20 1000000; rows 100 3; counts 1 5180 5180 0 0");
-    const JobReport &report = run.Run();
-    EXPECT_EQ(report.exit_code, 0) << report.failure;
-    EXPECT_EQ(run.Lines("out").size(), 10360U);
-}
-
 TEST(RunJob, NobodyEntersAPhaseBeforeAllHaveLeftTheLast)
 {
     JobRun run(3);
@@ -240,18 +229,6 @@ TEST(RunJob, SignalsEndTheJob)
     }
 }
 
-TEST(RunJob, AnInstanceThatDoesNotComeBackIsKilled)
-{
-    JobRun run(2);
-    run.Set("Execute", "1:hang 2; spin");
-    const JobReport &report = run.Run();
-    EXPECT_EQ(report.exit_code, 130);
-    EXPECT_NE(run.Text(".fenwire/scripted/logs/public.log").find("instance 1 was killed"),
-              std::string::npos);
-    EXPECT_EQ(Count(run.Lines("trace"), "2 Terminate 2 N"), 1U);
-    EXPECT_TRUE(NoChildIsLeft());
-}
-
 // What is committed can't be taken back, and the report must not say so.
 TEST(RunJob, ASignalBehindTheCommitChangesNothing)
 {
@@ -338,18 +315,4 @@ TEST(RunJob, AnUnwritableFolderIsToldAtOnce)
     } catch (const std::runtime_error &refused) {
         EXPECT_NE(std::string(refused.what()).find("/nowhere/libfenwire.so"), std::string::npos);
     }
-}
-
-// ---- Logs -------------------------------------------------------------------------------------
-
-TEST(RunJob, ControlBytesInMessagesAreShownEscaped)
-{
-    JobRun run;
-    run.Set("Execute", "message 19142 4 evil\x1b[2Jname");
-    run.Run();
-    const std::string log = run.Text(".fenwire/scripted/logs/public.log");
-    EXPECT_NE(log.find("[2Jname"), std::string::npos) << log;
-    EXPECT_EQ(log.find('\x1b'), std::string::npos);
-    for (const std::string &line : run.console.lines)
-        EXPECT_EQ(line.find('\x1b'), std::string::npos);
 }

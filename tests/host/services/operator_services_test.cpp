@@ -284,23 +284,3 @@ TEST_F(Services, PrivateLogsAreTheOwnersFilesAndSafeToShow)
     PxLog *log = nullptr;
     EXPECT_NE(one->PX_Loginit(one, "test", 1, "no/such/folder", 0, &log), PXSTC_Success);
 }
-
-// What stands for features to come says so, and nothing pretends.
-TEST_F(Services, WhatIsNotBuiltAnswersPlainly)
-{
-    PxSchema **list = nullptr;
-    int32_t count = 0;
-    const void *bytes = nullptr;
-    void *row = nullptr;
-    uint32_t length = 0;
-    uint8_t indicators = 0;
-    ASSERT_EQ(one->PX_GetTableSchemaList(one, 3, &list, &count), PXSTC_Success);
-    EXPECT_EQ(one->PX_ReadCheckpointRecord(one, &bytes, &length), PXSTC_NullPointer);
-    EXPECT_EQ(one->PX_WriteCheckpointRecord(one, "x", 1), PXSTC_NotSupported);
-    EXPECT_EQ(one->PX_ReadUniversalVar(one, "SingleRow", 1, &bytes, &length), PXSTC_NotFound);
-    EXPECT_EQ(one->PX_SetAttribute(one, "EventData", "x", 1), PXSTC_NotSupported);
-    EXPECT_EQ(one->PX_SetAttribute(one, "PX_ExitCode", "x", 1), PXSTC_Length);
-    EXPECT_EQ(list[0]->PX_GetBuffer(list[0], &indicators, &row, &length), PXSTC_NotSupported);
-    EXPECT_EQ(list[0]->PX_PutBuffer(list[0], 1, row, 1), PXSTC_NotSupported);
-    EXPECT_EQ(list[0]->PX_AllocBuffer(list[0], 1), nullptr);
-}

@@ -126,20 +126,6 @@ TEST_F(SqliteTargetTest, WideRowsStayWithinALimitOfValues)
     EXPECT_EQ(Sql("SELECT count(*), min(c0 || c1499) FROM t"), "50|xx\n");
 }
 
-TEST_F(SqliteTargetTest, BinaryColumnsBecomeNumbersAndBlobs)
-{
-    Job job = MakeJob({"i1", "i2", "i8", "f", "b"});
-    const char *const types[] = {"BYTEINT", "SMALLINT", "NULLABLE BIGINT", "FLOAT", "VARBYTE(9)"};
-    for (size_t i = 0; i < std::size(types); ++i)
-        job.columns[i] = TypedColumn(job.columns[i].name + " " + types[i]);
-    const double number = 2.5;
-    const std::string eight(8, '\xFE');
-    Load(job, {{"\xFF", std::string("\x01\x02", 2), eight,
-                std::string(reinterpret_cast<const char *>(&number), 8), "\xFF"}});
-    EXPECT_EQ(Sql("SELECT i1, i2, printf('%x', i8), f, typeof(b), hex(b) FROM t"),
-              "-1|513|fefefefefefefefe|2.5|blob|FF\n");
-}
-
 TEST_F(SqliteTargetTest, ExactNumbersStayExactOrAreRefused)
 {
     // What a column of the given type makes of a value: the type of its value and its text.
@@ -267,16 +253,6 @@ TEST_F(SqliteTargetTest, RefusedRowsAreNamed)
         EXPECT_TRUE(Holds(words, row.what)) << words;
         EXPECT_EQ(Sql("SELECT count(*) FROM t"), "0\n");
     }
-}
-
-TEST_F(SqliteTargetTest, RowsThatTheTableLeavesOutAreCounted)
-{
-    Sql("CREATE TABLE t(id UNIQUE ON CONFLICT IGNORE, v)");
-    std::vector<Row> rows = Numbered(1, 60);
-    rows[20] = rows[50] = rows[0];
-    const TargetReport report = Load(MakeJob({"id", "v"}), rows);
-    EXPECT_EQ(report.rows, 58u);
-    EXPECT_TRUE(Holds(report.note, "2 rows left out"));
 }
 
 TEST_F(SqliteTargetTest, AbortLeavesWhatWasThere)

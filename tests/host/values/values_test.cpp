@@ -3,9 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <random>
 
-#include "host/job/column_types.h"
 #include "tests/host/values/typed_columns.h"
 
 using namespace fenwire;
@@ -180,50 +178,6 @@ TEST(Values, BytesThatAreNoValueHaveNoText)
               "43556142965880123323311949751266331066367");
     EXPECT_EQ(TextOf("NUMBER", Unhex("0A000000000000000000000000000000000080")),
               "-4355614296588012332331194975126.6331066368");
-}
-
-TEST(Values, EveryTypeTakesBackItsOwnText)
-{
-    std::mt19937_64 random(5);
-    for (const ColumnType &type : ColumnTypes()) {
-        const std::string size = type.rule == SizeRule::Bytes     ? "(9)"
-                                 : type.rule == SizeRule::Decimal ? "(31,7)"
-                                                                  : "";
-        const std::string words = std::string(type.name) + size;
-        EXPECT_EQ(TypeWords(TypedColumn("x " + TypeWords(TypedColumn("x " + words)))),
-                  TypeWords(TypedColumn("x " + words)));
-        const ValueType of = ValueTypeOf(TypedColumn("x " + words));
-        int values = 0;
-        for (int i = 0; i < (of.bytes > 1000 ? 3 : 300); ++i) {
-            std::string value(of.bytes < 64 ? of.bytes : 64, '\0');
-            for (char &c : value)  // small bytes are months and hours more often than others
-                c = static_cast<char>(random() % 16 != 0 ? random() % 12 + 1 : random());
-            for (size_t at = 1; of.kind == TypeKind::Interval && at < value.size(); at += 2)
-                value[at] = 0;
-            if (of.bytes >= 64 && of.fixed)
-                value.resize(of.bytes, ' ');
-            if (of.kind == TypeKind::Decimal)
-                memset(value.data() + 12, value[11] < 0 ? -1 : 0, 4);
-            for (size_t at = 0; of.date && !of.time && at < value.size(); at += 4) {
-                const auto date = static_cast<int32_t>(
-                    random() % 9999 * 10000 + random() % 12 * 100 + random() % 28 - 18'989'899);
-                memcpy(&value[at], &date, sizeof date);
-            }
-            if (of.kind == TypeKind::Boolean)
-                value[0] &= 1;
-            if (of.kind == TypeKind::Number) {
-                value.resize(3 + random() % 15);
-                value[0] = static_cast<char>(value[0] % 80);
-                value[1] = static_cast<char>(value[0] < 0 ? -1 : 0);
-            }
-            const std::string text = TextOf(words, value);
-            if (text == "no value")
-                continue;
-            ++values;
-            EXPECT_EQ(TextOf(words, BinaryOf(words, text)), text) << words << " " << Hex(value);
-        }
-        EXPECT_GT(values, 0) << words;
-    }
 }
 
 TEST(Values, NumbersOfADatabaseBecomeValues)
