@@ -79,6 +79,8 @@ private:
     void OnLogLine(InMessage &message);
     void OnFileCounts(StepRun &step, int instance, InMessage &message);
     void OnSourceRows(StepRun &step, int part, InMessage &message);
+    std::filesystem::path PathOf(const StepRun &step, const std::string &file) const;
+    std::string LostOutput() const;
     void CountLost(const StepRun &step, int instance);
     void OnBadRecord(StepRun &step, int instance, InMessage &message);
     static std::string PlaceOf(const StepRun &step, int instance);

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "host/coordinator/coordinator.h"
+#include "host/job/words.h"
 #include "host/rejects/bad_record.h"
 #include "operator/message_table.h"
 
@@ -36,6 +37,25 @@ void Coordinator::OnSourceRows(StepRun &step, int part, InMessage &message)
         PublicLine(Warning, step.Who(part) + ": " + warning);
 }
 
+std::filesystem::path Coordinator::PathOf(const StepRun &step, const std::string &file) const
+{
+    const Step &of = step.side == Side::Writing ? job_.consumer : job_.producer;
+    return job_.folder / of.Text("DirectoryPath") / file;
+}
+
+// A file that somebody removes is written to its end all the same, and then it is gone with its rows.
+std::string Coordinator::LostOutput() const
+{
+    for (uint32_t i = 1; writing() != nullptr && i <= writing()->objects.Files().size(); ++i) {
+        const auto path = PathOf(*writing(), FileName(*writing(), i));
+        std::error_code none;
+        if (!exists(path, none))
+            return "output file " + Quoted(path.string()) +
+                   " is gone: it was removed or moved while it was written";
+    }
+    return {};
+}
+
 // For a process that ended without a word: its rows, as far as the board has them, and the file it had.
 void Coordinator::CountLost(const StepRun &step, int instance)
 {
@@ -51,11 +71,7 @@ void Coordinator::CountLost(const StepRun &step, int instance)
             continue;
         const std::string name = FileName(step, counts.index);
         std::error_code unknown;
-        const auto size = file_size(
-            job_.folder /
-                (step.side == Side::Writing ? job_.consumer : job_.producer).Text("DirectoryPath") /
-                name,
-            unknown);
+        const auto size = file_size(PathOf(step, name), unknown);
         const uint64_t told = ledger_.RowsOf(step.side, instance);
         counts.records = counts.rows = rows > told ? rows - told : 0;
         counts.bytes = unknown ? 0 : size;

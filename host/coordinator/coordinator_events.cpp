@@ -173,6 +173,8 @@ std::string Coordinator::WhyNotGood() const
 {
     if (std::string imbalance = ledger_.Imbalance(); !imbalance.empty())
         return imbalance;
+    if (std::string lost = LostOutput(); !lost.empty())
+        return lost;
     if (rejects_.left_out() == ledger_.refused())
         return {};
     return "the operator left out " + std::to_string(rejects_.left_out()) +
