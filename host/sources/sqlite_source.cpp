@@ -4,23 +4,21 @@
 //     Open     begins to read: from now on this part sees one state of the database
 //     Read     steps, and writes each row straight into the outlet
 //
-// The columns of a table are no result row: they are the arguments of a function of ours, which writes the row
-// while SQLite has its values at hand. That spares the result row and the questions for each of its columns. A
-// query or a view may sort its rows or cut them off, and SQLite would call a function before; their rows are
-// taken as they result.
+// A table's columns are no result row but the arguments of a function of ours, which writes the row while SQLite
+// has its values at hand: that spares the questions for each column. A query or a view may sort its rows or cut
+// them off, and SQLite would call a function before; their rows are taken as they result.
 //
-// Parts are ranges of an integer. By row id each part has many, spread over the table, so that neither gaps in the
-// row ids nor rows that grow give one part more than its share. By another column each has one: the first takes
-// NULL too, and the last has no upper end, so every row belongs to exactly one. All parts are open before any reads. In the usual journal mode
-// nobody can write while one is open. In WAL mode a program can write between two openings; so a second
-// connection looks, when the first rows are read, whether anything was committed since this part's state. If
-// none of the parts sees a commit, all of them see the same state.
+// Parts are ranges of an integer. By row id each part has many, so that neither gaps nor rows that grow give one
+// more than its share. By a column each has one; the first takes NULL too, and the last has no upper end. So every
+// row belongs to exactly one. All parts are open before any reads. In the usual journal mode nobody can write while
+// one is open. In WAL mode a program can write between two openings; so a second connection looks, when the first
+// rows are read, whether anything was committed since this part's state. If none of the parts sees a commit, all
+// of them see the same state.
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <optional>
 
 #include <sys/stat.h>
@@ -54,8 +52,7 @@ struct Range {
     int64_t low = 0, high = 0;  // of the split values; both ends belong to it
     bool empty = true;
 
-    // Where part 1, 2 .. begins; behind the last one it is high + 1, or without meaning where there is no such
-    // number.
+    // Where part 1, 2 .. begins.
     int64_t BoundBefore(int part, int parts) const
     {
         __extension__ using Wide = unsigned __int128;
@@ -233,10 +230,10 @@ private:
 
     static std::string Shown(const std::vector<std::string> &names)
     {
-        std::vector<std::string> shown;
+        std::string shown;
         for (const std::string &name : names)
-            shown.push_back(Escaped(name));
-        return fmt::format("{}", fmt::join(shown, ", "));
+            shown += (shown.empty() ? "" : ", ") + Escaped(name);
+        return shown;
     }
 
     std::string What() const
