@@ -161,7 +161,10 @@ def delimited_job(rng):
             attributes["EscapeTextDelimiter"] = rng.choice(["^", "^^"])
     if len(columns) == 1:
         made["nulls"] = 0  # a row without a byte leaves no record, which the writer tells
-    return charset, columns, made, attributes, bom(rng), reading
+    writing = bom(rng)
+    if rng.random() < 0.2:
+        writing["AppendDelimiter"] = "Yes"
+    return charset, columns, made, attributes, writing, reading
 
 
 def random_job(rng, jobs):
