@@ -188,11 +188,10 @@ void DelimitedReader::Undouble(Field &field)
     std::string_view rest = field.text;
     for (size_t found; (found = rest.find(quote)) != std::string_view::npos;) {
         const size_t part = found + quote.size();
-        memmove(to, rest.data(), part);
-        to += part;
+        to = std::copy_n(rest.data(), part, to);
         rest.remove_prefix(part + quote.size());
     }
-    memmove(to, rest.data(), rest.size());
+    std::copy(rest.begin(), rest.end(), to);
     field.text = {start, static_cast<size_t>(to - start) + rest.size()};
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr uint32_t kTime = 35, kTimeZone = 36, kTimestamp = 43, kTimestampZone = 44;
+constexpr uint32_t kTime = 35, kTimeZone = 36, kTimestamp = 43;
 constexpr uint32_t kPeriodOfDates = 58, kPeriodOfTimes = 59;
 constexpr int64_t kMillionths = 1'000'000;
 

@@ -151,8 +151,8 @@ SqliteAffinity SqliteAffinityOf(std::string_view declared)
 std::string SqliteTypeOf(const Column &column)
 {
     const ValueType type = ValueTypeOf(column);
-    const std::string words = SqlWords(column);
-    const std::string as_text = std::string(kKeptAsText) + words;
+    std::string words = SqlWords(column);
+    std::string as_text = std::string(kKeptAsText) + words;
     if (!words.empty() && Keeps(SqliteAffinityOf(words), type))
         return words;
     if (!words.empty() && Keeps(SqliteAffinityOf(as_text), type))

@@ -40,9 +40,9 @@ struct alignas(64) Board {
         return sizeof(Board) + sizeof(InstanceBoard) * static_cast<size_t>(senders + receivers) +
                sizeof(Doorbell) * static_cast<size_t>(receivers);
     }
-    static Board &Make(uint8_t *zeroed, int senders, int receivers)
+    static Board &Make(void *zeroed, int senders, int receivers)
     {
-        Board &board = *reinterpret_cast<Board *>(zeroed);
+        Board &board = *static_cast<Board *>(zeroed);
         board.senders = static_cast<uint32_t>(senders);
         board.receivers = static_cast<uint32_t>(receivers);
         return board;

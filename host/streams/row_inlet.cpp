@@ -16,9 +16,8 @@ constexpr size_t kHead = 8;
 }  // namespace
 
 RowInlet::RowInlet(const Job &job, Board &board, std::vector<RowRing> &rings, int receiver)
-    : layout_(job.columns), board_(board), mine_(board.Receiver(receiver)),
-      bell_(board.BellOf(receiver)), indicators_(job.columns.size()), offsets_(job.columns.size()),
-      lengths_(job.columns.size())
+    : layout_(job.columns), mine_(board.Receiver(receiver)), bell_(board.BellOf(receiver)),
+      indicators_(job.columns.size()), offsets_(job.columns.size()), lengths_(job.columns.size())
 {
     const StreamPlan plan = {job.readers(), job.writers()};
     for (const int ring : plan.RingsOfReceiver(receiver))

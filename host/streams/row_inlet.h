@@ -42,7 +42,6 @@ private:
     [[noreturn]] void Damaged(uint32_t column) const;
 
     const RowLayout layout_;
-    Board &board_;
     InstanceBoard &mine_;
     Doorbell &bell_;
     std::vector<RingReader> readers_;

@@ -47,7 +47,7 @@ struct DigitSum {
             return;
         }
         magnitude =
-            magnitude * kPowers[static_cast<size_t>(zeros + 1)] + static_cast<Wide>(c - '0');
+            magnitude * kPowers[static_cast<size_t>(zeros) + 1] + static_cast<Wide>(c - '0');
         digits += zeros + 1;
         zeros = 0;
     }
@@ -182,9 +182,9 @@ char *PlacePoint(const char *digits, size_t count, int exponent, char *to)
         return Zeros(Append(to, digits, count), static_cast<size_t>(exponent));
     if (power < 0) {
         to = Append(to, "0.", 2);
-        return Append(Zeros(to, static_cast<size_t>(-power - 1)), digits, count);
+        return Append(Zeros(to, static_cast<size_t>(-power) - 1), digits, count);
     }
-    const auto whole = static_cast<size_t>(power + 1);
+    const size_t whole = static_cast<size_t>(power) + 1;
     to = Append(to, digits, whole);
     *to++ = '.';
     return Append(to, digits + whole, count - whole);
