@@ -44,8 +44,12 @@ public:
 
 private:
     void ExpandIndicators(const uint8_t *row, uint8_t *indicators) const;
+    template <bool Two>
+    const uint8_t *Place(const uint8_t *row, const uint8_t *at, const uint8_t *end,
+                         uint32_t *offsets, uint32_t *lengths, uint32_t *bad) const;
     std::vector<Slot> slots_;
     uint64_t most_bytes_ = 0, fixed_and_prefix_bytes_ = 0;
+    bool two_byte_prefixes_ = true;
 };
 
 // Puts a row together, column by column. to has room for the longest row.
