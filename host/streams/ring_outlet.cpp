@@ -99,7 +99,7 @@ void RingOutlet::Append(size_t row_bytes)
 }
 
 // What a target gets: the values without prefixes, and NULL as a length. The row's own size bounds it.
-bool RingOutlet::MakeRecord(const uint8_t *row, size_t bytes)
+void RingOutlet::MakeRecord(const uint8_t *row, size_t bytes)
 {
     const uint32_t columns = layout_.columns();
     const size_t head = kHead + 4 * size_t{columns};
@@ -117,7 +117,6 @@ bool RingOutlet::MakeRecord(const uint8_t *row, size_t bytes)
     const auto used = static_cast<size_t>(data - record);
     WriteHead(record, Aligned(used), used - head);
     current_->Append(Aligned(used));
-    return true;
 }
 
 PxStatus RingOutlet::PutLayout(const uint8_t *row, size_t bytes)

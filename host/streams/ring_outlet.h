@@ -43,8 +43,7 @@ private:
     static constexpr uint64_t kTurnBytes = 128 << 10;
     static constexpr size_t kMostInPlace = 64 << 10;
     void TakeTurns();
-    void AppendRecord(size_t row_bytes);
-    bool MakeRecord(const uint8_t *row, size_t bytes);
+    void MakeRecord(const uint8_t *row, size_t bytes);
     void AppendToRing(size_t row_bytes);
 
     const RowForm form_;

@@ -73,32 +73,15 @@ struct Value {
     int32_t column;
 };
 
-template <class Integer>
-static char *WriteWhole(char *to, const Value &value)
+// A value that is one number of the machine. A shorter one gives no text.
+template <class Number, auto Write>
+static char *WriteNumber(char *to, const Value &value)
 {
-    Integer integer;
-    if (value.length < sizeof integer)
-        return to;
-    memcpy(&integer, value.bytes, sizeof integer);
-    return WriteInteger(to, integer);
-}
-
-static char *WriteDouble(char *to, const Value &value)
-{
-    double number;
+    Number number;
     if (value.length < sizeof number)
         return to;
     memcpy(&number, value.bytes, sizeof number);
-    return WriteFloat(to, number);
-}
-
-static char *WriteDate(char *to, const Value &value)
-{
-    int32_t date;
-    if (value.length < sizeof date)
-        return to;
-    memcpy(&date, value.bytes, sizeof date);
-    return WriteIntDate(to, date);
+    return Write(to, number);
 }
 
 static char *WriteDecimalColumn(char *to, const Value &value)
@@ -144,19 +127,19 @@ static char *WriteValue(char *to, const Value &value)
 {
     switch (SG_ColTypes[value.column]) {
     case 1:  // INTEGER
-        return WriteWhole<int32_t>(to, value);
+        return WriteNumber<int32_t, WriteInteger>(to, value);
     case 2:  // SMALLINT
-        return WriteWhole<int16_t>(to, value);
+        return WriteNumber<int16_t, WriteInteger>(to, value);
     case 3:  // FLOAT
-        return WriteDouble(to, value);
+        return WriteNumber<double, WriteFloat>(to, value);
     case 4:  // DECIMAL
         return WriteDecimalColumn(to, value);
     case 6:  // BYTEINT
-        return WriteWhole<int8_t>(to, value);
+        return WriteNumber<int8_t, WriteInteger>(to, value);
     case 11:  // INTDATE
-        return WriteDate(to, value);
+        return WriteNumber<int32_t, WriteIntDate>(to, value);
     case 37:  // BIGINT
-        return WriteWhole<int64_t>(to, value);
+        return WriteNumber<int64_t, WriteInteger>(to, value);
     case kTypePeriodIntDate:
     case 59:
     case 60:
