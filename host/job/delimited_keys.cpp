@@ -22,12 +22,12 @@ bool Overlap(const std::string &a, const std::string &b)
 
 }  // namespace
 
-void CheckDelimitedKeys(const Settings &settings, SourcePosition section,
-                        std::vector<Complaint> &found)
+void CheckDelimitedKeys(const Job &job, const Settings &settings, SourcePosition section,
+                        const char *what, const char *other, std::vector<Complaint> &found)
 {
     const auto [delimiter, quote, null, header] = DelimitedKeys(settings);
-    const auto complain = [&](const char *key, std::string what, const char *hint) {
-        found.push_back({PositionOf(settings, section, key), std::move(what), hint});
+    const auto complain = [&](const char *key, std::string words, const char *hint) {
+        found.push_back({PositionOf(settings, section, key), std::move(words), hint});
     };
     if (delimiter.empty())
         complain("delimiter", "delimiter is empty, so columns could not be told apart",
@@ -45,6 +45,10 @@ void CheckDelimitedKeys(const Settings &settings, SourcePosition section,
         (null + delimiter).find(delimiter) < null.size())
         complain("null", "null holds a line end, the delimiter or the quote",
                  "use a text without them, such as \"NULL\"");
+    if (IsUtf16(job.charset))
+        found.push_back({PositionOf(settings, section, "type"),
+                         fmt::format("{} the character set {} in this version", what, job.charset),
+                         fmt::format("use UTF8, or another {}", other)});
 }
 
 }  // namespace fenwire

@@ -24,9 +24,10 @@ struct DelimitedKeys {
     }
 };
 
-// Complaints about keys with which values could not be told apart; appended.
-void CheckDelimitedKeys(const Settings &settings, SourcePosition section,
-                        std::vector<Complaint> &found);
+// Complaints about keys with which values could not be told apart, and about a character set that has no
+// such text; appended. what: "print can't write", and which `other` kind to use.
+void CheckDelimitedKeys(const Job &job, const Settings &settings, SourcePosition section,
+                        const char *what, const char *other, std::vector<Complaint> &found);
 
 }  // namespace fenwire
 

@@ -136,12 +136,7 @@ private:
 
 void CheckStdinSettings(const Job &job, std::vector<Complaint> &found)
 {
-    CheckDelimitedKeys(job.source, job.source_at, found);
-    if (IsUtf16(job.charset))
-        found.push_back(
-            {PositionOf(job.source, job.source_at, "type"),
-             fmt::format("stdin can't read the character set {} in this version", job.charset),
-             "use UTF8, or another source"});
+    CheckDelimitedKeys(job, job.source, job.source_at, "stdin can't read", "source", found);
 }
 
 std::unique_ptr<Source> MakeStdinSource(const Job &job)

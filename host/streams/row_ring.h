@@ -111,12 +111,12 @@ public:
     // What is there, at most about most bytes, in whole records; empty when nothing is. The records
     // are checked: a size that can't be throws std::runtime_error.
     RowBatch Next(uint32_t columns, size_t most);
-    void Release(const RowBatch &batch);  // its bytes may be written again
+    void Release(const RowBatch &batch);     // its bytes may be written again
+    uint64_t rows() const { return rows_; }  // in all batches so far
 
     // Another way to read: what was published and not taken, unchecked; then how much of it was taken.
     RowBatch Published() const;
     void Take(size_t bytes);
-    uint64_t rows() const { return rows_; }  // in all batches so far
 
     // Whether nothing comes behind what is written. Ask before the look that finds nothing.
     bool Ended() const { return ring_.words().ended.load(std::memory_order_acquire) != 0; }

@@ -178,12 +178,7 @@ private:
 
 void CheckPrintSettings(const Job &job, std::vector<Complaint> &found)
 {
-    CheckDelimitedKeys(job.target, job.target_at, found);
-    if (IsUtf16(job.charset))
-        found.push_back(
-            {PositionOf(job.target, job.target_at, "type"),
-             fmt::format("print can't write the character set {} in this version", job.charset),
-             "use UTF8, or another target"});
+    CheckDelimitedKeys(job, job.target, job.target_at, "print can't write", "target", found);
 }
 
 std::unique_ptr<Target> MakePrintTarget(const Job &job)
