@@ -76,6 +76,18 @@ struct RejectsReport {
     std::vector<std::string> next;      // commands that go on from here
 };
 
+// Of the last checkpoint that is stored, when the job did not come to its end.
+struct CheckpointReport {
+    bool resumable = false;
+    uint64_t generation = 0, rows = 0;  // rows in the target, or in the output files, at it
+    std::string saved_at;               // UTC
+    std::string resume;                 // the command that goes on from it
+    uint64_t resumed_from = 0;          // the generation that this run began with; 0: it began anew
+    uint64_t rounds = 0;                // checkpoints that this run took
+    double round_seconds = 0;           // they took, target's commits included
+    std::string at_least_once;  // why rows may come twice after a failure; empty: they can't
+};
+
 struct JobReport {
     std::string job;
     std::string status;  // "loaded" or "written", the same "with warnings", "failed", "interrupted"
@@ -90,6 +102,7 @@ struct JobReport {
     bool conserved = false;      // read = loaded + refused + skipped
     int64_t rows_limit = -1;     // RowsPerInstance; below 0: none
     RejectsReport rejects;
+    CheckpointReport checkpoint;
     std::string source;  // "sqlite orders.db, table orders"; empty: files are read
     std::string target;  // likewise; empty: files are written
     std::string target_note;

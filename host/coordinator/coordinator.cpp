@@ -305,6 +305,9 @@ JobReport Coordinator::Run()
     return report;
 }
 
-JobReport RunJob(const Job &job, Console &console) { return Coordinator(job, console).Run(); }
+JobReport RunJob(const Job &job, Console &console, RunPlan)
+{
+    return Coordinator(job, console).Run();
+}
 
 }  // namespace fenwire

@@ -26,7 +26,7 @@ public:
 
     void Serve()
     {
-        target_->Open();
+        target_->Open(Target::Start::Anew);
         open_ = true;
         channel_.Send(OutMessage(MessageKind::Opened));
         while (Step()) {
@@ -84,7 +84,7 @@ private:
             return channel_.Send(OutMessage(MessageKind::Drained).Put(RowsThere()));
         }
         if (kind == MessageKind::Commit) {
-            const TargetReport report = target_->Commit();
+            const TargetReport report = target_->Commit(nullptr);
             open_ = false;
             channel_.Send(OutMessage(MessageKind::Committed)
                               .Put(report.rows)

@@ -8,6 +8,7 @@
 #ifndef FENWIRE_HOST_JOB_JOB_H
 #define FENWIRE_HOST_JOB_JOB_H
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -57,6 +58,14 @@ struct Column {
     SourcePosition at;
 };
 
+// [job] checkpoint: when rounds are due. Without any there is one before the first row and one behind
+// the last.
+struct CheckpointRule {
+    std::chrono::milliseconds interval{0};  // 0: none
+    uint64_t rows = 0;                      // likewise
+    bool any() const { return interval.count() != 0 || rows != 0; }
+};
+
 struct Job {
     std::filesystem::path file;    // the job file, absolute
     std::filesystem::path folder;  // paths in the job count from here
@@ -70,6 +79,7 @@ struct Job {
     std::vector<Setting> source, target;
     SourcePosition source_at, target_at;
     int source_instances = 1;
+    CheckpointRule checkpoint;
     // A retry of bad records: what was known of them when they were chosen (host/rejects); else empty.
     std::string retry_of;
 

@@ -40,7 +40,7 @@ public:
 
     void Check() override {}
 
-    void Open() override
+    void Open(Start) override
     {
         file_ = UniqueFd(
             open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
@@ -61,7 +61,7 @@ public:
         writer.Flush();
     }
 
-    TargetReport Commit() override { return report_; }
+    TargetReport Commit(const StoredGeneration *) override { return report_; }
     void Abort() noexcept override {}
 
 private:

@@ -31,6 +31,14 @@ public:
     }
     uint64_t left_out() const { return tally_.left_out(); }
 
+    // ---- Checkpoints. What instances above the first keep in files of their own is gathered here at each
+    // checkpoint, since those files belong to processes that may be gone when the job goes on.
+    void AddErrorFile(int instance, const std::string &path);  // an instance has opened its file
+    std::string Save();  // everything told so far is on the disk; words for Restore
+    void Restore(const std::string &saved);  // instead of Open: as it was then, nothing behind it
+    void
+    Complete();  // behind terminate of a good job: gathered records go to the record error file
+
     enum class Rows : uint8_t { Committed, Undone, InDoubt };
     void End(Rows rows);  // throws std::runtime_error
     void Write(JobReport &report) const;

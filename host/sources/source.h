@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -38,6 +39,12 @@ public:
     // Hands over some rows, about 64 KB of them. False: there were no more.
     virtual bool Read(RowOutlet &rows) = 0;
 
+    // Where a part stands between two calls of Read, for GoTo of the same part in a later run: what was
+    // handed over before does not come again, and nothing is left out. None: it can't be told.
+    virtual std::optional<std::string> Position() { return std::nullopt; }
+    // After Open. Throws SourceError when the place is not there any more.
+    virtual void GoTo(const std::string &) { throw SourceError("this source can't be resumed"); }
+
     // Whether rows are said to be lost or changed: one line for the summary; mostly empty.
     virtual std::string Warning() const { return {}; }
 };
@@ -54,6 +61,7 @@ struct SourceKind {
     // itself.
     std::vector<Column> (*columns)(const Job &job);
     bool only_one_instance;
+    bool resumable;    // has positions
     bool wants_stdin;  // its process keeps the standard input that the user gave
 };
 

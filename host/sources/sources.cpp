@@ -33,11 +33,11 @@ constexpr SettingKey kSqliteKeys[] = {
 };
 constexpr SourceKind kSources[] = {
     {"generator", "rows made by rule, the same for the same seed, however many instances share them",
-     kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, false},
+     kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, false, false},
     {"stdin", "delimited text from standard input, as the print target writes it",
-     kStdinKeys, MakeStdinSource, CheckStdinSettings, nullptr, true, true},
+     kStdinKeys, MakeStdinSource, CheckStdinSettings, nullptr, true, false, true},
     {"sqlite", "a table or a query of an SQLite database; all instances see the same state of it",
-     kSqliteKeys, MakeSqliteSource, CheckSqliteSourceSettings, SqliteSourceColumns, false, false},
+     kSqliteKeys, MakeSqliteSource, CheckSqliteSourceSettings, SqliteSourceColumns, false, false, false},
 };
 // clang-format on
 

@@ -15,7 +15,7 @@ namespace {
 class NullTarget final : public Target {
 public:
     void Check() override {}
-    void Open() override { report_ = {}, checksum_ = 0; }
+    void Open(Start) override { report_ = {}, checksum_ = 0; }
 
     void Put(int, const RowBatch &rows) override
     {
@@ -37,7 +37,7 @@ public:
         counted_ = true;
     }
 
-    TargetReport Commit() override
+    TargetReport Commit(const StoredGeneration *) override
     {
         if (!counted_)
             report_.note = fmt::format("checksum {:016x}", checksum_);

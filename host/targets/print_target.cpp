@@ -76,7 +76,7 @@ public:
             PendingFile::Check(path_);
     }
 
-    void Open() override
+    void Open(Start) override
     {
         report_ = {};
         // A reader that goes away is an error of the job, with words, not the end of this process.
@@ -98,7 +98,7 @@ public:
             writer_->Flush();  // somebody may be watching
     }
 
-    TargetReport Commit() override
+    TargetReport Commit(const StoredGeneration *) override
     {
         writer_->Flush();
         if (file_)

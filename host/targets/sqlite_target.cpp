@@ -111,7 +111,7 @@ public:
         TryCreating();
     }
 
-    void Open() override
+    void Open(Start) override
     {
         try {
             Begin();
@@ -137,7 +137,7 @@ public:
         InsertWaiting();  // the records are gone after this
     }
 
-    TargetReport Commit() override
+    TargetReport Commit(const StoredGeneration *) override
     {
         // Who reads at this moment must not cost a long job its rows.
         const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "host/checkpoint/checkpoints.h"
 #include "host/job/settings.h"
 #include "host/streams/row_record.h"
 
@@ -40,8 +41,13 @@ public:
     // Looks whether the job could run, and changes nothing: the file opens, the table's columns fit.
     virtual void Check() = 0;
 
-    // Opens and begins. Called in the target process.
-    virtual void Open() = 0;
+    // Opens and begins. Called in the target process. Again: the job goes on from a generation, so what
+    // the table holds stays, and the table is there.
+    enum class Start : uint8_t { Anew, Again };
+    virtual void Open(Start start) = 0;
+
+    // Why rows may come twice when the job is resumed, in words; empty: they can't. Asked after Open.
+    virtual std::string WhyNotExactlyOnce() const { return {}; }
 
     // Rows of one instance, from 1, in their order. They are gone after the call.
     virtual void Put(int instance, const RowBatch &rows) = 0;
@@ -49,10 +55,19 @@ public:
     // Rows that were counted where they were read, for a target that does not take them.
     virtual void Count(uint64_t, uint64_t) { throw TargetError("this target takes rows"); }
 
-    // Makes everything that was put last. Called once, at the end of a good job.
-    virtual TargetReport Commit() = 0;
+    // Everything that was put is with the target, and what it would refuse it has refused: how many rows
+    // it left out since Open. Called before every Commit.
+    virtual uint64_t Settle() { return 0; }
 
-    // Undoes what was put since Open, as far as the target can. Never throws.
+    // Makes everything that was put last, and the generation with it, which takes the place of the job's
+    // one before: both or neither, however this ends. Null: the job keeps none. What it reports counts from
+    // Open.
+    virtual TargetReport Commit(const StoredGeneration *generation) = 0;
+
+    // Behind a commit that is not the last one: the next rows begin.
+    virtual void GoOn() { throw TargetError("this target takes no checkpoints"); }
+
+    // Undoes what was put since the last commit, as far as the target can. Never throws.
     virtual void Abort() noexcept = 0;
 };
 
@@ -74,6 +89,12 @@ struct TargetKind {
     // The columns of the table that takes the rows, for [schema] from = "target". Throws TargetError.
     // Null: the target has none by itself.
     std::vector<Column> (*columns)(const Job &job);
+    // Null: the target can't take checkpoints.
+    CheckpointPlace (*place)(const Job &job);
+    // Of a target that keeps generations within itself, over a connection of their own. run as in
+    // FindGeneration. Null: it keeps none.
+    std::optional<StoredGeneration> (*find)(const Job &job, const std::string &run);
+    void (*forget)(const Job &job, const std::string &run);
 };
 
 std::span<const TargetKind> TargetKinds();

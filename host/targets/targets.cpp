@@ -61,12 +61,14 @@ constexpr SettingKey kNullKeys[] = {
 };
 constexpr TargetKind kTargets[] = {
     {"null", "counts rows where they are read, or sums them up; keeps nothing",
-     kNullKeys, MakeNullTarget, nullptr, AfterFailedNull, nullptr, NullOnlyCounts, nullptr},
+     kNullKeys, MakeNullTarget, nullptr, AfterFailedNull, nullptr, NullOnlyCounts, nullptr,
+     nullptr, nullptr, nullptr},
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
-     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr, nullptr},
+     kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr, nullptr,
+     nullptr, nullptr, nullptr},
     {"sqlite", "a table of an SQLite database: all rows of the job, or none",
      kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr,
-     SqliteTargetColumns},
+     SqliteTargetColumns, nullptr, nullptr, nullptr},
 };
 // clang-format on
 

@@ -194,7 +194,9 @@ enum {
     PX_STAT_CheckPointNo = 126,
     PX_STAT_FileCounts = 1000, /* PxFileCounts: a file is finished, or was left in a failure */
     PX_STAT_BadRecord = 1001,  /* PxBadRecord and what follows it: a record that was found bad */
-    PX_STAT_RECORD = 9         /* type word of the records */
+    PX_STAT_ErrorFile =
+        1002,          /* text: path of the record error file of this instance, once it is open */
+    PX_STAT_RECORD = 9 /* type word of the records */
 };
 
 /* What became of one file's records: records = rows + refused + skipped. Of a file that was written, records
@@ -202,7 +204,8 @@ enum {
 typedef struct PxFileCounts {
     uint32_t index; /* element of FileNames, from 1 */
     uint32_t
-        ended; /* 1: read to its end (or to a row limit), or written and closed; 0: left in a failure */
+        ended; /* 1: read to its end (or to a row limit), or written and closed; 0: left in a failure;
+                * 2: so far, at a checkpoint. A restarted instance counts from where it goes on. */
     uint64_t records; /* records read */
     uint64_t rows;    /* rows handed over with PX_PutRow */
     uint64_t refused; /* bad records that were left out */

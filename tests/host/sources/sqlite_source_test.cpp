@@ -92,9 +92,9 @@ TEST_F(SqliteSourceTest, EveryTypeComesBackFromATableThatTookIt)
     load.target_type = "sqlite";
     load.target = {{"file", std::string("t.db"), {}}, {"table", std::string("t"), {}}};
     const auto target = MakeTarget(load);
-    target->Open();
+    target->Open(Target::Start::Anew);
     target->Put(1, Rows(given).Batch());
-    ASSERT_EQ(target->Commit().rows, given.size());
+    ASSERT_EQ(target->Commit(nullptr).rows, given.size());
 
     Job read = SourceJob({"x INTEGER"}, "table", "T");
     read.columns = made.columns;

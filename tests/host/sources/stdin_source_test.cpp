@@ -183,9 +183,9 @@ TEST(StdinSource, ReadsBackWhatPrintWrote)
         job.target = style;
         job.target.push_back(Text("file", "out.txt"));
         const auto target = MakeTarget(job);
-        target->Open();
+        target->Open(Target::Start::Anew);
         target->Put(1, Rows(made).Batch());
-        target->Commit();
+        target->Commit(nullptr);
 
         job.source_type = "stdin";
         job.source = style;

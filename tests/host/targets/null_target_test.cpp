@@ -13,11 +13,11 @@ TargetReport Sum(const std::vector<std::vector<Row>> &batches, uint8_t padding =
 {
     const TempDirectory folder;
     const auto target = MakeTarget(TargetJob(folder, "null", {"a", "b"}, {}));
-    target->Open();
+    target->Open(Target::Start::Anew);
     int instance = 0;
     for (const std::vector<Row> &batch : batches)
         target->Put(++instance, Rows(batch, padding).Batch());
-    return target->Commit();
+    return target->Commit(nullptr);
 }
 
 const Row kOne = {"1", "one"}, kTwo = {"22", std::nullopt}, kLong = {std::string(77, 'x'), "y"};

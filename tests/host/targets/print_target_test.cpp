@@ -24,9 +24,9 @@ std::string Printed(const Settings &settings, const std::vector<Row> &rows)
     Settings all = settings;
     all.push_back(Text("file", "out.txt"));
     const auto target = MakeTarget(TargetJob(folder, "print", {"a|b", "c"}, all));
-    target->Open();
+    target->Open(Target::Start::Anew);
     target->Put(1, Rows(rows).Batch());
-    target->Commit();
+    target->Commit(nullptr);
     return Contents(folder.File("out.txt"));
 }
 
@@ -105,10 +105,10 @@ TEST(PrintTarget, FileAppearsAtCommitOnly)
     const std::vector<Row> rows(6000, Row{std::string(99, 'x')});
     for (const bool commit : {false, true}) {
         const auto target = MakeTarget(job);
-        target->Open();
+        target->Open(Target::Start::Anew);
         target->Put(1, Rows(rows).Batch());
         EXPECT_EQ(Contents(folder.File("out.txt")), "old");
-        commit ? void(target->Commit()) : target->Abort();
+        commit ? void(target->Commit(nullptr)) : target->Abort();
         EXPECT_EQ(FilesIn(folder), 1u);
     }
     EXPECT_EQ(Contents(folder.File("out.txt")).size(), 600'000u);

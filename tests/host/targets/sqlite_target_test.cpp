@@ -62,9 +62,9 @@ struct SqliteTargetTest : testing::Test {
     {
         const auto target = MakeTarget(job);
         target->Check();
-        target->Open();
+        target->Open(Target::Start::Anew);
         target->Put(1, Rows(rows).Batch());
-        return target->Commit();
+        return target->Commit(nullptr);
     }
     static std::string LoadError(const Job &job, const std::vector<Row> &rows = {})
     {
@@ -106,13 +106,13 @@ TEST_F(SqliteTargetTest, EveryRowArrivesWhateverTheSizeOfBatches)
 {
     // Around the numbers of rows that one insert takes.
     const auto target = MakeTarget(MakeJob({"id", "v"}));
-    target->Open();
+    target->Open(Target::Start::Anew);
     int from = 1;
     for (const int count : {1, 7, 8, 9, 47, 48, 49, 57, 200}) {
         target->Put(1 + count % 3, Rows(Numbered(from, from + count - 1)).Batch());
         from += count;
     }
-    EXPECT_EQ(target->Commit().rows, static_cast<uint64_t>(from - 1));
+    EXPECT_EQ(target->Commit(nullptr).rows, static_cast<uint64_t>(from - 1));
     EXPECT_EQ(Sql("SELECT count(*), count(DISTINCT id), sum(v = 'value ' || id) FROM t"),
               "426|426|426\n");
 }
@@ -222,7 +222,7 @@ TEST_F(SqliteTargetTest, TablesThatDoNotFitAreComparedInWords)
         const auto target = MakeTarget(MakeJob({"id", "v"}, {Flag("create", false)}));
         const std::string words = ErrorOf([&] { target->Check(); });
         EXPECT_TRUE(Holds(words, row.what)) << words;
-        EXPECT_EQ(ErrorOf([&] { target->Open(); }), words);
+        EXPECT_EQ(ErrorOf([&] { target->Open(Target::Start::Anew); }), words);
     }
 }
 
@@ -264,7 +264,7 @@ TEST_F(SqliteTargetTest, AbortLeavesWhatWasThere)
             Sql("CREATE TABLE t(id, v); INSERT INTO t VALUES (1, 'old')");
         const std::string before = Contents(file);
         const auto target = MakeTarget(MakeJob({"id", "v"}, {Flag("replace", true)}));
-        target->Open();
+        target->Open(Target::Start::Anew);
         target->Put(1, Rows(rows).Batch());
         target->Abort();
         EXPECT_EQ(access(file.c_str(), F_OK) == 0, there);
@@ -281,7 +281,7 @@ TEST_F(SqliteTargetTest, KilledJobLeavesWhatWasThere)
     const pid_t child = fork();
     if (child == 0) {
         const auto target = MakeTarget(job);
-        target->Open();
+        target->Open(Target::Start::Anew);
         target->Put(1, Rows(std::vector<Row>(4000, Row{std::string(9000, 'x'), "v"})).Batch());
         _exit(0);
     }
@@ -332,7 +332,7 @@ TEST_F(SqliteTargetTest, MissingRightsAreSaid)
         chmod(folder.path().c_str(), row.folder);
         const std::string words = ErrorOfChild(without_rights, [&] { target->Check(); });
         EXPECT_TRUE(Holds(words, row.what)) << words;
-        EXPECT_EQ(ErrorOfChild(without_rights, [&] { target->Open(); }), words);
+        EXPECT_EQ(ErrorOfChild(without_rights, [&] { target->Open(Target::Start::Anew); }), words);
     }
     chmod(folder.path().c_str(), 0700);
 }
@@ -367,10 +367,10 @@ TEST_F(SqliteTargetTest, LockedDatabaseIsSaidToBe)
     other.Run("COMMIT");
     // A reader who does not end keeps the job from its commit.
     const auto target = MakeTarget(MakeJob({"id", "v"}));
-    target->Open();
+    target->Open(Target::Start::Anew);
     target->Put(1, Rows(Numbered(1, 3)).Batch());
     other.Run("BEGIN; SELECT * FROM t");
-    EXPECT_TRUE(Holds(ErrorOf([&] { target->Commit(); }), "is locked"));
+    EXPECT_TRUE(Holds(ErrorOf([&] { target->Commit(nullptr); }), "is locked"));
     target->Abort();
     EXPECT_EQ(other.Run("SELECT count(*) FROM t"), "0\n");
 }
@@ -389,8 +389,8 @@ TEST_F(SqliteTargetTest, FilesThatAreNoDatabaseAreNamed)
         Job job = MakeJob({"id"});
         job.target[0].value = std::string(row.file);
         const auto target = MakeTarget(job);
-        for (const std::string &words :
-             {ErrorOf([&] { target->Check(); }), ErrorOf([&] { target->Open(); })})
+        for (const std::string &words : {ErrorOf([&] { target->Check(); }),
+                                         ErrorOf([&] { target->Open(Target::Start::Anew); })})
             EXPECT_TRUE(Holds(words, row.what)) << words;
     }
 }

@@ -1,0 +1,16 @@
+// restart/position.cpp - FW_GetPos and FW_Repos.
+
+#include "restart/restart.h"
+
+#include "operator/messages.h"
+
+PxStatus FW_GetPos(uint32_t *length, const uint8_t **block)
+{
+    *length = 0;
+    *block = nullptr;
+    return PXSTC_NotSupported;
+}
+
+PxStatus FW_Repos(uint32_t, const uint8_t *) { return PXSTC_NotSupported; }
+PxStatus FW_Checkpoint(PxOperator *) { return PXSTC_NotSupported; }
+PxStatus FW_Restart(PxOperator *) { return PXSTC_NotSupported; }
