@@ -22,9 +22,10 @@ std::vector<std::string> DifferencesFrom(const std::string &fingerprint, const J
 // The file as it is now; size -1: it is not there, or is no plain file. path: from the job's folder.
 FileIdentity IdentityOf(const Job &job, const std::string &path);
 
-// One line for each input file, finished ones excepted, that is not the one of the checkpoint, and for
-// each output file that is gone or shorter than the checkpoint counts on.
+// One line for each input file, finished ones excepted, that is not the one of the checkpoint.
 std::vector<std::string> ChangedFiles(const Job &job, const Generation &generation);
+// One line for each output file that does not hold what the checkpoint counts on.
+std::vector<std::string> LostFiles(const Job &job, const Generation &generation);
 
 }  // namespace fenwire
 

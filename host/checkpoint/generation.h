@@ -39,9 +39,10 @@ struct Generation {
     std::string saved_at;     // UTC, "2026-11-21T20:15:00Z"
     std::string fingerprint;  // what must be the same in the job that goes on: FingerprintOf
     InstanceRecords reading, writing;
-    std::vector<FileIdentity> inputs, outputs;  // outputs: size is that which the checkpoint counts on
-    uint64_t rows = 0, refused = 0;             // in the target or the output files; left out
-    std::string ledger, rejects;                // Ledger::Save, RejectRun::Save
+    std::vector<FileIdentity> inputs,
+        outputs;                     // outputs: size is that which the checkpoint counts on
+    uint64_t rows = 0, refused = 0;  // in the target or the output files; left out
+    std::string ledger, rejects;     // Ledger::Save, RejectRun::Save
 };
 
 // The stored bytes are no generation: cut off, changed, of a later version.

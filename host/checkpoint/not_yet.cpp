@@ -1,7 +1,6 @@
 // host/checkpoint/not_yet.cpp - bodies to come.
 
 #include "host/checkpoint/checkpoints.h"
-#include "host/checkpoint/fingerprint.h"
 #include "host/checkpoint/run_state.h"
 
 namespace fenwire {
@@ -20,10 +19,5 @@ std::string NewRunId() { return "1"; }
 std::string UtcNow() { return {}; }
 std::optional<RunState> ReadRunState(const Job &) { return std::nullopt; }
 void WriteRunState(const Job &, const RunState &) {}
-
-std::string FingerprintOf(const Job &) { return {}; }
-std::vector<std::string> DifferencesFrom(const std::string &, const Job &) { return {}; }
-FileIdentity IdentityOf(const Job &, const std::string &) { return {}; }
-std::vector<std::string> ChangedFiles(const Job &, const Generation &) { return {}; }
 
 }  // namespace fenwire

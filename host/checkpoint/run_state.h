@@ -15,8 +15,8 @@ namespace fenwire {
 
 struct RunState {
     enum class Outcome : uint8_t {
-        Running,   // or ended without a word, when nobody holds the state folder's lock
-        Stopped,   // by a signal, at a checkpoint
+        Running,  // or ended without a word, when nobody holds the state folder's lock
+        Stopped,  // by a signal, at a checkpoint
         Failed,
         Finished,
     };
@@ -31,7 +31,7 @@ struct RunState {
 std::string NewRunId();
 std::string UtcNow();  // "2026-11-21T20:15:00Z"
 
-std::optional<RunState> ReadRunState(const Job &job);         // none, or damaged: none
+std::optional<RunState> ReadRunState(const Job &job);       // none, or damaged: none
 void WriteRunState(const Job &job, const RunState &state);  // throws std::system_error
 
 }  // namespace fenwire

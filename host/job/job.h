@@ -63,6 +63,7 @@ struct Column {
 struct CheckpointRule {
     std::chrono::milliseconds interval{0};  // 0: none
     uint64_t rows = 0;                      // likewise
+    SourcePosition at;
     bool any() const { return interval.count() != 0 || rows != 0; }
 };
 

@@ -15,18 +15,6 @@ namespace {
 constexpr size_t kMaxNameBytes = 64;
 constexpr int64_t kMaxInstances = 512;
 
-// Keys of [job] that later versions take.
-constexpr struct {
-    std::string_view key, what, hint;
-} kLaterJobKeys[] = {
-    {"checkpoint",
-     "this version has no checkpoints yet: a job that fails is run again from its start",
-     "remove the key"},
-    {"restart",
-     "this version can't restart a job yet: a job that fails is run again from its start",
-     "remove the key"},
-};
-
 bool IsNameByte(char c)
 {
     return isalnum(static_cast<unsigned char>(c)) != 0 || c == '.' || c == '_' || c == '-';
@@ -114,8 +102,6 @@ void UnknownKey(const Entry &entry, std::string_view section,
 void ReadJobSection(const Value &section, Job &job, std::vector<Complaint> &found)
 {
     for (const Entry &entry : section.entries) {
-        const auto *later = std::ranges::find_if(
-            kLaterJobKeys, [&](const auto &row) { return row.key == entry.key; });
         if (entry.key == "name") {
             ReadName(entry, job, found);
         } else if (entry.key == "charset") {
@@ -123,10 +109,14 @@ void ReadJobSection(const Value &section, Job &job, std::vector<Complaint> &foun
                 job.charset = *charset;
                 CheckCharacterSet(*charset, entry.value.at, found);
             }
-        } else if (later != std::end(kLaterJobKeys)) {
-            found.push_back({entry.at, std::string(later->what), std::string(later->hint)});
+        } else if (entry.key == "checkpoint") {
+            ReadCheckpoint(entry, job.checkpoint, found);
+        } else if (entry.key == "restart") {
+            found.push_back(
+                {entry.at, "unknown key \"restart\"",
+                 "a job that stopped goes on with fenwire resume, whatever its file says"});
         } else {
-            UnknownKey(entry, "[job]", {"name", "charset"}, found);
+            UnknownKey(entry, "[job]", {"name", "charset", "checkpoint"}, found);
         }
     }
 }

@@ -40,6 +40,9 @@ const std::string *TextOf(const Entry &entry, std::vector<Complaint> &found);
 // The value of an entry `instances`; it stays as it is, with a complaint, when that is none.
 void ReadInstances(const Entry &entry, int &instances, std::vector<Complaint> &found);
 
+// The value of an entry `checkpoint`; likewise.
+void ReadCheckpoint(const Entry &entry, CheckpointRule &rule, std::vector<Complaint> &found);
+
 void UnknownKey(const Entry &entry, std::string_view section,
                 const std::vector<std::string_view> &keys, std::vector<Complaint> &found);
 

@@ -1,8 +1,7 @@
 // restart/position.cpp - FW_GetPos and FW_Repos.
 
-#include "restart/restart.h"
-
 #include "operator/messages.h"
+#include "restart/restart.h"
 
 PxStatus FW_GetPos(uint32_t *length, const uint8_t **block)
 {

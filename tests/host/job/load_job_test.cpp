@@ -72,6 +72,28 @@ TEST(LoadJob, GoodFileComesOutAsGiven)
     EXPECT_EQ(job.columns[2].sql_type, "DECIMAL(10,2)");
 }
 
+TEST(LoadJob, CheckpointsAreDueByTimeAndByRows)
+{
+    static constexpr struct {
+        const char *given;
+        int64_t milliseconds;
+        uint64_t rows;
+    } kCases[] = {
+        {"500ms", 500, 0},          {"60s", 60'000, 0},
+        {"2 min", 120'000, 0},      {"1H", 3'600'000, 0},
+        {"100000 rows", 0, 100000}, {"60s or 100000 rows", 60'000, 100000},
+        {" 1row  or 7s", 7000, 1},
+    };
+    const JobFolder folder;
+    const auto file = folder.Write("job.toml", kGood);
+    EXPECT_FALSE(LoadJob(file).checkpoint.any());
+    for (const auto &c : kCases) {
+        const CheckpointRule rule = LoadJob(file, {{"job", "checkpoint", c.given}}).checkpoint;
+        EXPECT_EQ(rule.interval.count(), c.milliseconds) << c.given;
+        EXPECT_EQ(rule.rows, c.rows) << c.given;
+    }
+}
+
 TEST(LoadJob, BadFileGetsItsComplaint)
 {
     // clang-format off
@@ -91,7 +113,14 @@ TEST(LoadJob, BadFileGetsItsComplaint)
         {"columns twice",                "columns = ",          "from = \"target\"\ncolumns = ", "columns and from exclude each other", "keep columns"},
         {"section as a list",            "[producer]",          "[[producer]]",         "producer must be one section, not a list", "write [producer]"},
         {"key misspelt",                 "name = \"load",       "nmae = \"load",        "job.toml:2:1: error: unknown key \"nmae\"", "did you mean \"name\"?"},
-        {"checkpoints",                  "name = \"load",       "checkpoint = \"60s\"\nname = \"load", "this version has no checkpoints yet", "remove the key"},
+        {"checkpoint without unit", "name = \"load", "checkpoint = \"60\"\nname = \"load", "job.toml:2:14: error: \"60\" says neither a time nor", "write \"60s\", \"100000 rows\""},
+        {"checkpoint of nothing", "name = \"load", "checkpoint = \"0 rows\"\nname = \"load", "\"0 rows\" is no distance between checkpoints: it must be 1 row or more", ""},
+        {"checkpoint of ages", "name = \"load", "checkpoint = \"169h\"\nname = \"load", "\"169h\" is too long: at most 7 days", ""},
+        {"checkpoint beyond 64 bits", "name = \"load", "checkpoint = \"99999999999999999999s\"\nname = \"load", "is too long", ""},
+        {"checkpoint as a number", "name = \"load", "checkpoint = 60\nname = \"load", "checkpoint must be text, not a whole number", "write \"60s\""},
+        {"two times", "name = \"load", "checkpoint = \"60s or 2min\"\nname = \"load", "checkpoint gives a time twice", ""},
+        {"half a checkpoint", "name = \"load", "checkpoint = \"60s or \"\nname = \"load", "\"\" says neither a time nor", ""},
+        {"restart",                      "name = \"load",       "restart = true\nname = \"load", "unknown key \"restart\"", "fenwire resume"},
         {"name with a path",             "load-orders",         "../x",                 "job.toml:2:8: error: \"../x\" can't be the name of a job", "letters, digits"},
         {"name of another kind",         "\"load-orders\"",     "7",                    "name must be text, not a whole number", "in quotes: name = \"7\""},
         {"character set",                "[producer]",          "charset = \"UTF9\"\n[producer]", "unknown character set \"UTF9\"", "did you mean \"UTF8\"?"},
