@@ -1,0 +1,249 @@
+#!/usr/bin/env python3
+"""Random jobs are killed at random moments and resumed: nothing is lost, nothing is doubled.
+
+    tests/system/torture.py FENWIRE [KILLS [SEED [JOB]]]
+
+Each job runs undisturbed in one folder, and in another it is hit up to five times: an instance, the target,
+the coordinator or all of them killed, or the coordinator interrupted. What is there in the end must be what
+the undisturbed run left. JOB runs one job of a seed again.
+"""
+import concurrent.futures
+import json
+import os
+import pathlib
+import random
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+import torture_jobs
+
+PATIENCE = 120  # seconds until a run counts as one that hangs
+VICTIMS = ["instance", "instance", "instance", "target", "coordinator", "coordinator", "group", "group", "SIGINT", "SIGTERM"]
+MOMENTS = ["time", "time", "time", "checkpoint", "checkpoint", "start", "end"]
+SIGNALS = {"SIGINT": (signal.SIGINT, 130), "SIGTERM": (signal.SIGTERM, 143)}
+
+
+class Failed(Exception):
+    pass
+
+
+class Process:
+    """fenwire at work on a job, and the processes that it starts."""
+
+    def __init__(self, fenwire, verb, folder):
+        self.folder = folder
+        self.out, self.err = folder / "stdout", folder / "stderr"
+        words = [fenwire, verb, "job.toml", "--progress", "off", "--json"]
+        with open(self.out, "wb") as out, open(self.err, "wb") as err:
+            self.began = time.monotonic()
+            self.process = subprocess.Popen(words, cwd=folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
+                                            start_new_session=True)
+        self.pid = self.process.pid
+
+    def children(self):
+        """(pid, name) of each."""
+        found = []
+        try:
+            pids = pathlib.Path(f"/proc/{self.pid}/task/{self.pid}/children").read_text().split()
+        except OSError:
+            return []
+        for pid in pids:
+            try:
+                found.append((int(pid), pathlib.Path(f"/proc/{pid}/comm").read_text().strip()))
+            except OSError:
+                pass
+        return found
+
+    def group(self):
+        """Processes of the run that are still there."""
+        found = []
+        for entry in os.scandir("/proc"):
+            try:
+                if entry.name.isdigit():
+                    state, _, group = pathlib.Path(entry.path, "stat").read_text().rsplit(")", 1)[1].split()[:3]
+                    if int(group) == self.pid and state not in "ZX":
+                        found.append(int(entry.name))
+            except OSError:
+                pass
+        return found
+
+    def ended(self):
+        return self.process.poll() is not None
+
+    def wait(self):
+        """Exit status; none of the processes is left."""
+        try:
+            status = self.process.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            os.killpg(self.pid, signal.SIGKILL)
+            self.process.wait()
+            raise Failed(f"does not end within {PATIENCE} s\n{self.said()}") from None
+        end = time.monotonic() + 10
+        while left := self.group():
+            if time.monotonic() > end:
+                raise Failed(f"processes are left behind: {left}\n{self.said()}")
+            time.sleep(0.002)
+        return status
+
+    def said(self):
+        return self.err.read_text(errors="replace")
+
+    def report(self):
+        try:
+            return json.loads(self.out.read_text())
+        except ValueError:
+            raise Failed(f"no report on standard output: {self.out.read_text()[:300]}\n{self.said()}") from None
+
+
+# ---- The moment, and who is hit -------------------------------------------------------------------------
+
+
+def wait_for_moment(rng, process, moment, seconds, hits):
+    """Returns when the time has come, or the process has ended."""
+    end, changes = process.began + seconds * 1.5 + 1, 0
+    if moment == "checkpoint":
+        changes = rng.choice([1, 2, 3, 5, 8, 20, 60])
+    else:
+        share = {"time": rng.random() / (1 + hits / 2), "start": rng.random() * 0.15, "end": rng.uniform(0.85, 1.05)}[moment]
+        end = process.began + seconds * share
+    seen = torture_jobs.checkpoint_files(process.folder) if changes else None
+    while not process.ended() and time.monotonic() < end:
+        if changes:
+            now = torture_jobs.checkpoint_files(process.folder)
+            changes -= now != seen
+            if changes == 0:
+                return
+            seen = now
+        time.sleep(0.0005)
+
+
+def strike(rng, process, victim):
+    """Hits it, and says what was hit."""
+    if victim in SIGNALS:
+        if rng.random() < 0.5:
+            os.killpg(process.pid, SIGNALS[victim][0])
+        else:
+            process.process.send_signal(SIGNALS[victim][0])
+        return victim
+    if victim == "group":
+        os.killpg(process.pid, signal.SIGKILL)
+        return victim
+    children = [(pid, name) for pid, name in process.children() if (name == "fw-target") == (victim == "target")]
+    if victim in ("instance", "target") and children:
+        pid, name = rng.choice(children)
+        os.kill(pid, signal.SIGKILL)
+        return name
+    process.process.kill()
+    return "coordinator"
+
+
+def statuses(hit):
+    if hit in SIGNALS:
+        return [SIGNALS[hit][1]]
+    return [-9] if hit in ("group", "coordinator") else [12]
+
+
+class Torture:
+    """One job: its folders, and what was done to it."""
+
+    def __init__(self, fenwire, seed, number):
+        self.fenwire, self.rng = fenwire, random.Random(f"{seed} {number}")
+        self.root = pathlib.Path(tempfile.mkdtemp(prefix=f"torture-{number}-"))
+        self.calm, self.folder = self.root / "calm", self.root / "hit"
+        self.calm.mkdir()
+        self.hits = []
+
+    def run(self):
+        self.job = torture_jobs.TortureJob(self.rng, self.calm)
+        shutil.copytree(self.calm, self.folder)
+        process = Process(self.fenwire, "run", self.calm)
+        status = process.wait()
+        self.seconds = time.monotonic() - process.began
+        if status not in (0, 4):
+            raise Failed(f"undisturbed: exit status {status}\n{process.said()}")
+        self.wanted = torture_jobs.result(self.job, self.calm, process.report())
+        last = self.torment(status)
+        got = torture_jobs.result(self.job, self.folder, last.report())
+        if found := list(torture_jobs.differences(got, self.wanted)):
+            raise Failed("\n".join(found) + "\n" + last.said())
+
+    def torment(self, done):
+        """Hits the job and lets it go on until it ends; the last run of it."""
+        for _ in range(self.rng.choice([1, 2, 3, 3, 4, 5, 5])):
+            process = self.begin()
+            if process.ended() or self.hit(process) == done:
+                return process
+        process = self.begin()
+        if (status := process.wait()) != done:
+            raise Failed(f"exit status {status} instead of {done} in the end\n{process.said()}")
+        return process
+
+    def begin(self):
+        begun = (self.folder / ".fenwire/torture/run.json").exists()
+        return Process(self.fenwire, "resume" if begun else "run", self.folder)
+
+    def hit(self, process):
+        moment, victim = self.rng.choice(MOMENTS), self.rng.choice(VICTIMS)
+        wait_for_moment(self.rng, process, moment, self.seconds, len(self.hits))
+        when = time.monotonic() - process.began
+        hit = "nothing" if process.ended() else strike(self.rng, process, victim)
+        status = process.wait()
+        if status == self.wanted["exit_code"]:
+            return status
+        self.hits.append(f"{hit} at {when:.3f} s ({moment})")
+        if hit == "nothing" or status not in statuses(hit):
+            raise Failed(f"exit status {status}\n{process.said()}")
+        return status
+
+
+class Campaign:
+    """Jobs side by side until so many hits were survived."""
+
+    def __init__(self, fenwire, kills, seed):
+        self.fenwire, self.kills, self.seed = fenwire, kills, seed
+        self.lock, self.number, self.done, self.failures = threading.Lock(), 0, 0, 0
+
+    def work(self):
+        while self.done < self.kills and self.failures < 5:
+            with self.lock:
+                number, self.number = self.number, self.number + 1
+            self.one(number)
+
+    def one(self, number):
+        torture = Torture(self.fenwire, self.seed, number)
+        failed = ""
+        try:
+            torture.run()
+            shutil.rmtree(torture.root)
+        except (Failed, OSError, ValueError, KeyError) as failure:
+            failed = f"FAILED: {failure!r}" if not isinstance(failure, Failed) else f"FAILED: {failure}"
+        with self.lock:
+            self.done += len(torture.hits)
+            print(f"{number}: {getattr(torture, 'job', '')}: hit {', '.join(torture.hits) or 'not at all'}", flush=True)
+            if failed:
+                self.failures += 1
+                print(f"{failed}\n{(torture.calm / 'job.toml').read_text()}folder {torture.root}; again with: "
+                      f"{sys.argv[0]} {self.fenwire} 1 {self.seed} {number}", flush=True)
+
+
+def main(fenwire, kills=50, seed=None, number=None):
+    seed = int(seed) if seed is not None else random.randrange(1 << 32)
+    campaign = Campaign(os.path.abspath(fenwire), int(kills), seed)
+    print(f"seed {seed}")
+    if number is not None:
+        campaign.one(int(number))
+    else:
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            for worker in [pool.submit(campaign.work) for _ in range(2)]:
+                worker.result()
+    print(f"{campaign.done} hits, {campaign.failures} jobs failed")
+    return campaign.failures != 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
