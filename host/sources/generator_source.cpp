@@ -1,8 +1,9 @@
 // host/sources/generator_source.cpp - rows by rule and seed, for tests and measurements.
 //
 // Row k depends on the seed and k alone. Part i of n delivers one run of them, so that the set of rows is
-// the same for any number of instances. With repeat, row k is row k modulo repeat: these are made
-// once, and then a row costs a copy, so that what comes behind the source can be measured.
+// the same for any number of instances, and the place of a part is the number of its next row. With repeat,
+// row k is row k modulo repeat: these are made once, and then a row costs a copy, so that what comes behind
+// the source can be measured.
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -10,6 +11,7 @@
 
 #include "host/job/words.h"
 #include "host/sources/kinds.h"
+#include "host/sources/position.h"
 #include "host/sources/row_maker.h"
 
 namespace fenwire {
@@ -56,7 +58,7 @@ public:
     {
         const uint64_t share = rows_ / parts, rest = rows_ % parts;
         const auto before = static_cast<uint64_t>(part - 1);
-        next_ = share * before + std::min(before, rest);
+        begin_ = next_ = share * before + std::min(before, rest);
         end_ = next_ + share + (before < rest ? 1 : 0);
         if (repeat_ != 0 && next_ < end_)
             FillPool();
@@ -72,6 +74,21 @@ public:
             bytes += row;
         }
         return next_ < end_;
+    }
+
+    std::optional<std::string> Position() override { return fmt::format("row {}", next_); }
+
+    void GoTo(const std::string &position) override
+    {
+        PositionReader place(position);
+        if (place.Word() != "row")
+            place.Refuse();
+        const auto row = place.Whole<uint64_t>();
+        place.End();
+        if (row < begin_ || row > end_)
+            place.Refuse();
+        next_ = row;
+        turn_ = repeat_ != 0 ? row % repeat_ : 0;
     }
 
 private:
@@ -103,7 +120,7 @@ private:
 
     RowMaker maker_;
     uint64_t rows_, repeat_;
-    uint64_t next_ = 0, end_ = 0;
+    uint64_t begin_ = 0, next_ = 0, end_ = 0;
     std::vector<uint8_t> pool_;  // the rows that come again, and where each ends
     std::vector<size_t> ends_;
     uint64_t turn_ = 0;

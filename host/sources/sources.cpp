@@ -33,7 +33,7 @@ constexpr SettingKey kSqliteKeys[] = {
 };
 constexpr SourceKind kSources[] = {
     {"generator", "rows made by rule, the same for the same seed, however many instances share them",
-     kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, false, false},
+     kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, true, false},
     {"stdin", "delimited text from standard input, as the print target writes it",
      kStdinKeys, MakeStdinSource, CheckStdinSettings, nullptr, true, false, true},
     {"sqlite", "a table or a query of an SQLite database; all instances see the same state of it",

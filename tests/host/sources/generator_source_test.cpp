@@ -82,6 +82,28 @@ TEST(GeneratorSource, EveryShareOfTheRowsMakesTheSameSet)
     }
 }
 
+TEST(GeneratorSource, RowsGoOnWhereTheyStood)
+{
+    for (const int64_t repeat : {0, 7}) {
+        std::vector<Setting> settings = {Number("rows", 1000), Number("nulls", 10)};
+        if (repeat != 0)
+            settings.push_back(Number("repeat", repeat));
+        const Job job = GeneratorJob({"a INTEGER", "b CHAR(400)"}, settings);
+        for (const int parts : {1, 3}) {
+            const auto rows = RowsWithStops(job, parts);
+            for (int part = 1; part <= parts; ++part)
+                EXPECT_EQ(rows[static_cast<size_t>(part - 1)], RowsOf(job, part, parts).kept)
+                    << "part " << part << " of " << parts << ", repeat " << repeat;
+        }
+    }
+    // Part 1 of 2 has the rows 0 to 499.
+    const Job job = GeneratorJob({"a INTEGER"}, {Number("rows", 1000)});
+    EXPECT_EQ(RefusalOf(job, "row 500", 2), "");
+    for (const char *place : {"row 501", "row -1", "row 18446744073709551616", "row 1 ", "row", "",
+                              " row 1", "row  1", "row 1x", "rows 1", "row 1 1"})
+        EXPECT_NE(RefusalOf(job, place, 2), "") << place;
+}
+
 TEST(GeneratorSource, NullsComeAsOftenAsAskedFor)
 {
     for (const int64_t percent : {0, 30, 100}) {

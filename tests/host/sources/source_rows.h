@@ -75,4 +75,43 @@ inline KeepingOutlet RowsOf(const fenwire::Job &job, int part = 1, int parts = 1
     return outlet;
 }
 
+// The rows of each part, in a job that is stopped behind every Read and goes on where it stood.
+inline std::vector<std::vector<std::string>> RowsWithStops(const fenwire::Job &job, int parts)
+{
+    const auto count = static_cast<size_t>(parts);
+    std::vector<KeepingOutlet> outlets(count, KeepingOutlet(job.columns));
+    std::vector<std::string> places(count);
+    for (int ended = 0, again = 0; again < 2; again += ended == parts ? 1 : 0) {
+        std::vector<std::unique_ptr<fenwire::Source>> sources;
+        for (int part = 1; part <= parts; ++part) {
+            sources.push_back(fenwire::MakeSource(job));
+            sources.back()->Open(part, parts);
+        }
+        ended = 0;
+        for (size_t i = 0; i < count; ++i) {
+            if (!places[i].empty())
+                sources[i]->GoTo(places[i]);
+            ended += sources[i]->Read(outlets[i]) ? 0 : 1;
+            places[i] = sources[i]->Position().value_or("no place");
+        }
+    }
+    std::vector<std::vector<std::string>> rows;
+    for (const KeepingOutlet &outlet : outlets)
+        rows.push_back(outlet.kept);
+    return rows;
+}
+
+// What GoTo says to a place, in part 1 of so many; empty: it goes there.
+inline std::string RefusalOf(const fenwire::Job &job, const std::string &place, int parts = 1)
+{
+    const auto source = fenwire::MakeSource(job);
+    source->Open(1, parts);
+    try {
+        source->GoTo(place);
+        return {};
+    } catch (const fenwire::SourceError &error) {
+        return error.what();
+    }
+}
+
 #endif
