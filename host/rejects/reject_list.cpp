@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "host/job/words.h"
@@ -29,11 +30,18 @@ fs::path RejectListOf(const fs::path &error_file) { return error_file.string() +
 RejectList::RejectList(const fs::path &path)
     : path_(path),
       part_(path.parent_path() / fmt::format(".{}.{}.part", path.filename().string(), getpid())),
-      fd_(open(part_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_NOFOLLOW | O_CLOEXEC,
-               0600))
+      fd_(open(part_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600))
 {
     if (!fd_)
         ThrowErrno(fmt::format("the list of bad records {} can't be made", Quoted(path.string())));
+}
+
+std::unique_ptr<RejectList> RejectList::Reopen(const fs::path &path)
+{
+    auto list = std::make_unique<RejectList>();
+    list->path_ = path;
+    list->fd_ = OpenOurs(path, O_RDWR | O_APPEND);
+    return list;
 }
 
 RejectList::~RejectList()
@@ -50,6 +58,20 @@ void RejectList::PutInPlace()
         ThrowErrno(
             fmt::format("the list of bad records {} can't be replaced", Quoted(path_.string())));
     part_.clear();
+}
+
+UniqueFd OpenOurs(const fs::path &path, int flags)
+{
+    UniqueFd fd(open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat info = {};
+    if (!fd)
+        ThrowErrno(
+            fmt::format("{}, which holds bad records, can't be opened", Quoted(path.string())));
+    if (fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode) || info.st_uid != geteuid() ||
+        info.st_nlink != 1)
+        throw std::runtime_error(fmt::format(
+            "{} is not the file of bad records that this job has written", Quoted(path.string())));
+    return fd;
 }
 
 std::string AppendLine(int fd, std::string_view line)

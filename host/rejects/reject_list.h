@@ -8,6 +8,7 @@
 #define FENWIRE_HOST_REJECTS_REJECT_LIST_H
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -24,7 +25,10 @@ class RejectList {
 public:
     RejectList() = default;
     explicit RejectList(const std::filesystem::path &path);  // throws std::system_error
-    ~RejectList();                                           // never put in its place: it is gone
+    // The list that an earlier run left in its place. Throws std::system_error when it is gone, or
+    // is no plain file of this user.
+    static std::unique_ptr<RejectList> Reopen(const std::filesystem::path &path);
+    ~RejectList();  // never put in its place: it is gone
     RejectList(const RejectList &) = delete;
     RejectList &operator=(const RejectList &) = delete;
 
@@ -36,6 +40,10 @@ private:
     std::filesystem::path path_, part_;
     UniqueFd fd_;
 };
+
+// A plain file of this user that has no other name; no link is followed. Throws std::runtime_error with
+// words for the user.
+UniqueFd OpenOurs(const std::filesystem::path &path, int flags);
 
 // Words for what went wrong; empty: the line is written.
 std::string AppendLine(int fd, std::string_view line);

@@ -25,6 +25,8 @@ std::string Shown(const fs::path &path)
 
 void RejectRun::Open()
 {
+    if (job_.retry_of.empty())
+        gathered_.FindLeftovers();
     if (keeps())
         list_ = std::make_unique<RejectList>(RejectListOf(error_file_));
 }
@@ -33,6 +35,8 @@ void RejectRun::Begin()
 {
     if (std::exchange(begun_, true))
         return;
+    gathered_.RemoveLeftovers();
+    names_are_new_ = true;
     if (!keeps()) {
         RemoveRejectState(job_);  // nothing is kept for a retry, and what was is of an earlier run
         return;
@@ -56,11 +60,13 @@ void RejectRun::End(Rows rows)
     rows_ = rows;
     if (!begun_ || !keeps() || rows == Rows::InDoubt || state_.text.empty())
         return;
-    if (before_ && rows == Rows::Undone) {
+    if (before_ && rows != Rows::Committed) {
         WriteRejectState(job_, *before_);  // its records wait as they did before
         return;
     }
-    state_.outcome = rows == Rows::Committed ? Outcome::Loaded : Outcome::Failed;
+    state_.outcome = rows == Rows::Committed    ? Outcome::Loaded
+                     : rows == Rows::Unfinished ? Outcome::Unfinished
+                                                : Outcome::Failed;
     if (before_) {
         state_.file = error_file_;
         state_.retries += 1;

@@ -5,12 +5,16 @@
 //     run.Begin();    the rows begin: the list takes its place, the state says "running"
 //     run.Add(..);    a bad record, for each
 //     run.End(..);    the state says what became of the rows
+//
+// A job that keeps checkpoints also calls Save at each, Restore instead of Open where it goes on, and at
+// its good end Complete, and Forget when its checkpoint is gone.
 
 #ifndef FENWIRE_HOST_REJECTS_REJECT_RUN_H
 #define FENWIRE_HOST_REJECTS_REJECT_RUN_H
 
 #include <memory>
 
+#include "host/rejects/gathered_records.h"
 #include "host/rejects/reject_list.h"
 #include "host/rejects/reject_state.h"
 #include "host/rejects/reject_tally.h"
@@ -19,7 +23,10 @@ namespace fenwire {
 
 class RejectRun {
 public:
-    explicit RejectRun(const Job &job) : job_(job), error_file_(RecordErrorFile(job)) {}
+    explicit RejectRun(const Job &job)
+        : job_(job), error_file_(RecordErrorFile(job)), gathered_(job)
+    {
+    }
 
     bool keeps() const { return !error_file_.empty(); }  // the job names a record error file
     void Open();                                         // throws std::runtime_error
@@ -35,15 +42,31 @@ public:
     // checkpoint, since those files belong to processes that may be gone when the job goes on.
     void AddErrorFile(int instance, const std::string &path);  // an instance has opened its file
     std::string Save();  // everything told so far is on the disk; words for Restore
-    void Restore(const std::string &saved);  // instead of Open: as it was then, nothing behind it
+    // Instead of Open: all is as it was then, and nothing behind it. Answers a warning, or nothing. Throws
+    // std::runtime_error, with nothing touched, where bad records would be missing.
+    std::string Restore(const std::string &saved);
     void
     Complete();  // behind terminate of a good job: gathered records go to the record error file
+    void Forget() { gathered_.Remove(); }  // the checkpoint is gone, and needs them no more
 
-    enum class Rows : uint8_t { Committed, Undone, InDoubt };
+    enum class Rows : uint8_t { Committed, Undone, InDoubt, Unfinished };
     void End(Rows rows);  // throws std::runtime_error
     void Write(JobReport &report) const;
 
 private:
+    struct Saved;
+    struct ErrorMark {
+        FileMark mark;
+        uint64_t inode = 0;
+        bool operator==(const ErrorMark &) const = default;
+    };
+    bool BringToDisk();
+    std::string Remember() const;
+    Saved Parse(const std::string &text) const;
+    void RefuseOther(const Saved &saved) const;
+    UniqueFd OpenErrorFile(const Saved &saved) const;
+    std::string ReopenList(const Saved &saved);
+
     const Job &job_;
     const std::filesystem::path error_file_;
     std::unique_ptr<RejectList> list_;
@@ -51,6 +74,13 @@ private:
     RejectState state_;                  // as written in Begin
     std::optional<RejectState> before_;  // what a retry found
     bool begun_ = false;
+    GatheredRecords gathered_;
+    UniqueFd error_fd_;  // for reading, once the first instance has told that it is open
+    FileMark list_mark_;
+    std::optional<ErrorMark> error_mark_;
+    bool names_are_new_ = false, goes_on_ = false;
+    uint64_t saved_count_ = 0;
+    std::string saved_;  // what Save answered last
     Rows rows_ = Rows::Undone;
 };
 

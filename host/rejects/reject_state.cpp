@@ -14,6 +14,7 @@
 #include "host/job/attribute_catalogue.h"
 #include "host/job/words.h"
 #include "host/rejects/bad_record.h"
+#include "host/rejects/file_mark.h"
 #include "host/rejects/reject_list.h"
 #include "host/system/unique_fd.h"
 
@@ -24,7 +25,7 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-constexpr std::string_view kOutcomes[] = {"running", "loaded", "failed", "retrying"};
+constexpr std::string_view kOutcomes[] = {"running", "loaded", "failed", "retrying", "unfinished"};
 
 fs::path StatePath(const Job &job) { return job.state / "rejects.json"; }
 
@@ -103,9 +104,7 @@ void WriteRejectState(const Job &job, RejectState &state)
         rename(part.c_str(), path.c_str()) != 0)
         ThrowErrno(fmt::format("{} can't be written", Quoted(path.string())));
     // The new state is on the disk before rows are committed under it.
-    const UniqueFd folder(open(job.state.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder)
-        fsync(folder.get());
+    SyncFolder(job.state);
 }
 
 void RemoveRejectState(const Job &job)

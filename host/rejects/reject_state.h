@@ -24,10 +24,11 @@ Remarks RemarksOf(const Job &job);
 
 struct RejectState {
     enum class Outcome : uint8_t {
-        Running,   // or ended without a word: nobody knows whether the rows were committed
-        Loaded,    // the rows are in the target
-        Failed,    // they are not
-        Retrying,  // as Running, of a retry of this file
+        Running,     // or ended without a word: nobody knows whether the rows were committed
+        Loaded,      // the rows are in the target
+        Failed,      // they are not
+        Retrying,    // as Running, of a retry of this file
+        Unfinished,  // the job stopped at a checkpoint: those up to there are
     };
     std::filesystem::path file;  // the record error file, absolute
     Outcome outcome = Outcome::Running;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "host/console/report.h"
@@ -17,7 +18,11 @@ public:
     // reason: the kind of fault with its column.
     void Add(const PxBadRecord &record, uint64_t times, const std::string &reason);
     uint64_t left_out() const { return left_out_; }
-    void Write(RejectsReport &report) const;  // counts, and the most frequent reasons
+    uint64_t changed() const { return changed_; }
+    uint64_t all() const { return left_out_ + changed_; }
+    nlohmann::ordered_json Save() const;
+    bool Restore(const nlohmann::ordered_json &saved);  // false: that is no tally
+    void Write(RejectsReport &report) const;            // counts, and the most frequent reasons
 
 private:
     uint64_t left_out_ = 0, changed_ = 0, kept_ = 0;

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "host/checkpoint/checkpoints.h"
 #include "host/job/attribute_catalogue.h"
 #include "host/job/words.h"
 #include "host/rejects/reject_list.h"
@@ -43,7 +44,22 @@ constexpr Obstacle kObstacles[] = {
     {"a retry of these records still goes on or was cut short, so it is not known "
      "whether their rows are in the target",
      "look into the target; --anyway when it does not hold them"},
+    /* Unfinished */ {nullptr, nullptr},  // see RefuseUnfinished
 };
+
+// Rows up to the checkpoint are in the target. The job that goes on reads the others, and writes the
+// record error file on from there, so a retry in between would have no firm ground at all.
+void RefuseUnfinished(const Job &job, const RejectState &state)
+{
+    const auto cut_short = [&] {
+        const std::optional<Generation> last = FindGeneration(job, {});
+        return last && last->number > 0;
+    };
+    if (state.outcome != Outcome::Unfinished && (state.outcome != Outcome::Running || !cut_short()))
+        return;
+    throw RetryRefused("the job is not finished: its rows are partly in the target",
+                       fmt::format("fenwire resume {} goes on with it", Shown(job.file)));
+}
 
 // What somebody mended in a file whose records have moved on to the next one would wait for ever.
 void RefuseMendedBefore(const fs::path &first, const RejectState &state)
@@ -71,6 +87,8 @@ RejectState Waiting(const Job &job, const RetryChoice &choice)
                            "add RecordErrorFileName to [producer] and run the job");
     RejectState fresh = {file, Outcome::Loaded, 0, RemarksOf(job), {}};
     std::optional<RejectState> state = ReadRejectState(job);
+    if (state)
+        RefuseUnfinished(job, *state);
     const char *what = nullptr, *hint = "";
     if (!state) {
         what = "no run of the job has kept bad records";
