@@ -129,4 +129,12 @@ std::string Quoted(std::string_view text)
     return fmt::format("\"{}{}\"", Escaped(text.substr(0, end)), end < text.size() ? "..." : "");
 }
 
+std::string SqlName(std::string_view name)
+{
+    std::string quoted = "\"";
+    for (const char c : name)
+        quoted.append(c == '"' ? 2 : 1, c);
+    return quoted + '"';
+}
+
 }  // namespace fenwire

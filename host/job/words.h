@@ -31,6 +31,9 @@ std::string Escaped(std::string_view text);
 // In double quotes, escaped; cut when it is longer than a person would read.
 std::string Quoted(std::string_view text);
 
+// A name as SQL takes it whatever it holds: "or""der".
+std::string SqlName(std::string_view name);
+
 // Length of the UTF-8 character at the start of text, 0 when there is none.
 size_t Utf8Length(std::string_view text);
 

@@ -9,6 +9,7 @@
 #include "host/job/words.h"
 #include "host/sqlite/sqlite_table.h"
 #include "host/sqlite/sqlite_types.h"
+#include "host/values/text_columns.h"
 
 namespace fenwire {
 

@@ -130,12 +130,4 @@ void BindSqliteText(const SqliteStatement &statement, int at, const std::string 
                       SQLITE_TRANSIENT);
 }
 
-std::string SqlName(std::string_view name)
-{
-    std::string quoted = "\"";
-    for (const char c : name)
-        quoted.append(c == '"' ? 2 : 1, c);
-    return quoted + '"';
-}
-
 }  // namespace fenwire

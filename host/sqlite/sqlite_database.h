@@ -56,9 +56,6 @@ private:
 std::string SqliteText(const SqliteStatement &row, int column);
 void BindSqliteText(const SqliteStatement &statement, int at, const std::string &text);
 
-// A name as SQL takes it whatever it holds: "or""der".
-std::string SqlName(std::string_view name);
-
 }  // namespace fenwire
 
 #endif

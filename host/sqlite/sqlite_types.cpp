@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
-#include <stdexcept>
 
 #include "host/job/column_syntax.h"
 #include "host/job/column_types.h"
 #include "host/job/words.h"
+#include "host/values/text_columns.h"
 
 namespace fenwire {
 
@@ -111,16 +111,6 @@ Declared Split(std::string_view declared)
     return split;
 }
 
-std::optional<Column> Parsed(const std::string &name, const std::string &words)
-{
-    Column column;
-    std::vector<Complaint> none;
-    column.name = name;
-    if (!ParseColumnType(words, {}, column, none))
-        return std::nullopt;
-    return column;
-}
-
 // Text of a type that is not ours is counted in characters, which have up to four bytes.
 Column ForeignText(const std::string &name, const std::string &sizes)
 {
@@ -160,14 +150,6 @@ std::string SqliteTypeOf(const Column &column)
     return std::string(kKeptAsText.substr(0, 4));
 }
 
-Column ColumnOfWords(const std::string &name, const std::string &type)
-{
-    std::optional<Column> column = Parsed(name, type);
-    if (!column)
-        throw std::logic_error(fmt::format("{} is no type", type));
-    return *column;
-}
-
 std::optional<Column> ColumnOfSqliteType(const std::string &name, const std::string &declared)
 {
     const Declared split = Split(declared);
@@ -176,10 +158,10 @@ std::optional<Column> ColumnOfSqliteType(const std::string &name, const std::str
         if (row.type != split.type || (!sized && !split.sizes.empty()))
             continue;
         const std::string ours(row.ours.substr(0, row.ours.size() - (sized ? 2 : 0)));
-        if (std::optional<Column> column = Parsed(name, ours + split.sizes))
+        if (std::optional<Column> column = ColumnIfWords(name, ours + split.sizes))
             return column;
     }
-    if (std::optional<Column> column = Parsed(name, split.type + split.sizes))
+    if (std::optional<Column> column = ColumnIfWords(name, split.type + split.sizes))
         return column;
     if (declared.empty())
         return std::nullopt;

@@ -36,8 +36,6 @@ std::optional<Column> ColumnOfSqliteType(const std::string &name, const std::str
 inline constexpr uint32_t kSqliteTextBytes = 4000;
 inline constexpr uint32_t kSqliteBlobBytes = 64000;
 
-Column ColumnOfWords(const std::string &name, const std::string &type);  // words of ours
-
 }  // namespace fenwire
 
 #endif

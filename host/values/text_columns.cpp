@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <stdexcept>
 
 #include "host/job/column_syntax.h"
 #include "host/job/column_types.h"
@@ -93,6 +94,24 @@ std::vector<Column> ColumnsForFormat(const Job &job, std::vector<Column> columns
         column.precision = column.scale = 0;
     }
     return columns;
+}
+
+std::optional<Column> ColumnIfWords(const std::string &name, const std::string &type)
+{
+    Column column;
+    std::vector<Complaint> none;
+    column.name = name;
+    if (!ParseColumnType(type, {}, column, none))
+        return std::nullopt;
+    return column;
+}
+
+Column ColumnOfWords(const std::string &name, const std::string &type)
+{
+    std::optional<Column> column = ColumnIfWords(name, type);
+    if (!column)
+        throw std::logic_error(fmt::format("{} is no type", type));
+    return *column;
 }
 
 }  // namespace fenwire
