@@ -520,6 +520,8 @@ constexpr CatalogueRow kCatalogue[] = {
                          "set it before the start, and check that the command \"hadoop version\" works"},
     {19618, "",          "this version of Hadoop is not supported",
                          "version 2 or later is needed"},
+    {19985, "nt",        "the checkpoint record of instance %1 can't be used: %2",
+                         "it was damaged where it is kept, or belongs to another job; begin the job anew"},
     {19986, "tnn",       "file \"%1\" ends within a record: its last %2 bytes, behind record %3, were not loaded",
                          "check that the file is complete, and that Format describes it; read it again if it is still being written"},
     {19987, "tnn",       "file \"%1\" lacks rows: %2 rows without a value left no record, the first before record %3",

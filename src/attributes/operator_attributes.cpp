@@ -71,10 +71,7 @@ PxStatus AnnounceRestart()
     if (FW_RestartMode == 0)
         return PXSTC_Success;
     BoxLine(__func__, 1, ">>>> RESTART MODE <<<< >>>> RESTART MODE <<<<");
-    if (const PxStatus status = FW_StartupMessage<19011>(ThisInstance))
-        return status;
-    // Restart: ends here until checkpoint records are written and read.
-    return NotAvailable("SYSTEM_RestartMode", "restart from a checkpoint");
+    return FW_StartupMessage<19011>(ThisInstance);
 }
 
 bool SomeRowsAreSkipped() { return SkipRows != 0; }

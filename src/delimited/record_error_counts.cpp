@@ -8,6 +8,7 @@
 #include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "pm/disk/os_calls.h"
+#include "pm/pm_state.h"
 
 namespace {
 
@@ -133,6 +134,31 @@ PxStatus CountOverAllInstances(uint32_t *all)
     return status == PXSTC_Success ? status : ServiceFailed(__func__, "PX_UpdateGlobalVar", status);
 }
 
+PxStatus ShareErrorCount()
+{
+    if (SG_ErrorRowLimit < 1 || SG_pmFpErrors == 0 || TotalInstances == 1)
+        return PXSTC_Success;
+    FW_TRACE(1, "Capture Error Row Count Inst:(%d) ErrCount:(%u)", ThisInstance, SG_ErrorRowCount);
+    if (const PxStatus status = PublishErrorCount())
+        return status;
+    bAccumulateErrorCounts = ThisInstance == 1;
+    return PXSTC_Success;
+}
+
+// The running count begins at 0 in each run, the instances' own go on from a checkpoint. What they have
+// counted since they published is in the running count only, so the larger one is nearer the truth.
+static PxStatus RaiseGlobalCount(uint64_t sum)
+{
+    uint32_t all = 0;
+    PxStatus status = Read(kGlobalCount, 1, &all);
+    if (status != PXSTC_Success)
+        return ServiceFailed(__func__, "PX_ReadGlobalVar", status);
+    if (sum <= all)
+        return PXSTC_Success;
+    status = Update(kGlobalCount, 1, static_cast<uint32_t>(std::min<uint64_t>(sum, UINT32_MAX)));
+    return status == PXSTC_Success ? status : ServiceFailed(__func__, "PX_UpdateGlobalVar", status);
+}
+
 PxStatus AccumulateErrorCounts()
 {
     uint64_t sum = 0;
@@ -146,7 +172,7 @@ PxStatus AccumulateErrorCounts()
         FW_TRACE(1, "Accumulate Error Row Counts Inst:(%d) ErrCnt:(%u)", instance, element.count);
     }
     if (SG_ErrorRowLimit < 1 || sum < static_cast<uint64_t>(SG_ErrorRowLimit))
-        return PXSTC_Success;
+        return RaiseGlobalCount(sum);
     FW_TRACE(4, "Error Row Limit [%d] Reached or exceeded", SG_ErrorRowLimit);
     FW_Message<19993>(SG_ErrorRowLimit, SG_RowErrFileName);
     RaiseExitCode(12);

@@ -50,6 +50,10 @@ PxStatus CloseRecordErrorFile();
 // variables that nobody needs any more. What can't be appended stays where it is, and is told of.
 void AppendRowErrorFile();
 
+// At a checkpoint and in a restart of a job with a limit: publishes this instance's count, and has
+// instance 1 add up all of them before its next row. 0 or 48, reported.
+PxStatus ShareErrorCount();
+
 // Adds up what the instances published, and compares it with the limit. 0 or 48.
 PxStatus AccumulateErrorCounts();
 

@@ -64,10 +64,19 @@ PxStatus SpareDataFile()
     return FW_AttributeFatal<19996>(path);
 }
 
-PxStatus PublishOwnFile()
+// Whoever keeps checkpoints keeps what the file holds at each of them.
+void TellPath(const char *path)
+{
+    (void)Service(SG_opHandle, &PxOperator::PX_PutJobStat, int32_t{PX_STAT_ErrorFile},
+                  int32_t{PX_ARG_TEXT}, static_cast<const void *>(path),
+                  static_cast<int32_t>(strlen(path)), 0, 0);
+}
+
+PxStatus PublishOwnFile(const char *path)
 {
     PmIdentity id = {};
     (void)pmIdentity(SG_pmFpErrors, &id);
+    TellPath(path);
     return PublishFileId(id);
 }
 
@@ -87,7 +96,7 @@ PxStatus OpenOwnFile()
                                       &SG_pmFpErrors);
     if (code == pmrcOk || code == pmrcEmptyFile) {
         SG_ContinueOnRowError = 1;
-        return PublishOwnFile();
+        return PublishOwnFile(path);
     }
     FW_ERROR("'%s': the record error file can't be opened", path);
     (void)AccessFailed("pmOpen", code);

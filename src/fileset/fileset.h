@@ -40,7 +40,7 @@ PxStatus UpdateFileEntry(int32_t index, const FileNamesEntry *entry);
 PxStatus GetAllFileNames();                       // its nodes
 PxStatus GetNextFileName(int32_t wanted_status);  // 0 advance, 1 stay; 12: no more files
 void FreeFileNodes();                             // may be called again
-PxStatus TakeOutputFile();                        // a writer's one file becomes the current one
+PxStatus TakeOutputFile();  // a writer's one file becomes the current one; 12: it is finished
 
 // ---- Paths and files --------------------------------------------------------------------------
 

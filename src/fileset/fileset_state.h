@@ -50,7 +50,7 @@ struct FileNode {
 };
 
 // ---- The file set -----------------------------------------------------------------------------
-// Writers: fileset/build.cpp fileset/output_files.cpp fileset/instance_files.cpp fileset/global_vars.cpp operator/initiate.cpp operator/end_of_file.cpp
+// Writers: fileset/build.cpp fileset/output_files.cpp fileset/instance_files.cpp fileset/global_vars.cpp operator/initiate.cpp operator/end_of_file.cpp restart/restart.cpp
 inline DirInfoImage DirInfo = {};
 inline int32_t AllocatedFileCount = 0;  // elements of FileNames; 0: the variables do not exist
 inline char DirInfoVarName[40] = "", FileNamesVarName[40] = "";

@@ -71,5 +71,9 @@ PxStatus BuildOutputFiles()
 PxStatus TakeOutputFile()
 {
     CurrentFileIndex = ThisInstance;
-    return ReadFileEntry(ThisInstance, &CurrentFile);
+    if (const PxStatus status = ReadFileEntry(ThisInstance, &CurrentFile))
+        return status;
+    // In a restart it may be complete.
+    const bool done = CurrentFile.Status == kFinished || CurrentFile.Status == kArchived;
+    return done ? PxStatus{PXSTC_EndOfData} : PxStatus{PXSTC_Success};
 }

@@ -113,6 +113,7 @@ uint32_t ExpectedRecordLength(uint32_t extra[2])
 void ForgetLastFile()
 {
     FileRecordCount = FileRowCount = FileRowsSkipped = 0;
+    FileRecordsBefore = FileRowsSkippedBefore = 0;
     ForgetChangedRows();
     if (bSkipRowsEveryFile != 0)
         bSkipRowsDone = 0;

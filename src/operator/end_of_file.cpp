@@ -101,7 +101,7 @@ PxStatus EndOfFile()
     WarnOfChangedRows();
     if ((status = MarkFinished()) != PXSTC_Success || (status = CloseFile()) != PXSTC_Success)
         return status;
-    PutFileCounts(1);
+    PutFileCounts(kFileEnded);
     // A notify exit hears of the finished file here.
     return OpenNextFile();
 }
@@ -132,6 +132,6 @@ PxStatus File_Out()
     WarnOfChangedRows();
     if ((status = MarkFinished()) != PXSTC_Success)
         return status;
-    PutFileCounts(1);
+    PutFileCounts(kFileEnded);
     return PXSTC_Success;
 }

@@ -55,6 +55,16 @@ Answer EndMethodLatch(uint32_t)
     return PXSTC_EndMethod;
 }
 
+Answer RequestedCheckpoint(uint32_t)
+{
+    if (bRequestCheckpoint == 0)
+        return kNextStep;
+    FW_TRACE(1, "Returning Checkpoint request");
+    bRequestCheckpoint = 0;
+    ++CheckpointCount;
+    return PXSTC_Checkpoint;
+}
+
 Answer InstanceWithoutFiles(uint32_t)
 {
     if (bNoFileForInstance == 0)
@@ -121,7 +131,7 @@ PxStatus ConsumeRow()
 
 PxStatus MoveRow() { return bWriting == 0 ? ProduceRow() : ConsumeRow(); }
 
-// A checkpoint comes with the flag, once there are checkpoints.
+// A checkpoint or a restart comes with the flag.
 Answer LimitOverAllInstances(uint32_t)
 {
     return bAccumulateErrorCounts == 0 ? kNextStep : AnswerUnlessGood(AccumulateErrorCounts());
@@ -137,7 +147,8 @@ constexpr ExecuteStep kExecuteChain[] = {
     {5,  EnterPhase          },
     {6,  EndMethodLatch      },
     // 7 and 8 next output file of an archiving consumer; 9 archiving of an active scan's pass
-    // 10 requested checkpoint; 11 and 12 the next pass of an active scan
+    {10, RequestedCheckpoint },
+    // 11 and 12 the next pass of an active scan
     {13, InstanceWithoutFiles},
     {14, LimitOverAllInstances},
     {15, NextRow             },  // of a consumer; 16 of a producer
@@ -157,7 +168,8 @@ constexpr ExecuteStep kExecuteChain[] = {
 bool IsRowDue(uint32_t phase)
 {
     return static_cast<int32_t>(phase) == LastExecutePhase &&
-           (bExecuteEndMethod | bNoFileForInstance | bAccumulateErrorCounts) == 0;
+           (bExecuteEndMethod | bNoFileForInstance | bAccumulateErrorCounts | bRequestCheckpoint) ==
+               0;
 }
 
 }  // namespace

@@ -270,6 +270,7 @@ inline constexpr MessageRow kMessages[] = {
     {19616, 3, Error,       ""},
     {19617, 3, Error,       ""},
     {19618, 3, Error,       ""},
+    {19985, 3, Error,       "nt"},
     {19986, 3, Warning,     "tnn"},
     {19987, 3, Warning,     "tnn"},
     {19988, 3, Warning,     "tnn"},

@@ -20,14 +20,6 @@ PxMethods methods = {
     .event = PX_Event,
 };
 
-// The infrastructure is told by SYSTEM_NOCHECKPOINT jobs only; one that calls all the same must not
-// believe that anything was saved.
-PxStatus NoCheckpoints(const char *method)
-{
-    FW_ERROR("%s: checkpoints are not supported by this version", method);
-    return MapStatus(PXSTC_NotSupported);
-}
-
 }  // namespace
 
 PxStatus PX_GetOperatorMethods(PxMethods **table)
@@ -48,16 +40,4 @@ PxStatus InvalidPhase(uint32_t phase)
     snprintf(text, sizeof text, "%u", phase);
     FW_ERROR("Invalid Phase (%u) received", phase);
     return FW_Fatal<19148>(text);
-}
-
-PxStatus PX_Checkpoint(PxOperator *handle, uint32_t phase)
-{
-    EnterMethod(handle, __func__, phase);
-    return NoCheckpoints(__func__);
-}
-
-PxStatus PX_Restart(PxOperator *handle, uint32_t phase)
-{
-    EnterMethod(handle, __func__, phase);
-    return NoCheckpoints(__func__);
 }

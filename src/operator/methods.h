@@ -40,7 +40,8 @@ PxStatus CheckForDeleteTask();  // of the first call
 // ---- Terminate and statistics
 PxStatus FW_Terminate(uint32_t step);
 void PutJobStats();
-void PutFileCounts(uint32_t ended);      // counts of the current file, once for each file
+enum : uint32_t { kLeftInFailure = 0, kFileEnded = 1, kCountedSoFar = 2 };
+void PutFileCounts(uint32_t ended);      // counts of the current file; the first two once only
 PxStatus EndMethod(const char *reason);  // sets the latch, sends the statistics, answers 42
 
 // ---- Attributes that a method reads by itself

@@ -29,7 +29,7 @@ inline uint32_t Reading = 0;  // the file is read; set with OpenMode
 inline const char *JobOpName = OpNameStr;
 
 // ---- Logs, trace level, exit code -------------------------------------------------------------
-// Writers: operator/initiate.cpp operator/fw_initiate.cpp operator/messages.cpp operator/messages.h operator/terminate.cpp attributes/operator_attributes.cpp
+// Writers: operator/initiate.cpp operator/fw_initiate.cpp operator/messages.cpp operator/messages.h operator/terminate.cpp attributes/operator_attributes.cpp restart/restart.cpp
 inline PxLog *Public_loghandle = nullptr;  // null: too early or too late for numbered messages
 inline PxLog *Private_loghandle = nullptr;
 inline int32_t FW_TraceLvl = 5;                // 5 only until TraceLevel has been read
@@ -48,7 +48,7 @@ inline int32_t LogStatus = 0;                  // result of the last log write
 inline int64_t CurrentSystemTime = 0;  // seconds, of the last FetchCurrentTime
 
 // ---- Row counters -----------------------------------------------------------------------------
-// Writers: rows/write_row.cpp rows/read_row.cpp operator/file_info.cpp operator/access.cpp delimited/record_error_write.cpp
+// Writers: rows/write_row.cpp rows/read_row.cpp operator/file_info.cpp operator/access.cpp delimited/record_error_write.cpp restart/position.cpp restart/restart.cpp
 // Zeroed at the end of FW_FenwireFileInfo; those of the current file also by FW_FenwireOpen. 64 bits
 // inside; layouts and messages that hold 32 take the low half.
 inline uint64_t RowCount = 0;  // rows handed over by this instance
@@ -56,9 +56,11 @@ inline uint64_t FileRecordCount =
     0;                            // records of the current file: delivered or refused, not skipped
 inline uint64_t RowsSkipped = 0;  // records dropped through SkipRows
 inline uint32_t bSkipRowsDone = 0;  // SkipRows is used up; cleared at file open if each file skips
-inline uint64_t FileRowsSkipped = 0;   // the same, of the current file
-inline uint64_t FileRowCount = 0;      // rows handed over from the current file
-inline uint32_t SG_ErrorRowCount = 0;  // bad records that went to the record error file
+inline uint64_t FileRowsSkipped = 0;  // the same, of the current file
+inline uint64_t FileRowCount = 0;     // rows handed over from the current file
+inline uint64_t FileRecordsBefore = 0,
+                FileRowsSkippedBefore = 0;  // part that an earlier run counted
+inline uint32_t SG_ErrorRowCount = 0;       // bad records that went to the record error file
 
 // ---- Initiate ---------------------------------------------------------------------------------
 // Writers: operator/initiate.cpp operator/terminate.cpp
@@ -68,11 +70,13 @@ inline char EciOperatorId[320] = "";    // of the command interface; empty: not 
 inline int32_t ExecuteSuccessFlag = 0;  // execute passed, as the infrastructure tells at the end
 
 // ---- Execute ----------------------------------------------------------------------------------
-// Writers: operator/execute.cpp operator/end_of_file.cpp operator/first_calls.cpp operator/init_phase2.cpp operator/terminate.cpp delimited/record_error_counts.cpp
-inline uint64_t EvtRecordCount = 0;     // records of finished files
-inline uint32_t EvtFileCount = 0;       // finished files, for the statistics
-inline uint32_t bExecuteEndMethod = 0;  // latch: once set, every further call answers 42
-inline uint32_t CheckpointCount = 0;
+// Writers: operator/execute.cpp operator/end_of_file.cpp operator/first_calls.cpp operator/init_phase2.cpp operator/terminate.cpp delimited/record_error_counts.cpp operator/checkpoint.cpp restart/restart.cpp
+inline uint64_t EvtRecordCount = 0;       // records of finished files
+inline uint32_t EvtFileCount = 0;         // finished files, for the statistics
+inline uint32_t bExecuteEndMethod = 0;    // latch: once set, every further call answers 42
+inline uint32_t EvtCkptCount = 0;         // checkpoints taken
+inline uint32_t CheckpointCount = 0;      // those that this operator asked for
+inline uint32_t bRequestCheckpoint = 0;   // the next call asks for a checkpoint
 inline uint32_t FilesThisInstance = 0;    // files finished here
 inline uint32_t TotalFilesProcessed = 0;  // instance 1: all instances' files
 inline double CpuSecondsTotal = 0, FileStartCpu = 0;

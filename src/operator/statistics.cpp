@@ -60,16 +60,18 @@ void PutFileCounts(uint32_t ended)
 {
     if (bFileCountsDue == 0)
         return;
-    bFileCountsDue = 0;
-    // A writer refuses no row: its records are its rows.
-    const uint64_t rows = bWriting != 0 ? FileRecordCount : FileRowCount;
+    bFileCountsDue = ended == kCountedSoFar ? 1 : 0;
+    // What an earlier run has counted, it has told. A writer refuses no row: its records are its rows.
+    const uint64_t records = FileRecordCount - FileRecordsBefore;
+    const uint64_t skipped = FileRowsSkipped - FileRowsSkippedBefore;
+    const uint64_t rows = bWriting != 0 ? records : FileRowCount;
     const PxFileCounts counts = {
         .index = static_cast<uint32_t>(CurrentFileIndex),
         .ended = ended,
-        .records = FileRecordCount + FileRowsSkipped,
+        .records = records + skipped,
         .rows = rows,
-        .refused = FileRecordCount - rows,
-        .skipped = FileRowsSkipped,
+        .refused = records - rows,
+        .skipped = skipped,
         .bytes = static_cast<uint64_t>(CurrentFile.Size),
         .cpu_seconds = ProcessCpuSeconds() - FileStartCpu,
         .without_excess = FileRowsChanged.without_excess,

@@ -155,7 +155,7 @@ PxStatus RunPhase1()
     const PxStatus status = FW_Terminate(1);
     if (bWriting != 0 && FileRecordCount > 0)
         NoteWrittenSize();
-    PutFileCounts(0);
+    PutFileCounts(kLeftInFailure);
     return status != PXSTC_Success ? status : PxStatus{PXSTC_NextPhase};
 }
 

@@ -23,6 +23,12 @@ void Close_pmFile(pmToken file, const char *label)
 
 void fwfini() { ForgetErrorText(); }
 
+uint32_t pmRecordCount(pmToken token)
+{
+    const auto *file = static_cast<const pmFile *>(pmGetMemA(token));
+    return file != nullptr && file->Kind == kKindFile ? file->RecCount : 0;
+}
+
 const char *pmFileName(pmToken token)
 {
     const auto *file = static_cast<const pmFile *>(pmGetMemA(token));

@@ -147,6 +147,8 @@ void Close_pmFile(pmToken file, const char *label);
 // Frees the text and character work buffers of this layer. May be called again.
 void fwfini();
 
+uint32_t
+pmRecordCount(pmToken file);  // low half of the records read or written so far; 0: no such file
 const char *pmFileName(pmToken file);  // as it was opened; empty when there is no such file
 
 // The current file's name, record and position to the private log. which: -1.

@@ -52,15 +52,28 @@ TEST_F(Methods, SecondUseInOneProcessIsRefused)
     EXPECT_TRUE(Traced("operator ID: 'Fenwire'"));
 }
 
-TEST_F(Methods, CheckpointAndRestartDoNotPretend)
+TEST_F(Methods, CheckpointAndRestartNeedAnOperatorThatIsInitiated)
 {
-    EXPECT_EQ(PX_Checkpoint(fake.op(), 1), PXSTC_NotSupported);
-    EXPECT_EQ(PX_Restart(fake.op(), 1), PXSTC_NotSupported);
-    EXPECT_EQ(fake.exit_code, 8);
-    EXPECT_TRUE(Traced("PX_Restart: checkpoints are not supported by this version"));
+    EXPECT_EQ(PX_Checkpoint(fake.op(), 1), PXSTC_FatalError);
+    EXPECT_EQ(PX_Restart(fake.op(), 1), PXSTC_FatalError);
+    EXPECT_EQ(fake.exit_code, 12);
+    EXPECT_EQ(CountTraced("Operator Fenwire NOT initialized!"), 2U);
+    bOperatorInUse = 1;
+    EXPECT_EQ(PX_Restart(fake.op(), 3), PXSTC_FatalError);
+    EXPECT_EQ(fake.public_log, "19015(12) 19148(3) ");
 }
 
 // ---- Execute ----------------------------------------------------------------------------------
+
+TEST_F(Methods, CheckpointIsAskedForOnceAndBeforeTheEnd)
+{
+    bNoFileForInstance = 1;
+    LastExecutePhase = 1;
+    bRequestCheckpoint = 1;
+    EXPECT_EQ(PX_Execute(fake.op(), 1), PXSTC_Checkpoint);
+    EXPECT_EQ(PX_Execute(fake.op(), 1), PXSTC_EndMethod);
+    EXPECT_EQ(fake.statistics[0], "126=1");
+}
 
 TEST_F(Methods, InstanceWithoutFilesEndsOnceAndStaysEnded)
 {
