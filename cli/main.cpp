@@ -17,9 +17,12 @@
 
 namespace fenwire {
 
-void PrintError(const std::string &what, const std::string &hint)
+void PrintError(const std::string &what, const std::string &hint,
+                const std::vector<std::string> &details)
 {
     fmt::print(stderr, "fenwire: error: {}\n", what);
+    for (const std::string &detail : details)
+        fmt::print(stderr, "{:>9}{}\n", "", detail);
     if (!hint.empty())
         fmt::print(stderr, "{:>9}hint: {}\n", "", hint);
 }
@@ -33,6 +36,8 @@ constexpr char kHelp[] =
   fenwire preview JOB.toml    its first rows, and the first records that it would refuse
   fenwire check JOB.toml      could the job run? looks at everything and changes nothing
   fenwire run JOB.toml        runs it
+  fenwire resume JOB.toml     goes on from the last checkpoint of a run that did not come to its end
+  fenwire status JOB.toml     what became of it, and what it could go on from
   fenwire explain WORD        what a message (19112) or an attribute (TextDelimiter) means
   fenwire list SUBJECT        attributes, types, messages, sources or targets
   fenwire rejects show JOB.toml   the bad records of its last run; retry loads the repaired ones
@@ -102,6 +107,8 @@ void AddRunOptions(CLI::App &verb, RunOptions &options)
 struct CommandLine {
     CLI::App app;
     RunOptions run;
+    ResumeOptions resume;
+    StatusOptions status;
     JobOptions check;
     GuessOptions guess;
     RejectsOptions rejects;
@@ -113,6 +120,20 @@ struct CommandLine {
     {
         CLI::App *verb = Verb("run", "runs a job", [this] { return RunVerb(run); });
         AddRunOptions(*verb, run);
+        verb->add_flag("--fresh", run.fresh,
+                       "begins anew where an earlier run could go on, and forgets its checkpoint");
+
+        verb =
+            Verb("resume", "goes on from the last checkpoint of a run that did not come to its end",
+                 [this] { return ResumeVerb(resume); });
+        AddRunOptions(*verb, resume.run);
+        verb->add_flag("--accept-changed", resume.accept_changed,
+                       "reads on in input files that are not as they were at the checkpoint");
+
+        verb = Verb("status", "says what became of a job, and what it could go on from",
+                    [this] { return StatusVerb(status); });
+        AddJobOptions(*verb, status.job);
+        verb->add_flag("--json", status.json, "one JSON object on standard output");
 
         verb = Verb("check", "says whether a job could run, and changes nothing",
                     [this] { return CheckVerb(check); });
@@ -252,7 +273,7 @@ int main(int argc, char **argv)
         fmt::print(stderr, "{}\n", error.what());
         return kExitRefused;
     } catch (const UsageError &error) {
-        PrintError(error.what(), error.hint);
+        PrintError(error.what(), error.hint, error.details);
         return kExitRefused;
     } catch (const std::exception &error) {
         PrintError(error.what());

@@ -6,6 +6,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "cli/going_on.h"
 #include "cli/verbs.h"
 #include "host/console/figures.h"
 #include "host/coordinator/run.h"
@@ -24,11 +25,6 @@ size_t ScreenWidth()
 {
     winsize size = {};
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
-
-std::string Amount(uint64_t number, const char *one, const char *many)
-{
-    return fmt::format("{} {}", Grouped(number), number == 1 ? one : many);
 }
 
 void PrintTable(const std::vector<RejectEntry> &entries, uint64_t all, uint64_t left_out)
@@ -84,7 +80,9 @@ int RunRetry(const RejectsOptions &options)
         Say(fmt::format("{} holds nothing that waits to be loaded", retry.file.string()));
         return kExitGood;
     }
-    const JobReport report = RunWithConsole(retry.job, options.run);
+    RunPlan plan;
+    plan.keeps_checkpoints = false;
+    const JobReport report = RunWithConsole(retry.job, options.run, std::move(plan));
     const std::string of = retry.file.string();
     const std::optional<RejectState> now = ReadRejectState(job);
     if (report.conserved || report.loaded > 0)

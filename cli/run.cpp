@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "cli/going_on.h"
 #include "cli/verbs.h"
 #include "host/console/report.h"
 
@@ -23,10 +24,13 @@ ProgressMode Progress(const std::string &word)
 
 // Whoever reads the object gets one for a job that was never started, too.
 void PrintRefusal(const char *status, int exit_code, const std::string &what,
-                  const std::vector<Complaint> &complaints = {})
+                  const std::vector<Complaint> &complaints = {},
+                  const std::vector<std::string> &details = {})
 {
     nlohmann::ordered_json object = {
         {"status", status}, {"exit_code", exit_code}, {"failure", what}};
+    if (!details.empty())
+        object["details"] = details;
     for (const Complaint &complaint : complaints)
         object["complaints"].push_back({{"line", complaint.at.line},
                                         {"column", complaint.at.line > 0 ? complaint.at.column : 0},
@@ -44,13 +48,13 @@ bool PrintsToStandardOutput(const Job &job)
 
 }  // namespace
 
-JobReport RunWithConsole(const Job &job, const RunOptions &options)
+JobReport RunWithConsole(const Job &job, const RunOptions &options, RunPlan plan)
 {
     if (options.json && PrintsToStandardOutput(job))
         throw UsageError("--json and rows on standard output don't go together",
                          "give the print target a file");
     const std::unique_ptr<Console> console = MakeConsole(Progress(options.progress), options.json);
-    return RunJob(job, *console);
+    return RunJob(job, *console, std::move(plan));
 }
 
 int WithRefusals(bool json, const std::function<int()> &run)
@@ -63,7 +67,7 @@ int WithRefusals(bool json, const std::function<int()> &run)
         throw;
     } catch (const UsageError &error) {
         if (json)
-            PrintRefusal("refused", kExitRefused, error.what());
+            PrintRefusal("refused", kExitRefused, error.what(), {}, error.details);
         throw;
     } catch (const std::exception &error) {
         if (json)
@@ -76,7 +80,7 @@ int RunVerb(const RunOptions &options)
 {
     return WithRefusals(options.json, [&] {
         const Job job = LoadJob(options.job.file, Overrides(options.job));
-        return RunWithConsole(job, options).exit_code;
+        return RunWithConsole(job, options, PlanRun(job, options.fresh)).exit_code;
     });
 }
 

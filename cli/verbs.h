@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/console/report.h"
+#include "host/coordinator/run.h"
 #include "host/job/job.h"
 
 namespace fenwire {
@@ -28,6 +29,17 @@ struct JobOptions {
 struct RunOptions {
     JobOptions job;
     std::string progress = "auto";
+    bool json = false;
+    bool fresh = false;  // forgets a checkpoint instead of refusing to begin
+};
+
+struct ResumeOptions {
+    RunOptions run;
+    bool accept_changed = false;
+};
+
+struct StatusOptions {
+    JobOptions job;
     bool json = false;
 };
 
@@ -50,6 +62,8 @@ struct PreviewOptions {
 };
 
 int RunVerb(const RunOptions &options);
+int ResumeVerb(const ResumeOptions &options);
+int StatusVerb(const StatusOptions &options);
 int PreviewVerb(const PreviewOptions &options);
 int GuessVerb(const GuessOptions &options);
 int CheckVerb(const JobOptions &options);
@@ -69,15 +83,17 @@ struct UsageError : std::runtime_error {
     {
     }
     std::string hint;
+    std::vector<std::string> details;  // a line each, between what and hint
 };
 
 // Runs the job with the console that the options ask for.
-JobReport RunWithConsole(const Job &job, const RunOptions &options);
+JobReport RunWithConsole(const Job &job, const RunOptions &options, RunPlan plan);
 // With json, what keeps a job from starting is told as an object, too, before it is thrown on.
 int WithRefusals(bool json, const std::function<int()> &run);
 
-// "fenwire: error: ..", with the hint below it when there is one.
-void PrintError(const std::string &what, const std::string &hint = {});
+// "fenwire: error: ..", with the details and the hint below it when there is one.
+void PrintError(const std::string &what, const std::string &hint = {},
+                const std::vector<std::string> &details = {});
 
 std::vector<Override> Overrides(const JobOptions &options);  // UsageError for a bad --set
 

@@ -24,6 +24,9 @@ enum class CheckpointPlace : uint8_t {
 };
 CheckpointPlace PlaceOfCheckpoints(const Job &job);
 
+// Why it is None, in words.
+std::string WhyNotResumable(const Job &job);
+
 // The job's generation, wherever it lies. run: of that run; empty: of any run of this job file. Throws
 // std::runtime_error for a store that can't be read, DamagedCheckpoint for what is no generation.
 std::optional<Generation> FindGeneration(const Job &job, const std::string &run);

@@ -3,13 +3,40 @@
 #include "host/coordinator/state_folder.h"
 
 #include <array>
+#include <charconv>
 #include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fenwire {
+
+namespace {
+
+// Whoever only looks whether the lock is held has it for a moment.
+bool TakeLock(int fd)
+{
+    constexpr int kTries = 5;
+    constexpr useconds_t kPause = 20'000;
+    for (int i = 1; flock(fd, LOCK_EX | LOCK_NB) != 0; ++i) {
+        if (i == kTries)
+            return false;
+        usleep(kPause);
+    }
+    return true;
+}
+
+// The process that wrote itself into the file; empty: none did.
+std::string OwnerOf(int fd)
+{
+    std::array<char, 32> owner = {};
+    const ssize_t got = pread(fd, owner.data(), owner.size() - 1, 0);
+    return got > 0 ? std::string(owner.data()) : std::string();
+}
+
+}  // namespace
 
 StateFolder::StateFolder(const std::filesystem::path &folder)
 {
@@ -22,17 +49,28 @@ StateFolder::StateFolder(const std::filesystem::path &folder)
     lock_ = UniqueFd(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!lock_)
         ThrowErrno("lock file " + path.string());
-    if (flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
-        std::array<char, 32> owner = {};
-        const ssize_t got = pread(lock_.get(), owner.data(), owner.size() - 1, 0);
+    if (!TakeLock(lock_.get())) {
+        const std::string owner = OwnerOf(lock_.get());
         throw std::runtime_error("this job is running already" +
-                                 (got > 0 ? ", as process " + std::string(owner.data()) : "") +
+                                 (owner.empty() ? "" : ", as process " + owner) +
                                  "; wait for its end, or give this one another name");
     }
     const std::string me = std::to_string(getpid());
     if (ftruncate(lock_.get(), 0) != 0 ||
         pwrite(lock_.get(), me.data(), me.size(), 0) != static_cast<ssize_t>(me.size()))
         ThrowErrno("lock file " + path.string());
+}
+
+int RunningProcess(const std::filesystem::path &folder)
+{
+    const auto path = folder / "lock";
+    const UniqueFd lock(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (!lock || flock(lock.get(), LOCK_SH | LOCK_NB) == 0)
+        return 0;
+    int process = 0;
+    const std::string owner = OwnerOf(lock.get());
+    std::from_chars(owner.data(), owner.data() + owner.size(), process);
+    return process;
 }
 
 }  // namespace fenwire

@@ -19,6 +19,9 @@ private:
     UniqueFd lock_;
 };
 
+// The process that holds the folder's lock; 0: none does. Touches nothing.
+int RunningProcess(const std::filesystem::path &folder);
+
 }  // namespace fenwire
 
 #endif

@@ -67,6 +67,12 @@ struct CheckpointRule {
     bool any() const { return interval.count() != 0 || rows != 0; }
 };
 
+// --set section.Name=value and --instances N, which is for the step that reads, whichever it is. The text is read as TOML where that works, else as text.
+inline constexpr char kReadingStep[] = "";
+struct Override {
+    std::string step, name, value;
+};
+
 struct Job {
     std::filesystem::path file;    // the job file, absolute
     std::filesystem::path folder;  // paths in the job count from here
@@ -81,6 +87,7 @@ struct Job {
     SourcePosition source_at, target_at;
     int source_instances = 1;
     CheckpointRule checkpoint;
+    std::vector<Override> overrides;  // of the command line; they are in force already
     // A retry of bad records: what was known of them when they were chosen (host/rejects); else empty.
     std::string retry_of;
 
@@ -88,12 +95,6 @@ struct Job {
     bool has_target() const { return !target_type.empty(); }  // else a consumer
     int readers() const { return has_source() ? source_instances : producer.instances; }
     int writers() const { return has_target() ? 1 : consumer.instances; }
-};
-
-// --set section.Name=value and --instances N, which is for the step that reads, whichever it is. The text is read as TOML where that works, else as text.
-inline constexpr char kReadingStep[] = "";
-struct Override {
-    std::string step, name, value;
 };
 
 // Whether a session character set has two bytes a unit.

@@ -157,6 +157,7 @@ Job LoadJob(const fs::path &file, const std::vector<Override> &overrides)
     Job job;
     job.file = fs::absolute(file).lexically_normal();
     job.folder = job.file.parent_path();
+    job.overrides = overrides;
     ReadSections(document, job, found);
     DefaultName(job, found);
     CheckColumnsFitFormat(job, found);
