@@ -9,9 +9,9 @@
 #include "pm/pm_state.h"
 
 // clang-format off
-constexpr pmFormatter kTextFormatter = {pmrwfmtRtext, pmrwfmtWtext, "text formatted I/O"},
-                      kVliFormatter = {pmrwfmtRvli, pmrwfmtWvli, "VLI formatted I/O"},
-                      kBareFormatter = {pmrwfmtRnone, pmrwfmtWnone, "un-formatted I/O"};
+constexpr pmFormatter kTextFormatter = {pmrwfmtRtext, pmrwfmtWtext, pmrwfmtDtext, "text formatted I/O"},
+                      kVliFormatter = {pmrwfmtRvli, pmrwfmtWvli, pmrwfmtDnone, "VLI formatted I/O"},
+                      kBareFormatter = {pmrwfmtRnone, pmrwfmtWnone, pmrwfmtDnone, "un-formatted I/O"};
 
 const pmFormatter *const kFormatters[9] = {
     nullptr,
@@ -83,10 +83,7 @@ void Release(pmFile *file)
     const pmToken token = file->MMToken;
     if (file->BufferToken != 0)
         pmFreeMem(file->BufferToken);
-    if (pmIndex.file == file) {
-        pmIndex.file = nullptr;
-        pmIndex.next = pmIndex.settled = 0;
-    }
+    ForgetWindow(file);
     file->MMToken = 0;
     pmFreeMem(token);
 }

@@ -44,7 +44,7 @@ private:
 };
 
 // A storage back end. All entries answer a pm return code. An entry may read and move the file's
-// buffer fields; it knows nothing of records. The entries of the position come with checkpoints.
+// buffer fields; it knows nothing of records.
 struct pmDiskEntries {
     // Next block behind BufferEnd, at most BufferSize bytes. 9 at the end of the file, 55 when a pipe
     // stays silent.
@@ -55,6 +55,13 @@ struct pmDiskEntries {
 
     // Waits until what was written is on the device.
     Required<int(pmFile *file)> DskSync;
+
+    // Sets Position: a block of the back end's own, valid until the next call. 56: the file has no
+    // positions.
+    Required<int(pmFile *file)> DskGetPos;
+
+    // Back to such a block, which comes from outside: 0; 23, 56 and what is wrong with it in words.
+    Required<int(pmFile *file, const pmData *position)> DskSetPos;
 
     // Sets FIData. 29 is a success: the file is open, and empty.
     Required<int(pmFile *file)> DskOpen;
@@ -67,6 +74,8 @@ struct pmDiskEntries {
 struct pmFormatter {
     Required<int(pmFile *file, pmRecord *record)> FmtRead;
     Required<int(pmFile *file, const pmRecord *record, bool flush)> FmtWrite;  // null: flush alone
+    // What the records further on need to know of the file's start, where the file stands.
+    Required<int(pmFile *file)> FmtDiscover;
     const char *trace;
 };
 
@@ -95,6 +104,7 @@ struct pmFile {
     uint8_t *Buffer;
     int32_t BufferBlkStrt;  // where the block begins that was read last, less BlkHeaderLen
     uint64_t BufferOffset;  // file offset of the buffer's first byte
+    pmData Position;        // see DskGetPos
     PmIdentity Identity;    // of what was opened
     const uint8_t *Served;  // the record that pmRead answered last; null when it answered none
     uint8_t FlipBytes;

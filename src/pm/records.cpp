@@ -1,4 +1,4 @@
-// pm/records.cpp - records in and out, and positions between them.
+// pm/records.cpp - records in and out.
 
 #include <cstring>
 
@@ -139,19 +139,4 @@ int pmIdentity(pmToken handle, PmIdentity *identity)
     const pmFile *file = EnterFile(__func__, handle, &code);
     *identity = file != nullptr ? file->Identity : PmIdentity{};
     return code;
-}
-
-// Position blocks, for checkpoints and restarts, come in here.
-
-int pmGetPos(pmToken handle, uint32_t, pmData *position)
-{
-    int code = pmrcOk;
-    *position = {};
-    return EnterFile(__func__, handle, &code) == nullptr ? code : int{pmrcUnsupported};
-}
-
-int pmRepos(pmToken handle, const pmData *)
-{
-    int code = pmrcOk;
-    return EnterFile(__func__, handle, &code) == nullptr ? code : int{pmrcUnsupported};
 }

@@ -116,15 +116,12 @@ TEST_F(Handles, OpenRefusesWhatItCanNotServe)
     EXPECT_EQ(open(directory.File("c.gz.gz")), pmrcOk);  // its first ".gz" is not at the end
 }
 
-TEST_F(Handles, ReadFilesAreNotWrittenAndHaveNoPositionsYet)
+TEST_F(Handles, FilesServeTheirModeOnly)
 {
     pmRecord record = {};
-    pmData position = {};
     OpenText("a\n");
     EXPECT_EQ(pmWrite(file, &record), pmrcReadOnly);
     EXPECT_EQ(pmFlush(file), pmrcReadOnly);
-    EXPECT_EQ(pmGetPos(file, 0, &position), pmrcUnsupported);
-    EXPECT_EQ(pmRepos(file, &position), pmrcUnsupported);
     Object()->OpenMode = kOpenWrite;
     EXPECT_EQ(pmRead(file, &record), pmrcWriteOnly);
 }

@@ -22,6 +22,7 @@ struct OsCalls {
     ssize_t (*read)(int descriptor, void *to, size_t bytes) = ::read;
     ssize_t (*write)(int descriptor, const void *from, size_t bytes) = ::write;
     off_t (*lseek)(int descriptor, off_t offset, int whence) = ::lseek;
+    int (*ftruncate)(int descriptor, off_t bytes) = ::ftruncate;
     int (*fdatasync)(int descriptor) = ::fdatasync;
     int (*close)(int descriptor) = ::close;
     int (*unlink)(const char *path) = ::unlink;

@@ -16,6 +16,8 @@ constexpr pmDiskEntries kUnxDskEntries = {
     .DskRBuf = pmunxRBuf,
     .DskWBuf = pmunxWBuf,
     .DskSync = pmunxSync,
+    .DskGetPos = pmUnxDskGetPos,
+    .DskSetPos = pmUnxDskSetPos,
     .DskOpen = pmUnxDskOpen,
     .DskClose = pmUnxDskClose,
 };

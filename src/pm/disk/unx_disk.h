@@ -8,7 +8,7 @@
 #ifndef FENWIRE_PM_DISK_UNX_DISK_H
 #define FENWIRE_PM_DISK_UNX_DISK_H
 
-#include "pm/pm_file.h"
+#include "pm/position_block.h"
 
 // What FIData points to.
 struct DiskFile {
@@ -20,6 +20,8 @@ struct DiskFile {
     uint32_t waits;    // a read may find nothing yet: the file is a pipe or a device
     uint32_t at_end;   // a read found the end: a pipe's next writer does not prolong the file
     uint32_t regular;  // has offsets, and a device below that can be waited for
+    uint32_t lost;     // something was written that is not on the device, and won't be
+    PositionBlock position;
 };
 
 int pmUnxDskOpen(pmFile *file);
@@ -27,6 +29,8 @@ int pmUnxDskClose(pmFile *file);
 int pmunxRBuf(pmFile *file, uint32_t *bytes_read);
 int pmunxWBuf(pmFile *file);
 int pmunxSync(pmFile *file);
+int pmUnxDskGetPos(pmFile *file);
+int pmUnxDskSetPos(pmFile *file, const pmData *position);
 
 // Whether a file of this name is compressed. Only the name's first suffix counts, and only at its end:
 // "a.gz.gz" is a plain file.

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include "operator/operator_state.h"
 #include "pm/disk/os_calls.h"
 #include "pm/disk/unx_disk.h"
 #include "pm/pm_trace.h"
@@ -13,8 +14,9 @@ constexpr mode_t kOrdinary = 0666, kOwnerOnly = 0600;
 
 int FlagsOfMode(const pmFile *file)
 {
+    // A restart may come before anything was written: what the checkpoint counts on is asked later.
     if (file->OpenMode == kOpenWriteAppend)
-        return O_RDWR;
+        return O_RDWR | (FW_RestartMode != 0 ? O_CREAT : 0);
     return O_WRONLY | O_CREAT | (file->bPrivate != 0 ? O_EXCL | O_NOFOLLOW : O_TRUNC);
 }
 
@@ -63,8 +65,10 @@ int WriteAll(DiskFile *disk, const uint8_t *from, uint32_t bytes)
         const ssize_t count = WriteOnce(disk, from, bytes);
         if (count < 0 && errno == EINTR)
             continue;
-        if (count <= 0)
+        if (count <= 0) {
+            disk->lost = 1;
             return pmDiskError("pmunxWBuf", "fwrite byte count error");
+        }
         from += count;
         bytes -= static_cast<uint32_t>(count);
         disk->next_block += static_cast<uint64_t>(count);
@@ -112,7 +116,7 @@ int pmunxWBuf(pmFile *file)
 
 int pmunxSync(pmFile *file)
 {
-    const auto *disk = static_cast<const DiskFile *>(file->FIData);
+    auto *disk = static_cast<DiskFile *>(file->FIData);
     int result = 0;
 
     if (disk->regular == 0)
@@ -123,5 +127,6 @@ int pmunxSync(pmFile *file)
     } while (result != 0 && errno == EINTR);
     if (result == 0 || errno == EINVAL || errno == EROFS)
         return pmrcOk;  // the file system has nothing to be waited for
+    disk->lost = 1;     // whatever the next call answers
     return pmDiskError("pmunxSync", "'fdatasync' error");
 }

@@ -24,6 +24,11 @@ int pmrwfmtWvli(pmFile *file, const pmRecord *record, bool flush);
 int pmrwfmtRnone(pmFile *file, pmRecord *record);
 int pmrwfmtWnone(pmFile *file, const pmRecord *record, bool flush);
 
+// What the start of a text file tells of its records: the end-of-record mark, and whether the file is
+// what the job expects. 34: no record ends in it. The others learn nothing.
+int pmrwfmtDtext(pmFile *file);
+int pmrwfmtDnone(pmFile *file);
+
 inline int NoRecord(pmRecord *record, int code)
 {
     record->Data = nullptr;

@@ -11,6 +11,7 @@
 #include "pm/formats/text_scan.h"
 #include "pm/index/index_state.h"
 #include "pm/pm_trace.h"
+#include "pm/position_block.h"
 
 namespace {
 
@@ -113,6 +114,21 @@ int RefillForScan(TextScan &scan)
         return Overflow(scan);
     scan.offset = distance;
     return pmReadn2Buf(scan.file);
+}
+
+int pmrwfmtDtext(pmFile *file)
+{
+    if (file->EORLength != 0)
+        return pmrcOk;
+    TextScan scan = {.file = file};
+    const int code = DefineEOR(scan);
+    if (code != pmrcEOF)
+        return code;
+    return pmPositionRefused(
+        "pmRepos", file,
+        "has no end-of-record mark, but the checkpoint counts on %u records of "
+        "it: it was changed or replaced since",
+        file->RecCount);
 }
 
 int pmrwfmtRtext(pmFile *file, pmRecord *record)

@@ -19,6 +19,8 @@ namespace {
 
 }  // namespace
 
+int pmrwfmtDnone(pmFile *) { return pmrcOk; }
+
 int pmrwfmtRnone(pmFile *file, pmRecord *record)
 {
     const uint32_t wanted = record->DataLength;

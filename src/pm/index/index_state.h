@@ -6,7 +6,7 @@
 #include "pm/index/record_index.h"
 
 // ---- Window -----------------------------------------------------------------------------------
-// Writers: pm/index/record_index.cpp pm/index/ready_rows.h pm/formats/text_reader.cpp pm/refill.cpp pm/files.cpp
+// Writers: pm/index/record_index.cpp pm/index/ready_rows.h pm/formats/text_reader.cpp pm/refill.cpp
 inline RecordIndex pmIndex = {};
 
 // ---- Settings ---------------------------------------------------------------------------------

@@ -28,4 +28,13 @@ inline void SettleReadyRows()
     pmIndex.settled = pmIndex.next;
 }
 
+// The records of a window that are not taken yet will not be: the file moves, or is no more.
+inline void ForgetWindow(const pmFile *file)
+{
+    if (pmIndex.file != file)
+        return;
+    pmIndex.file = nullptr;
+    pmIndex.next = pmIndex.settled = pmIndex.served = 0;
+}
+
 #endif
