@@ -145,14 +145,6 @@ std::string Amount(uint64_t number, const char *one, const char *many)
     return fmt::format("{} {}", Grouped(number), number == 1 ? one : many);
 }
 
-std::string UtcWords(const std::string &moment)
-{
-    std::string words = moment;
-    if (words.size() == std::string_view("2026-11-21T20:15:00Z").size())
-        words.replace(10, 1, " ").replace(19, 1, " UTC");
-    return Escaped(words);
-}
-
 std::string CheckpointWords(const Generation &generation)
 {
     return fmt::format("checkpoint {} of {}", generation.number, UtcWords(generation.saved_at));

@@ -21,8 +21,7 @@ bool IsUnfinished(const Job &job, const Generation &generation);
 bool AddsToFiles(const Job &job);  // rather than to begin them anew
 
 std::string
-CheckpointWords(const Generation &generation);    // "checkpoint 7 of 2026-11-21 20:15:00 UTC"
-std::string UtcWords(const std::string &moment);  // "2026-11-21 20:15:00 UTC"
+CheckpointWords(const Generation &generation);  // "checkpoint 7 of 2026-11-21 20:15:00 UTC"
 std::string Amount(uint64_t number, const char *one, const char *many);  // "1,234 rows"
 
 }  // namespace fenwire

@@ -163,6 +163,14 @@ std::string Countdown(double seconds)
     return seconds < 60 ? fmt::format("{:.0f} s", seconds) : LongDuration(seconds);
 }
 
+std::string UtcWords(const std::string &moment)
+{
+    std::string words = moment;
+    if (words.size() == std::string_view("2026-11-21T20:15:00Z").size())
+        words.replace(19, 1, " UTC").replace(10, 1, " ");
+    return Escaped(words);
+}
+
 std::string Percent(uint64_t part, uint64_t whole)
 {
     if (part >= whole)

@@ -16,6 +16,8 @@ std::string Size(uint64_t bytes);                // "512 B", "1.5 KiB", "2.0 GiB
 std::string Megabytes(double bytes_per_second);  // "12.3 MB/s", of a million bytes
 std::string Duration(double seconds);            // "3.2 s", "4 min 05 s", "2 h 07 min", "3 d 04 h"
 std::string Countdown(double seconds);           // the same without tenths
+std::string
+UtcWords(const std::string &moment);  // of "2026-11-21T20:15:00Z": "2026-11-21 20:15:00 UTC"
 std::string Percent(uint64_t part, uint64_t whole);  // "99%" until all of it is there
 
 // amount / seconds, rounded; 0 where no time has passed.

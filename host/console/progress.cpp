@@ -125,6 +125,9 @@ std::string TotalLine(const JobSnapshot &now, const JobRates &rates, size_t colu
             {2, now.refused > 0 ? Brief(now.refused) + " refused" : ""},
             {2, left ? "ETA " + Countdown(*left) : ""},
             {7, left ? "" : Countdown(now.seconds)},
+            {8, now.checkpoint > 0 ? fmt::format("checkpoint {} {} ago", now.checkpoint,
+                                                 Countdown(now.checkpoint_age))
+                                   : ""},
         },
         columns);
 }
@@ -228,11 +231,15 @@ std::string ProgressLine(const JobSnapshot &now, const JobRates &rates)
     const std::string written = now.writes ? fmt::format(" written_rows={} written_bytes={}",
                                                          now.written_rows, now.written_bytes)
                                            : "";
+    const std::string checkpoint = now.checkpoint > 0
+                                       ? fmt::format(" checkpoint={} checkpoint_age_s={:.0f}",
+                                                     now.checkpoint, now.checkpoint_age)
+                                       : "";
     return fmt::format("phase={} files_done={} files={} read_bytes={} total_bytes={} rows={} "
-                       "refused={}{} rows_per_s={:.0f} mb_per_s={:.1f} eta_s={}",
+                       "refused={}{} rows_per_s={:.0f} mb_per_s={:.1f} eta_s={}{}",
                        Shown(now.phase, now.writes, true), now.files_done, now.files,
                        now.read_bytes, total, now.rows, now.refused, written, rates.Rows(),
-                       rates.Bytes() / 1e6, Known(rates.Left(now)));
+                       rates.Bytes() / 1e6, Known(rates.Left(now)), checkpoint);
 }
 
 }  // namespace fenwire

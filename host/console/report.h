@@ -33,6 +33,8 @@ struct JobSnapshot {
     // Of a job that writes files; rows are those that were handed over to its consumers.
     bool writes = false;
     uint64_t written_rows = 0, written_bytes = 0;
+    uint64_t checkpoint = 0;                  // number of the last one; 0: none
+    double checkpoint_age = 0;                // seconds
     std::vector<InstanceSnapshot> instances;  // those that read, then consumers
 };
 

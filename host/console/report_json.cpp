@@ -62,6 +62,19 @@ Json RejectsObject(const RejectsReport &rejects)
             {"next", rejects.next}};
 }
 
+Json CheckpointObject(const CheckpointReport &checkpoint)
+{
+    return {{"resumable", checkpoint.resumable},
+            {"generation", checkpoint.generation},
+            {"rows", checkpoint.rows},
+            {"saved_at", checkpoint.saved_at},
+            {"resume", checkpoint.resume},
+            {"resumed_from", checkpoint.resumed_from},
+            {"rounds", checkpoint.rounds},
+            {"round_seconds", Milliseconds(checkpoint.round_seconds)},
+            {"at_least_once", checkpoint.at_least_once}};
+}
+
 template <class Item, class Object>
 Json Array(const std::vector<Item> &items, Object object)
 {
@@ -88,6 +101,7 @@ std::string ReportJson(const JobReport &report)
                          {"written_bytes", report.written_bytes},
                          {"seconds", Milliseconds(report.seconds)},
                          {"rejects", RejectsObject(report.rejects)},
+                         {"checkpoint", CheckpointObject(report.checkpoint)},
                          {"source", report.source},
                          {"target", report.target},
                          {"target_note", report.target_note},

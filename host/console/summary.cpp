@@ -18,6 +18,11 @@
 //       target  sqlite orders.db, table orders
 //       log     ...
 //
+// A job that stopped and can go on says from where:
+//
+//       next    correct what the reason names, then go on: fenwire resume orders.toml
+//               resumable from checkpoint 7 of 2026-11-21 20:15:00 UTC, 1,234,567 rows are in
+//
 // Of a job that writes files, the files that were written follow those that were read, and "written"
 // stands for "loaded".
 //
@@ -85,6 +90,8 @@ void AddTable(Lines &lines, const Table &table, size_t width)
         lines.push_back({line});
 }
 
+constexpr char kExplain[] = "\"fenwire explain NUMBER\" says more about a numbered message\n";
+
 // What was written stays, since nobody can take it back; an instance that was killed tells of no file.
 std::string LeftInFiles(const JobReport &report)
 {
@@ -100,8 +107,21 @@ std::string LeftInFiles(const JobReport &report)
                : "";
 }
 
-// What the user can do, and what to know before.
-std::string NextSteps(const JobReport &report)
+// What the user can do, and what to know before, where a resume makes up for everything.
+std::string NextStepsToResume(const JobReport &report)
+{
+    const CheckpointReport &last = report.checkpoint;
+    const bool failed = report.status == "failed";
+    return fmt::format("{}{}\nresumable from checkpoint {} of {}, {} {} in{}\n{}",
+                       failed ? "correct what the reason names, then go on: " : "to go on: ",
+                       last.resume, last.generation, UtcWords(last.saved_at), Grouped(last.rows),
+                       last.rows == 1 ? "row is" : "rows are",
+                       last.at_least_once.empty() ? "" : "; some behind it may come twice",
+                       failed ? kExplain : "");
+}
+
+// Where there is nothing to go on from.
+std::string NextStepsAnew(const JobReport &report)
 {
     std::string steps;
     // A job that stopped before its commit does not add up; what it left stands with the target.
@@ -113,14 +133,19 @@ std::string NextSteps(const JobReport &report)
                              "the logs\n",
                              WritesFiles(report) ? "output files" : "target");
     if (report.status == "failed")
-        steps += "correct what the reason names, then run the job again\n"
-                 "\"fenwire explain NUMBER\" says more about a numbered message\n";
+        steps += fmt::format("correct what the reason names, then run the job again\n{}", kExplain);
     if (report.status == "interrupted")
         steps += "run the job again\n";
     if (HasStopped(report) && report.loaded > 0 && !WritesFiles(report))
         steps +=
             "a new run starts from the first record: see the target below for what it holds now\n";
     return steps;
+}
+
+std::string NextSteps(const JobReport &report)
+{
+    return HasStopped(report) && report.checkpoint.resumable ? NextStepsToResume(report)
+                                                             : NextStepsAnew(report);
 }
 
 // Where a person sees one step only, its processes are the job's instances.
@@ -220,6 +245,11 @@ void AddInstances(Lines &lines, const JobReport &report, size_t width)
 
 void AddConservation(Lines &lines, const JobReport &report)
 {
+    if (HasStopped(report) && report.checkpoint.resumable) {
+        lines.push_back({fmt::format("  {:<6}  read {} so far, {} {} for good", "rows",
+                                     Grouped(report.read), Done(report), Grouped(report.loaded))});
+        return;
+    }
     // Of a job that kept nothing there is nothing to add up.
     if (report.exit_code != 0 && report.loaded == 0 && !report.conserved) {
         lines.push_back({fmt::format("  {:<6}  read {}, {}", "rows", Grouped(report.read),
@@ -289,6 +319,22 @@ void AddRejects(Lines &lines, const RejectsReport &rejects)
     AddLabelled(lines, "bad", text, Tone::Caution);
 }
 
+void AddCheckpoints(Lines &lines, const CheckpointReport &report)
+{
+    constexpr uint64_t kAlways = 2;  // before the first row and behind the last
+    if (report.resumed_from > 0)
+        AddLabelled(lines, "resumed",
+                    fmt::format("from checkpoint {}; the figures are of all runs together",
+                                report.resumed_from));
+    if (report.rounds > kAlways)
+        AddLabelled(lines, "saved",
+                    fmt::format("{} checkpoints, which took {}", Grouped(report.rounds),
+                                Duration(report.round_seconds)));
+    if (!report.at_least_once.empty())
+        AddLabelled(lines, "note", "rows may come twice after a failure: " + report.at_least_once,
+                    Tone::Caution);
+}
+
 std::string Throughput(const JobReport &report)
 {
     // Rows that come from no file are measured where they end up in one.
@@ -325,6 +371,7 @@ std::vector<SummaryLine> SummaryLines(const JobReport &report, size_t width)
     AddChanged(lines, report);
     AddRejects(lines, report.rejects);
     AddLabelled(lines, "speed", Throughput(report));
+    AddCheckpoints(lines, report.checkpoint);
     AddLabelled(lines, "source", report.source);
     AddLabelled(lines, "target", report.target);
     AddLabelled(lines, report.target.empty() ? "target" : "", report.target_note);

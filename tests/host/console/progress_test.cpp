@@ -180,6 +180,10 @@ TEST(Progress, LineHasAllKeys)
     EXPECT_EQ(ProgressLine(load.now, load.rates),
               "phase=loading files_done=0 files=1 read_bytes=20000000 total_bytes=100000000 "
               "rows=120000 refused=7 rows_per_s=12000 mb_per_s=2.0 eta_s=40");
+    load.now.checkpoint = 7;
+    load.now.checkpoint_age = 11.7;
+    EXPECT_TRUE(ProgressLine(load.now, load.rates).ends_with(" checkpoint=7 checkpoint_age_s=12"));
+    EXPECT_TRUE(ProgressBlock(load.now, load.rates, {110, 24}).back().ends_with("  checkpoint 7 12 s ago"));
     JobSnapshot start;
     start.phase = "starting";
     EXPECT_EQ(ProgressLine(start, JobRates()),

@@ -182,6 +182,33 @@ TEST(Summary, AnUndoneJobTellsWhatItLeftAndClaimsNoLoss)
     EXPECT_TRUE(Has(Whole(report), "do not rely on the rows"));
 }
 
+// What to do is said once, and never the other thing.
+TEST(Summary, AJobThatCanGoOnSaysHow)
+{
+    for (const bool failed : {true, false}) {
+        JobReport report = SmallReport();
+        report.status = failed ? "failed" : "interrupted";
+        report.exit_code = failed ? 12 : 130;
+        report.conserved = false;
+        report.loaded = 1200;
+        report.checkpoint = {true, 7, 1200, "2026-11-21T20:15:00Z", "fenwire resume orders.toml",
+                             3, 4, 0.25, "several connections"};
+        const std::string whole = Whole(report);
+        for (const char *line :
+             {"go on: fenwire resume orders.toml\n",
+              "resumable from checkpoint 7 of 2026-11-21 20:15:00 UTC, 1,200 rows are in; some "
+              "behind it may come twice\n",
+              "  rows    read 2,000 so far, loaded 1,200 for good\n",
+              "  resumed  from checkpoint 3; the figures are of all runs together\n",
+              "  saved   4 checkpoints, which took 0.2 s\n",
+              "  note    rows may come twice after a failure: several connections\n"})
+            EXPECT_TRUE(Has(whole, line)) << line << whole;
+        EXPECT_EQ(Has(whole, "correct what the reason names"), failed);
+        for (const char *no : {"run the job again", "do not rely", "a new run starts", "HOLD"})
+            EXPECT_FALSE(Has(whole, no)) << no << whole;
+    }
+}
+
 TEST(Summary, LongListsShowTheirEnds)
 {
     JobReport report = SmallReport();
