@@ -16,6 +16,7 @@
 
 #include "host/job/attribute_catalogue.h"
 #include "host/job/words.h"
+#include "host/postgres/postgres_connection.h"
 #include "host/values/values.h"
 
 namespace fenwire {
@@ -102,13 +103,21 @@ Json SectionOf(const char *name, const Step &step)
     return section;
 }
 
+// No secret is kept: the password of a connection may change.
+Json ValueOf(const Setting &setting)
+{
+    const auto *text = std::get_if<std::string>(&setting.value);
+    if (text != nullptr && setting.key == "connection")
+        return WithoutPassword(*text);
+    return std::visit([](const auto &value) { return Json(value); }, setting.value);
+}
+
 Json SectionOf(const char *name, const std::string &type, const std::vector<Setting> &settings)
 {
     Json section = {{"type", type}};
     for (const Setting &setting : settings) {
         if (!MayChange(name, setting.key))
-            section[setting.key] =
-                std::visit([](const auto &value) { return Json(value); }, setting.value);
+            section[setting.key] = ValueOf(setting);
     }
     return section;
 }

@@ -79,6 +79,19 @@ TEST(Fingerprint, NamesWhatDiffers)
     }
 }
 
+TEST(Fingerprint, HoldsNoPassword)
+{
+    Job job;
+    job.target_type = "postgres";
+    job.target = {{"connection", std::string("host=db password='pass word' user=me"), {}}};
+    const std::string then = FingerprintOf(job);
+    EXPECT_EQ(then.find("pass word"), std::string::npos) << then;
+    job.target[0].value = std::string("host=db user=me password=other");
+    EXPECT_EQ(Joined(DifferencesFrom(then, job)), "");
+    job.target[0].value = std::string("host=other user=me password=other");
+    EXPECT_NE(Joined(DifferencesFrom(then, job)), "");
+}
+
 TEST(Fingerprint, WhatIsNoneIsADifference)
 {
     const JobFolder folder;

@@ -183,7 +183,8 @@ TEST(Progress, LineHasAllKeys)
     load.now.checkpoint = 7;
     load.now.checkpoint_age = 11.7;
     EXPECT_TRUE(ProgressLine(load.now, load.rates).ends_with(" checkpoint=7 checkpoint_age_s=12"));
-    EXPECT_TRUE(ProgressBlock(load.now, load.rates, {110, 24}).back().ends_with("  checkpoint 7 12 s ago"));
+    EXPECT_TRUE(
+        ProgressBlock(load.now, load.rates, {110, 24}).back().ends_with("  checkpoint 7 12 s ago"));
     JobSnapshot start;
     start.phase = "starting";
     EXPECT_EQ(ProgressLine(start, JobRates()),

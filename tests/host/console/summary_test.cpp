@@ -192,7 +192,7 @@ TEST(Summary, AJobThatCanGoOnSaysHow)
         report.conserved = false;
         report.loaded = 1200;
         report.checkpoint = {true, 7, 1200, "2026-11-21T20:15:00Z", "fenwire resume orders.toml",
-                             3, 4, 0.25, "several connections"};
+                             3,    4, 0.25, "several connections"};
         const std::string whole = Whole(report);
         for (const char *line :
              {"go on: fenwire resume orders.toml\n",
