@@ -15,6 +15,8 @@ void CheckPrintSettings(const Job &job, std::vector<Complaint> &found);
 std::unique_ptr<Target> MakeSqliteTarget(const Job &job);
 void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found);
 std::vector<Column> SqliteTargetColumns(const Job &job);
+std::optional<StoredGeneration> FindInSqlite(const Job &job, const std::string &run);
+void ForgetInSqlite(const Job &job, const std::string &run);
 
 }  // namespace fenwire
 

@@ -44,6 +44,7 @@ public:
         return report_;
     }
 
+    void GoOn() override {}
     void Abort() noexcept override {}
 
 private:

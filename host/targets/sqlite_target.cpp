@@ -23,6 +23,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/checkpoint/sqlite_checkpoints.h"
 #include "host/job/settings.h"
 #include "host/job/words.h"
 #include "host/sqlite/sqlite_columns.h"
@@ -111,10 +112,10 @@ public:
         TryCreating();
     }
 
-    void Open(Start) override
+    void Open(Start start) override
     {
         try {
-            Begin();
+            Begin(start);
         } catch (...) {
             Abort();
             throw;
@@ -137,16 +138,17 @@ public:
         InsertWaiting();  // the records are gone after this
     }
 
-    TargetReport Commit(const StoredGeneration *) override
+    uint64_t Settle() override { return report_.refused; }
+
+    TargetReport Commit(const StoredGeneration *generation) override
     {
-        // Who reads at this moment must not cost a long job its rows.
-        const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(
-            std::chrono::steady_clock::now() - begun_);
-        database_->WaitForLocks(std::clamp(taken, kShortestCommitWait, kLongestCommitWait));
+        if (generation != nullptr)
+            SqliteCheckpoints(*database_).Save(*generation);
+        WaitForOthers();
         database_->Run("COMMIT");
-        inserts_ = {};
-        database_.reset();
         made_file_ = false;
+        if (generation == nullptr)
+            Close();
         if (report_.refused > 0)
             report_.note = fmt::format(
                 "{} rows left out by ON CONFLICT rules or triggers of the table", report_.refused);
@@ -154,12 +156,17 @@ public:
         return report_;
     }
 
+    void GoOn() override
+    {
+        WaitForOthers();
+        database_->Run("BEGIN IMMEDIATE");
+    }
+
     void Abort() noexcept override
     {
-        inserts_ = {};
         if (database_)
             database_->RollBack();
-        database_.reset();
+        Close();
         struct stat info;
         if (made_file_ && stat(file_.c_str(), &info) == 0 && info.st_size == 0)
             unlink(file_.c_str());
@@ -167,6 +174,20 @@ public:
     }
 
 private:
+    void Close() noexcept
+    {
+        inserts_ = {};
+        database_.reset();
+    }
+
+    // Who reads or writes at this moment must not cost a long job its rows.
+    void WaitForOthers()
+    {
+        const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - begun_);
+        database_->WaitForLocks(std::clamp(taken, kShortestCommitWait, kLongestCommitWait));
+    }
+
     // Whether the database is there; throws when it could neither be used nor made.
     bool FileIsThere() const
     {
@@ -219,25 +240,38 @@ private:
             throw TargetError(NoSqliteTable(database, table_) + "; create = true would make it");
     }
 
-    void Begin()
+    void Begin(Start start)
     {
         RequireCharset(job_.charset);
         begun_ = std::chrono::steady_clock::now();
         report_ = {};
         text_check_ = {};
         rows_of_.clear();
-        if (!FileIsThere())
+        const bool there = FileIsThere();
+        if (!there && start == Start::Again)
+            Gone("the database is not there any more");
+        if (!there)
             MakeFile();
         database_.emplace(file_, Access::Write);
         database_->Run("BEGIN IMMEDIATE");
-        if (!HasSqliteTable(*database_, table_)) {
+        const bool has_table = HasSqliteTable(*database_, table_);
+        if (!has_table && start == Start::Again)
+            Gone("the table is not there any more");
+        if (!has_table) {
             RequireCreate(*database_);
             CreateSqliteTable(*database_, table_, job_);
         }
         binding_.Begin(CompareSqliteTable(*database_, table_, job_), kRowsAtOnce[0]);
-        if (replace_)
+        if (replace_ && start == Start::Anew)
             database_->Run(fmt::format("DELETE FROM main.{}", SqlName(table_)));
         PrepareInserts();
+    }
+
+    [[noreturn]] void Gone(const char *what) const
+    {
+        throw TargetError(fmt::format("the job can't go on in table {} of {}: {}; bring it back, "
+                                      "or begin anew with fenwire run --fresh",
+                                      Quoted(table_), Quoted(file_.string()), what));
     }
 
     // A statement has a limited number of values, so wide rows go in fewer at once, down to one.
@@ -437,6 +471,25 @@ std::vector<Column> SqliteTargetColumns(const Job &job)
             columns.erase(columns.begin() + static_cast<ptrdiff_t>(i));
     }
     return ColumnsForFormat(job, std::move(columns));
+}
+
+std::optional<StoredGeneration> FindInSqlite(const Job &job, const std::string &run)
+{
+    const fs::path file = PathSetting(job, job.target, "file");
+    if (access(file.c_str(), F_OK) != 0 && errno == ENOENT)
+        return std::nullopt;
+    SqliteDatabase database(file, Access::Look);
+    return SqliteCheckpoints(database).Find(job, run);
+}
+
+void ForgetInSqlite(const Job &job, const std::string &run)
+{
+    if (!FindInSqlite(job, run))
+        return;
+    SqliteDatabase database(PathSetting(job, job.target, "file"), Access::Write);
+    database.Run("BEGIN IMMEDIATE");
+    SqliteCheckpoints(database).Forget(job, run);
+    database.Run("COMMIT");
 }
 
 std::unique_ptr<Target> MakeSqliteTarget(const Job &job)

@@ -23,6 +23,13 @@ const char *AfterFailedPrint(const Job &job)
                : "some rows may have gone to standard output";
 }
 
+CheckpointPlace NullPlace(const Job &job)
+{
+    return NullOnlyCounts(job) ? CheckpointPlace::Beside : CheckpointPlace::None;
+}
+
+CheckpointPlace SqlitePlace(const Job &) { return CheckpointPlace::Within; }
+
 const char *AfterFailedSqlite(const Job &) { return "the database is as it was before the job"; }
 
 // A file is written anew: what it holds would be gone.
@@ -62,13 +69,13 @@ constexpr SettingKey kNullKeys[] = {
 constexpr TargetKind kTargets[] = {
     {"null", "counts rows where they are read, or sums them up; keeps nothing",
      kNullKeys, MakeNullTarget, nullptr, AfterFailedNull, nullptr, NullOnlyCounts, nullptr,
-     nullptr, nullptr, nullptr},
+     NullPlace, nullptr, nullptr},
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
      kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr, nullptr,
      nullptr, nullptr, nullptr},
     {"sqlite", "a table of an SQLite database: all rows of the job, or none",
      kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr,
-     SqliteTargetColumns, nullptr, nullptr, nullptr},
+     SqliteTargetColumns, SqlitePlace, FindInSqlite, ForgetInSqlite},
 };
 // clang-format on
 
