@@ -80,8 +80,7 @@ void MakeSureOf(const Job &job)
     const fs::path path = StorePath(job);
     if (LookAt(job, path))
         return;
-    const UniqueFd fd(
-        open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const UniqueFd fd(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!fd)
         ThrowErrno(fmt::format("{} can't be made", Quoted(path.string())));
     SyncFolder(job.state);

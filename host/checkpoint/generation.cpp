@@ -72,8 +72,7 @@ uint32_t Crc32c(std::string_view bytes)
 class Writer {
 public:
     template <class Number>
-    void operator()(const Number &number)
-        requires std::is_integral_v<Number>
+    void operator()(const Number &number) requires std::is_integral_v<Number>
     {
         const auto bits = static_cast<std::make_unsigned_t<Number>>(number);
         for (size_t i = 0; i < sizeof bits; ++i)
@@ -125,8 +124,7 @@ public:
     explicit Reader(std::string_view bytes) : left_(bytes) {}
 
     template <class Number>
-    void operator()(Number &number)
-        requires std::is_integral_v<Number>
+    void operator()(Number &number) requires std::is_integral_v<Number>
     {
         const std::string_view bytes = Bytes(sizeof number);
         std::make_unsigned_t<Number> bits = 0;

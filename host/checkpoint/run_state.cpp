@@ -2,7 +2,7 @@
 
 #include "host/checkpoint/run_state.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <ctime>
@@ -31,13 +31,14 @@ constexpr size_t kMostBytes = 64 << 10;
 
 fs::path RunPath(const Job &job) { return job.state / "run.json"; }
 
+// format: for year, month, day, hour, minute, second.
 std::string UtcAs(const char *format)
 {
     const time_t now = time(nullptr);
     tm parts = {};
     gmtime_r(&now, &parts);
-    std::array<char, 64> text = {};
-    return {text.data(), strftime(text.data(), text.size(), format, &parts)};
+    return fmt::format(fmt::runtime(format), parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
+                       parts.tm_hour, parts.tm_min, parts.tm_sec);
 }
 
 // Empty: it is not there, or no file of ours could look like it.
@@ -76,14 +77,14 @@ bool Take(const Json &object, const char *key, Value &value)
 
 }  // namespace
 
-std::string UtcNow() { return UtcAs("%Y-%m-%dT%H:%M:%SZ"); }
+std::string UtcNow() { return UtcAs("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z"); }
 
 std::string NewRunId()
 {
     uint32_t chance = 0;
     if (getrandom(&chance, sizeof chance, 0) != sizeof chance)
         ThrowErrno("random number");
-    return UtcAs("%Y%m%d-%H%M%S-") + fmt::format("{:08x}", chance);
+    return UtcAs("{:04}{:02}{:02}-{:02}{:02}{:02}-") + fmt::format("{:08x}", chance);
 }
 
 std::optional<RunState> ReadRunState(const Job &job)

@@ -44,10 +44,10 @@ void SqliteCheckpoints::Save(const StoredGeneration &generation)
                                   kCheckpointTable));
     const SqliteStatement others = database_.Prepare(fmt::format(
         "DELETE FROM main.{} WHERE run <> ?1 AND job = ?2 AND job_file = ?3", kCheckpointTable));
-    const SqliteStatement save = database_.Prepare(
-        fmt::format("INSERT OR REPLACE INTO main.{} VALUES (?1, ?2, ?3, ?4, "
-                    "strftime('%Y-%m-%dT%H:%M:%SZ', 'now'), ?5)",
-                    kCheckpointTable));
+    const SqliteStatement save =
+        database_.Prepare(fmt::format("INSERT OR REPLACE INTO main.{} VALUES (?1, ?2, ?3, ?4, "
+                                      "strftime('%Y-%m-%dT%H:%M:%SZ', 'now'), ?5)",
+                                      kCheckpointTable));
     for (const SqliteStatement *statement : {&others, &save}) {
         BindSqliteText(*statement, 1, generation.run);
         BindSqliteText(*statement, 2, generation.job);
@@ -72,7 +72,9 @@ std::optional<StoredGeneration> SqliteCheckpoints::Find(const Job &job, const st
     BindWhose(row, job, run);
     if (!database_.Step(row))
         return std::nullopt;
-    StoredGeneration found{SqliteText(row, 0), SqliteText(row, 1), SqliteText(row, 2),
+    StoredGeneration found{SqliteText(row, 0),
+                           SqliteText(row, 1),
+                           SqliteText(row, 2),
                            static_cast<uint64_t>(sqlite3_column_int64(row.get(), 3)),
                            {}};
     const auto *bytes = static_cast<const char *>(sqlite3_column_blob(row.get(), 4));

@@ -1,8 +1,12 @@
 // tests/host/targets/sqlite_target_test.cpp - rows in a table, none of them after a fault, and faults in words.
 
 #include <csignal>
+#include <functional>
+#include <future>
 #include <gtest/gtest.h>
+#include <random>
 #include <sqlite3.h>
+#include <thread>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -49,6 +53,7 @@ private:
 struct SqliteTargetTest : testing::Test {
     TempDirectory folder;
     std::string file = folder.File("t.db");
+    StoredGeneration stored;
 
     Job MakeJob(const std::vector<std::string> &columns, std::vector<Setting> more = {})
     {
@@ -65,6 +70,20 @@ struct SqliteTargetTest : testing::Test {
         target->Open(Target::Start::Anew);
         target->Put(1, Rows(rows).Batch());
         return target->Commit(nullptr);
+    }
+    // The generation of run r1, until the next call.
+    const StoredGeneration *Stored(const Job &job, uint64_t number)
+    {
+        Generation generation;
+        generation.run = "r1";
+        generation.number = number;
+        stored = {"r1", job.name, job.file, number, EncodeGeneration(generation)};
+        return &stored;
+    }
+    static int64_t Found(const Job &job)
+    {
+        const auto found = FindGeneration(job, {});
+        return found ? static_cast<int64_t>(found->number) : -1;
     }
     static std::string LoadError(const Job &job, const std::vector<Row> &rows = {})
     {
@@ -419,4 +438,150 @@ TEST_F(SqliteTargetTest, SettingsAreHeldToWhatSqliteTakes)
     FindTargetKind("sqlite")->check_settings(job, found);
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0].at, (SourcePosition{4, 9}));
+}
+
+// Each batch of rows in one transaction with the generation that says how many there are.
+TEST_F(SqliteTargetTest, GenerationsGoWithTheRows)
+{
+    const Job job = MakeJob({"id", "v"}, {Flag("replace", true)});
+    Sql("CREATE TABLE t(id INTEGER PRIMARY KEY ON CONFLICT IGNORE, v); "
+        "INSERT INTO t VALUES (99, 'old')");
+    auto target = MakeTarget(job);
+    target->Open(Target::Start::Anew);
+    target->Put(1, Rows(Numbered(1, 3)).Batch());
+    EXPECT_EQ(target->Commit(Stored(job, 1)).rows, 3U);
+    EXPECT_EQ(Found(job), 1);
+    target->GoOn();
+    target->Put(1, Rows(Numbered(3, 6)).Batch());
+    EXPECT_EQ(target->Settle(), 1U);
+    EXPECT_EQ(target->Commit(Stored(job, 2)).rows, 6U);  // from Open
+    target->GoOn();
+    target->Put(1, Rows(Numbered(7, 9)).Batch());
+    target->Abort();
+    EXPECT_EQ(Sql("SELECT count(*) FROM t"), "6\n");
+    EXPECT_EQ(Found(job), 2);
+
+    target = MakeTarget(job);
+    target->Open(Target::Start::Again);
+    target->Put(1, Rows(Numbered(7, 8)).Batch());
+    Job other = job;
+    other.file = "/other.toml";
+    EXPECT_EQ(target->Commit(Stored(job, 3)).rows, 2U);
+    EXPECT_EQ(Sql("SELECT count(*) FROM t; SELECT generation FROM fenwire_checkpoints"), "8\n3\n");
+    EXPECT_EQ(Found(other), -1);
+    FindTargetKind("sqlite")->forget(other, {});
+    EXPECT_EQ(Found(job), 3);
+    FindTargetKind("sqlite")->forget(job, "r1");
+    EXPECT_EQ(Sql("SELECT name FROM sqlite_schema"), "t\n");
+}
+
+TEST_F(SqliteTargetTest, FirstGenerationKeepsTheFileThatOpenMade)
+{
+    const Job job = MakeJob({"id", "v"});
+    const auto target = MakeTarget(job);
+    target->Open(Target::Start::Anew);
+    target->Commit(Stored(job, 1));
+    target->GoOn();
+    target->Put(1, Rows(Numbered(1, 3)).Batch());
+    target->Abort();
+    EXPECT_EQ(Sql("SELECT count(*) FROM t"), "0\n");
+    EXPECT_EQ(Found(job), 1);
+}
+
+TEST_F(SqliteTargetTest, KillLeavesTheRowsOfTheGeneration)
+{
+    constexpr int kRows = 300;
+    const Job job = MakeJob({"id", "v"});
+    std::mt19937 random(3);
+    int64_t last = -1, killed_in_rows = 0;
+    for (int round = 0; round < 40; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const auto target = MakeTarget(job);
+            target->Open(last < 0 ? Target::Start::Anew : Target::Start::Again);
+            for (int number = static_cast<int>(last + 1);; ++number) {
+                const Row wide = {std::to_string(number), std::string(2000, 'x')};
+                target->Put(1, Rows(std::vector<Row>(kRows, wide)).Batch());
+                target->Commit(Stored(job, static_cast<uint64_t>(number)));
+                target->GoOn();
+            }
+        }
+        usleep(1000 + static_cast<useconds_t>(random() % 20'000));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        killed_in_rows += access((file + "-journal").c_str(), F_OK) == 0 ? 1 : 0;
+        const int64_t found = Found(job);
+        ASSERT_GE(found, last);
+        last = found;
+        ASSERT_EQ(Sql("SELECT count(*) FROM t"),
+                  last < 0 ? "no such table: t" : std::to_string(kRows * (last + 1)) + "\n");
+    }
+    EXPECT_GT(last, 0);
+    EXPECT_GT(killed_in_rows, 0);
+}
+
+TEST_F(SqliteTargetTest, JobThatCanNotGoOnIsTold)
+{
+    const struct {
+        const char *sql, *words;
+    } cases[] = {
+        {nullptr, "the database is not there any more"},
+        {"CREATE TABLE u(id)", "the table is not there any more"},
+        {"CREATE TABLE t(id, w)", "column \"v\" is not in the table"},
+        {"CREATE TABLE t(id, v); CREATE TABLE Fenwire_Checkpoints(id)",
+         "the table fenwire_checkpoints is not one of checkpoints"},
+    };
+    for (const auto &row : cases) {
+        unlink(file.c_str());
+        if (row.sql != nullptr)
+            Sql(row.sql);
+        const Job job = MakeJob({"id", "v"});
+        const auto target = MakeTarget(job);
+        const std::string words = ErrorOf([&] {
+            target->Open(Target::Start::Again);
+            target->Put(1, Rows(Numbered(1, 3)).Batch());
+            target->Commit(Stored(job, 1));
+        });
+        EXPECT_TRUE(Holds(words, row.words)) << words;
+    }
+}
+
+TEST_F(SqliteTargetTest, LocksAroundAGenerationLoseNothing)
+{
+    const Job job = MakeJob({"id", "v"});
+    const auto target = MakeTarget(job);
+    target->Open(Target::Start::Anew);
+    target->Put(1, Rows(Numbered(1, 3)).Batch());
+    target->Commit(Stored(job, 1));
+    Shell other(file);
+    other.Run("BEGIN EXCLUSIVE");
+    // Each waits, so they do it together.
+    const std::function<void()> calls[] = {
+        [&] { target->GoOn(); },
+        [&] { Found(job); },
+        [&] { FindTargetKind("sqlite")->forget(job, {}); },
+    };
+    std::vector<std::future<std::string>> words;
+    for (const auto &call : calls)
+        words.push_back(std::async(std::launch::async, [&call] { return ErrorOf(call); }));
+    for (auto &said : words)
+        EXPECT_TRUE(Holds(said.get(), "is locked"));
+    other.Run("ROLLBACK; BEGIN; SELECT * FROM t");
+    target->GoOn();
+    target->Put(1, Rows(Numbered(4, 6)).Batch());
+    EXPECT_TRUE(Holds(ErrorOf([&] { target->Commit(Stored(job, 2)); }), "is locked"));
+    target->Abort();
+    EXPECT_EQ(other.Run("COMMIT; SELECT count(*) FROM t"), "3\n");
+    EXPECT_EQ(Found(job), 1);
+    // A program that goes is waited for.
+    target->Open(Target::Start::Again);
+    target->Put(1, Rows(Numbered(4, 6)).Batch());
+    other.Run("BEGIN; SELECT * FROM t");
+    std::thread ends([&] {
+        usleep(300'000);
+        other.Run("COMMIT");
+    });
+    EXPECT_EQ(ErrorOf([&] { target->Commit(Stored(job, 2)); }), "");
+    ends.join();
+    EXPECT_EQ(Found(job), 2);
 }
