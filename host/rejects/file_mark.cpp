@@ -91,12 +91,4 @@ void SyncFile(int fd, const std::string &path)
         ThrowErrno(fmt::format("{} can't be brought to the disk", Quoted(path)));
 }
 
-void SyncFolder(const std::filesystem::path &folder)
-{
-    const UniqueFd fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!fd || fsync(fd.get()) != 0)
-        ThrowErrno(
-            fmt::format("the folder {} can't be brought to the disk", Quoted(folder.string())));
-}
-
 }  // namespace fenwire

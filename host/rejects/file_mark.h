@@ -33,9 +33,8 @@ void CutAt(int fd, const FileMark &mark, const std::string &path);
 // names that.
 void CopyBytes(int from, uint64_t begin, uint64_t end, int to, const std::string &to_path);
 
-// Both throw std::system_error.
+// Throws std::system_error.
 void SyncFile(int fd, const std::string &path);
-void SyncFolder(const std::filesystem::path &folder);  // names in it that are new, or gone
 
 }  // namespace fenwire
 

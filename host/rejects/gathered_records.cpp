@@ -11,6 +11,7 @@
 
 #include "host/job/words.h"
 #include "host/rejects/reject_list.h"
+#include "host/system/replace_file.h"
 
 namespace fenwire {
 

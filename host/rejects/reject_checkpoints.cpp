@@ -17,6 +17,7 @@
 #include "host/job/words.h"
 #include "host/rejects/bad_record.h"
 #include "host/rejects/reject_run.h"
+#include "host/system/replace_file.h"
 
 namespace fenwire {
 

@@ -8,15 +8,12 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "host/job/attribute_catalogue.h"
 #include "host/job/words.h"
 #include "host/rejects/bad_record.h"
-#include "host/rejects/file_mark.h"
-#include "host/rejects/reject_list.h"
-#include "host/system/unique_fd.h"
+#include "host/system/replace_file.h"
 
 namespace fenwire {
 
@@ -88,7 +85,7 @@ std::optional<RejectState> ReadRejectState(const Job &job)
 
 void WriteRejectState(const Job &job, RejectState &state)
 {
-    const fs::path path = StatePath(job), part = path.string() + ".part";
+    const fs::path path = StatePath(job);
     const Json object = {{"file", state.file.string()},
                          {"outcome", kOutcomes[static_cast<size_t>(state.outcome)]},
                          {"retries", state.retries},
@@ -96,15 +93,8 @@ void WriteRejectState(const Job &job, RejectState &state)
                          {"prefix", Base64(state.remarks.prefix)},
                          {"process", getpid()}};
     state.text = object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-    std::error_code none;
-    fs::remove(part, none);
-    const UniqueFd fd(
-        open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!fd || !AppendLine(fd.get(), state.text).empty() || fsync(fd.get()) != 0 ||
-        rename(part.c_str(), path.c_str()) != 0)
-        ThrowErrno(fmt::format("{} can't be written", Quoted(path.string())));
     // The new state is on the disk before rows are committed under it.
-    SyncFolder(job.state);
+    ReplaceFile(path, state.text);
 }
 
 void RemoveRejectState(const Job &job)

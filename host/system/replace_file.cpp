@@ -40,7 +40,7 @@ void SyncFolder(const std::filesystem::path &folder)
 {
     const UniqueFd fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!fd || fsync(fd.get()) != 0)
-        ThrowErrno("folder \"" + folder.string() + "\"");
+        ThrowErrno("the folder \"" + folder.string() + "\" can't be brought to the disk");
 }
 
 }  // namespace fenwire

@@ -90,9 +90,7 @@ TEST_F(CheckpointStoreTest, BadStoresAreSaidToBeAndCanBeForgotten)
         {"text", "no store of checkpoints",
          [](CheckpointStoreTest &t) { t.folder.Write(".fenwire/load/checkpoint.db", "text"); }},
         {"half", "damaged",
-         [](CheckpointStoreTest &t) {
-             ASSERT_EQ(truncate(t.file.c_str(), 6000), 0);
-         }},
+         [](CheckpointStoreTest &t) { ASSERT_EQ(truncate(t.file.c_str(), 6000), 0); }},
         {"changed", "damaged",
          [](CheckpointStoreTest &t) {
              std::string bytes = t.folder.Read(".fenwire/load/checkpoint.db");
@@ -158,9 +156,9 @@ TEST_F(CheckpointStoreTest, PlaceFollowsSourceAndTarget)
         const Job &job;
         CheckpointPlace place;
     } cases[] = {
-        {job, CheckpointPlace::Beside},     {sums, CheckpointPlace::None},
-        {retry, CheckpointPlace::None},     {stdin_job, CheckpointPlace::None},
-        {unload, CheckpointPlace::Beside},  {within, CheckpointPlace::Within},
+        {job, CheckpointPlace::Beside},    {sums, CheckpointPlace::None},
+        {retry, CheckpointPlace::None},    {stdin_job, CheckpointPlace::None},
+        {unload, CheckpointPlace::Beside}, {within, CheckpointPlace::Within},
         {print, CheckpointPlace::None},
     };
     for (const auto &row : cases)
