@@ -4,12 +4,16 @@
 
 #include <poll.h>
 
+#include <unistd.h>
+
 #include "host/coordinator/run.h"
 #include "host/coordinator/target_process.h"
 #include "host/instance/instance_process.h"
 #include "host/instance/source_process.h"
+#include "host/job/words.h"
 #include "host/sources/source.h"
 #include "host/targets/target.h"
+#include "operator/message_table.h"
 
 namespace fenwire {
 
@@ -31,13 +35,14 @@ std::string Describe(const std::string &type, const Settings &settings)
 }
 
 // Where a person sees one step only, its processes are the job's instances.
-std::vector<std::unique_ptr<StepRun>> MakeSteps(const Job &job, Board &board)
+std::vector<std::unique_ptr<StepRun>> MakeSteps(const Job &job, Board &board, bool restarts)
 {
     std::vector<std::unique_ptr<StepRun>> steps;
     const char *word = job.has_source() ? "source" : job.has_target() ? "instance" : "producer";
-    steps.push_back(std::make_unique<StepRun>(Side::Reading, word, job.readers(), board));
+    steps.push_back(std::make_unique<StepRun>(Side::Reading, word, job.readers(), board, restarts));
     if (!job.has_target())
-        steps.push_back(std::make_unique<StepRun>(Side::Writing, "consumer", job.writers(), board));
+        steps.push_back(
+            std::make_unique<StepRun>(Side::Writing, "consumer", job.writers(), board, restarts));
     return steps;
 }
 
@@ -49,15 +54,17 @@ bool WantsStdin(const Job &job)
 
 }  // namespace
 
-Coordinator::Coordinator(const Job &job, Console &console)
-    : job_(job), console_(console), folder_(job.state),
+Coordinator::Coordinator(const Job &job, Console &console, RunPlan plan)
+    : job_(job), console_(console), plan_(std::move(plan)),
       public_log_(job.state / "logs" / "public.log"),
       board_block_(MakeSharedBlock("fenwire-board", Board::Bytes(job.readers(), job.writers()))),
       board_map_(board_block_),
       board_(Board::Make(board_map_.data(), job.readers(), job.writers())),
       rings_(static_cast<size_t>(StreamPlan{job.readers(), job.writers()}.rings())),
-      steps_(MakeSteps(job, board_)), ledger_(job.readers(), job.has_target() ? 0 : job.writers()),
-      rejects_(job)
+      steps_(MakeSteps(job, board_, plan_.from.has_value())),
+      ledger_(job.readers(), job.has_target() ? 0 : job.writers()), rejects_(job),
+      place_(plan_.keeps_checkpoints ? PlaceOfCheckpoints(job) : CheckpointPlace::None),
+      keeps_(place_ != CheckpointPlace::None)
 {
 }
 
@@ -66,7 +73,7 @@ void Coordinator::StartTarget()
     target_ = std::make_unique<Child>(
         "target",
         [&](Channel channel) {
-            return RunTarget({job_, board_, rings_}, std::move(channel));
+            return RunTarget({job_, board_, rings_, plan_.from.has_value()}, std::move(channel));
         },
         [&] { signals_.Close(); });
 }
@@ -78,8 +85,14 @@ int Coordinator::RunChild(const StepRun &step, int instance, const std::filesyst
     if (step.side == Side::Reading && job_.has_source())
         return RunSource({job_, instance, board_, rings_}, std::move(channel));
     const bool reads = step.side == Side::Reading;
-    return RunInstance({job_, reads ? Role::Producer : Role::Consumer, instance, library, board_,
-                        rings_, reads ? rejects_.fd() : -1},
+    return RunInstance({job_,
+                        reads ? Role::Producer : Role::Consumer,
+                        instance,
+                        library,
+                        board_,
+                        rings_,
+                        {keeps_, plan_.from.has_value()},
+                        reads ? rejects_.fd() : -1},
                        std::move(channel));
 }
 
@@ -106,6 +119,30 @@ void Coordinator::StartStep(StepRun &step)
     }
 }
 
+// What the job did before is taken over before anything moves.
+void Coordinator::BeginRun()
+{
+    run_.run = plan_.from ? plan_.from->run : NewRunId();
+    run_.began = run_.changed = UtcNow();
+    run_.process = getpid();
+    run_.keeps_checkpoints = keeps_;
+    if (keeps_ && place_ == CheckpointPlace::Beside)
+        store_ = std::make_unique<CheckpointStore>(job_);
+    if (!plan_.from) {
+        rejects_.Open();
+    } else {
+        ledger_.Restore(plan_.from->ledger);
+        rejects_.Restore(plan_.from->rejects);
+        inputs_ = plan_.from->inputs;
+        drained_before_ = ledger_.target_rows() + ledger_.target_refused();
+        checkpoint_.resumable = true;
+        checkpoint_.generation = checkpoint_.resumed_from = plan_.from->number;
+        checkpoint_.rows = plan_.from->rows;
+        checkpoint_.saved_at = plan_.from->saved_at;
+    }
+    WriteRunState(job_, run_);
+}
+
 void Coordinator::Start()
 {
     if (!job_.has_source() || !job_.has_target())
@@ -114,7 +151,7 @@ void Coordinator::Start()
         MakeSource(job_)->Check();
     if (job_.has_target())
         MakeTarget(job_)->Check();
-    rejects_.Open();
+    BeginRun();
     if (job_.has_target())
         StartTarget();
     for (auto &step : steps_)
@@ -144,56 +181,24 @@ void Coordinator::CallInstances(StepRun &step)
     const MethodCall call = step.phases.Next();
     if (call.method == Method::Execute && step.side == Side::Reading)
         rejects_.Begin();
+    Call(step, call);
+}
+
+void Coordinator::Call(StepRun &step, const MethodCall &call)
+{
     for (const int instance : call.instances) {
-        step.Of(instance).channel().Send(OutMessage(MessageKind::Call)
-                                             .Put(static_cast<uint32_t>(call.method))
-                                             .Put(call.phase)
-                                             .Put(Failed() ? 0U : 1U));
+        OutMessage message(MessageKind::Call);
+        message.Put(static_cast<uint32_t>(call.method)).Put(call.phase).Put(Failed() ? 0U : 1U);
+        if (call.method == Method::Restart && step.side == Side::Reading && job_.has_source())
+            message.Put(std::string_view(PositionOf(instance)));
+        step.Of(instance).channel().Send(message);
     }
 }
 
-void Coordinator::TellTarget(MessageKind kind)
+void Coordinator::TellTarget(const OutMessage &message, const UniqueFd *fd)
 {
-    target_->channel().Send(OutMessage(kind));
+    target_->channel().Send(message, fd);
     RingDoorbell(board_.BellOf(1));
-}
-
-// Between execute and terminate; and, after a failure, at once.
-void Coordinator::SettleRows()
-{
-    if (target_ != nullptr)
-        SettleTarget();
-    else
-        SettleFiles();
-}
-
-void Coordinator::SettleTarget()
-{
-    if (Failed() && settling_ < Settling::Committing) {
-        settling_ = target_->running() ? Settling::Undoing : Settling::Undone;
-        if (target_->running())
-            TellTarget(MessageKind::Abort);
-    } else if (reading().phases.at_rows_end() && settling_ == Settling::NotYet) {
-        settling_ = Settling::Draining;
-        TellTarget(MessageKind::Drain);
-    }
-}
-
-// What consumers have written can't be undone: it is told of.
-void Coordinator::SettleFiles()
-{
-    if (Failed() && settling_ < Settling::Settled) {
-        settling_ = Settling::Undone;
-        GiveUpRows();  // a reader may wait for the room that a failed consumer will not make
-    } else if (reading().phases.at_rows_end() && settling_ == Settling::NotYet) {
-        settling_ = Settling::Draining;
-        for (RowRing &ring : rings_)
-            ring.words().ended.store(1, std::memory_order_release);
-        for (int i = 1; i <= job_.writers(); ++i)
-            RingDoorbell(board_.BellOf(i));
-    } else if (settling_ == Settling::Draining && writing()->phases.at_rows_end()) {
-        OnWritten();
-    }
 }
 
 void Coordinator::Wait()
@@ -206,7 +211,7 @@ void Coordinator::Wait()
         for (auto &child : step->children)
             add(*child);
     }
-    if (poll(fds.data(), fds.size(), kTickMs) < 0 && errno != EINTR)
+    if (poll(fds.data(), fds.size(), Timeout()) < 0 && errno != EINTR)
         ThrowErrno("poll");
     size_t at = 0;
     const auto ready = [&] { return fds[at++].revents != 0; };
@@ -227,8 +232,9 @@ void Coordinator::Loop()
     auto next_tick = Clock::now();
     while (!Over()) {
         CallInstances();
-        SettleRows();
-        CallInstances();  // rows that are settled let them go on, and no message would wake Wait for it
+        AdvanceRound();
+        UndoRows();
+        CallInstances();  // a round that is over lets them go on, and no message would wake Wait for it
         if (Over())
             break;
         Wait();
@@ -282,7 +288,45 @@ void Coordinator::FillReport(JobReport &report)
         if (instance.step != "source" && std::filesystem::exists(log, none))
             instance.private_log = log.string();
     }
+    FillCheckpoint(report);
     report.seconds = Seconds();
+}
+
+// Only what did not come to its end can go on.
+void Coordinator::FillCheckpoint(JobReport &report) const
+{
+    report.checkpoint = checkpoint_;
+    report.checkpoint.resumable = checkpoint_.resumable && !ended_well_;
+    if (report.checkpoint.resumable)
+        report.checkpoint.resume = "fenwire resume " + ShownPath(job_.file);
+}
+
+// Behind the last process. What can't be put in order now is put in order by a resume, so the generation
+// is forgotten last.
+void Coordinator::FinishCheckpoints()
+{
+    run_.outcome = stop_by_ != 0 && ledger_.failing() ? RunState::Outcome::Stopped
+                   : ledger_.failing()                ? RunState::Outcome::Failed
+                                                      : RunState::Outcome::Finished;
+    try {
+        if (!ledger_.failing() && ledger_.exit_code() < Ledger::kFatal && ledger_.committed()) {
+            rejects_.Complete();
+            if (keeps_)
+                ForgetGeneration(job_, run_.run);
+            ended_well_ = true;
+        }
+    } catch (const std::exception &failure) {
+        ledger_.AddReason(std::string("the rows are in, but the job's end could not be noted: ") +
+                          failure.what());
+        run_.outcome = RunState::Outcome::Failed;
+    }
+    run_.reason = ledger_.reason();
+    run_.changed = UtcNow();
+    try {
+        WriteRunState(job_, run_);
+    } catch (const std::exception &failure) {
+        PublicLine(Warning, failure.what());
+    }
 }
 
 JobReport Coordinator::Run()
@@ -297,6 +341,7 @@ JobReport Coordinator::Run()
     if (ledger_.failing())
         GiveUpRows();
     End();
+    FinishCheckpoints();
     FinishRejects();
 
     JobReport report;
@@ -305,9 +350,11 @@ JobReport Coordinator::Run()
     return report;
 }
 
-JobReport RunJob(const Job &job, Console &console, RunPlan)
+JobReport RunJob(const Job &job, Console &console, RunPlan plan)
 {
-    return Coordinator(job, console).Run();
+    if (plan.folder == nullptr)
+        plan.folder = std::make_unique<StateFolder>(job.state);
+    return Coordinator(job, console, std::move(plan)).Run();
 }
 
 }  // namespace fenwire

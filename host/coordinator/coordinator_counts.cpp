@@ -56,6 +56,19 @@ std::string Coordinator::LostOutput() const
     return {};
 }
 
+// What keeps rows that have all arrived from counting as done; empty: nothing.
+std::string Coordinator::WhyNotGood() const
+{
+    if (std::string imbalance = ledger_.Imbalance(); !imbalance.empty())
+        return imbalance;
+    if (std::string lost = LostOutput(); !lost.empty())
+        return lost;
+    if (rejects_.left_out() == ledger_.refused())
+        return {};
+    return "the operator left out " + std::to_string(rejects_.left_out()) +
+           " bad records, but counts " + std::to_string(ledger_.refused()) + " as refused";
+}
+
 // For a process that ended without a word: its rows, as far as the board has them, and the file it had.
 void Coordinator::CountLost(const StepRun &step, int instance)
 {
@@ -112,10 +125,9 @@ std::string Coordinator::PlaceOf(const StepRun &step, int instance)
 void Coordinator::FinishRejects()
 {
     try {
-        rejects_.End(ledger_.committed() ? RejectRun::Rows::Committed
-                     : commit_in_doubt_ || settling_ == Settling::Committing
-                         ? RejectRun::Rows::InDoubt
-                         : RejectRun::Rows::Undone);
+        rejects_.End(ledger_.committed()                ? RejectRun::Rows::Committed
+                     : commit_in_doubt_ || Committing() ? RejectRun::Rows::InDoubt
+                                                        : RejectRun::Rows::Undone);
     } catch (const std::exception &failure) {
         PublicLine(Warning, failure.what());
     }

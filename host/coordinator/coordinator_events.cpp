@@ -43,7 +43,7 @@ void Coordinator::Fail(const std::string &reason, Ledger::Weight weight)
 // which drops them; without a target see GiveUpRows.
 void Coordinator::Recall()
 {
-    board_.stop.store(1);
+    board_.stop.fetch_or(kStopAll);
     FutexWake(board_.stop);
     if (!recall_until_)
         recall_until_ = Clock::now() + std::chrono::seconds(kRecallSeconds);
@@ -90,22 +90,36 @@ void Coordinator::OnSignals()
             Interrupt(number);
         } else {
             Kill("the job was stopped twice");
-            if (target_ != nullptr && settling_ == Settling::Undoing)
+            if (stop_by_ != 0 && !ledger_.failing())
+                Fail("stopped twice; what came behind the last checkpoint is undone");
+            if (target_ != nullptr && (settling_ == Settling::Undoing || Committing()))
                 target_->Kill("the job was stopped twice");
         }
     }
 }
 
+std::string Coordinator::NameOfSignal(int number)
+{
+    return number == SIGINT ? "Ctrl-C" : "SIGTERM";
+}
+
 void Coordinator::Interrupt(int number)
 {
-    const std::string by = number == SIGINT ? "Ctrl-C" : "SIGTERM";
-    if (settling_ == Settling::Committing || settling_ == Settling::Settled) {
+    const std::string by = NameOfSignal(number);
+    if (settling_ == Settling::Settled || (IsLast() && Committing())) {
         PublicLine(Information, by + " came when the rows were in; the job ends by itself");
         return;
     }
     if (ledger_.failing())
         return;  // it is stopping already
     ledger_.SetInterrupted(number);
+    if (CanStop()) {
+        stop_by_ = number;
+        PublicLine(Information, by + ": the job stops at its next checkpoint");
+        console_.Message(LineKind::Warning,
+                         by + ": stopping at a checkpoint; once more ends the job at once");
+        return;
+    }
     PublicLine(Warning, "stopped by " + by + "; once more ends it at once");
     Fail("stopped by " + by + "; " +
          (target_ != nullptr ? "the target is as it was before"
@@ -139,25 +153,23 @@ void Coordinator::FromTarget(InMessage &message)
     switch (message.kind()) {
     case MessageKind::Opened:
         target_open_ = true;
+        checkpoint_.at_least_once = message.Text();
+        TellPromise();
         break;
-    case MessageKind::Drained:
-        OnDrained(message.U64());
-        break;
-    case MessageKind::Committed: {
-        const uint64_t rows = message.U64(), refused = message.U64();
-        (void)message.U64();
-        ledger_.SetCommitted(rows, refused, message.Text());
-        if (const std::string warning = message.Text(); !warning.empty())
-            PublicLine(Warning, "target: " + warning);
-        settling_ = Settling::Settled;
-        reading().phases.GoOnToTerminate();
+    case MessageKind::Drained: {
+        const uint64_t rows = message.U64();
+        OnDrained(rows, message.U64());
         break;
     }
+    case MessageKind::Committed:
+        OnCommitted(message);
+        break;
     case MessageKind::TargetFailed: {
         const std::string words = message.Text();
         PublicLine(Error, "target: " + words);
         Fail(words);
         settling_ = Settling::Undone;  // it undoes before it says so
+        round_.step = Round::Step::None;
         break;
     }
     case MessageKind::Aborted:
@@ -168,53 +180,14 @@ void Coordinator::FromTarget(InMessage &message)
     }
 }
 
-// What keeps rows that have all arrived from counting as done; empty: nothing.
-std::string Coordinator::WhyNotGood() const
+// Once, before the first row.
+void Coordinator::TellPromise()
 {
-    if (std::string imbalance = ledger_.Imbalance(); !imbalance.empty())
-        return imbalance;
-    if (std::string lost = LostOutput(); !lost.empty())
-        return lost;
-    if (rejects_.left_out() == ledger_.refused())
-        return {};
-    return "the operator left out " + std::to_string(rejects_.left_out()) +
-           " bad records, but counts " + std::to_string(ledger_.refused()) + " as refused";
-}
-
-// The last look before the rows are there for good.
-void Coordinator::OnDrained(uint64_t rows)
-{
-    if (settling_ != Settling::Draining)
+    if (!keeps_ || checkpoint_.at_least_once.empty())
         return;
-    if (rows != ledger_.rows_handed_over()) {
-        Fail("the target has " + std::to_string(rows) + " rows, the operator handed over " +
-             std::to_string(ledger_.rows_handed_over()) + "; nothing was committed");
-    } else if (const std::string why = WhyNotGood(); !why.empty()) {
-        Fail(why + "; nothing was committed");
-    } else if (ledger_.exit_code() >= Ledger::kFatal) {
-        Fail("an instance ended with exit code 12", Ledger::Weight::Consequence);
-    } else {
-        settling_ = Settling::Committing;
-        TellTarget(MessageKind::Commit);
-    }
-}
-
-// All consumers have flushed and closed their files.
-void Coordinator::OnWritten()
-{
-    if (ledger_.rows_written() != ledger_.rows_handed_over()) {
-        Fail("the consumers wrote " + std::to_string(ledger_.rows_written()) +
-             " rows, but were handed " + std::to_string(ledger_.rows_handed_over()));
-    } else if (const std::string why = WhyNotGood(); !why.empty()) {
-        Fail(why);
-    } else if (ledger_.exit_code() >= Ledger::kFatal) {
-        Fail("an instance ended with exit code 12", Ledger::Weight::Consequence);
-    } else {
-        ledger_.SetWritten();
-        settling_ = Settling::Settled;
-        for (auto &step : steps_)
-            step->phases.GoOnToTerminate();
-    }
+    const std::string words = "rows may come twice after a failure: " + checkpoint_.at_least_once;
+    PublicLine(Information, words);
+    console_.Message(LineKind::Warning, words);
 }
 
 void Coordinator::TargetGone()
@@ -226,11 +199,13 @@ void Coordinator::TargetGone()
         const std::string end = target_->end().empty() ? "ended early" : target_->end();
         PublicLine(Error, "the target process " + end);
         Fail("the target process " + end +
-             (settling_ == Settling::Committing
-                  ? " while it committed; look at the target before the job is run again"
-                  : ""));
+             (!Committing() ? ""
+              : IsStored()
+                  ? " while it committed"
+                  : " while it committed; look at the target before the job is run again"));
     }
-    commit_in_doubt_ = settling_ == Settling::Committing;
+    commit_in_doubt_ = Committing();
+    checkpoint_.resumable = checkpoint_.resumable || (Committing() && IsStored());
     GiveUpRows();
     settling_ = Settling::Undone;
 }
@@ -289,6 +264,25 @@ void Coordinator::FromInstance(StepRun &step, int instance, InMessage &message)
     case MessageKind::BadRecord:
         OnBadRecord(step, instance, message);
         break;
+    case MessageKind::SourcePosition:
+        if (step.phases.method() == Method::Checkpoint)
+            round_.reading[static_cast<size_t>(instance - 1)] = message.Text();
+        break;
+    case MessageKind::WriteRecord: {
+        const PxStatus status = TakeRecord(step, instance, message);
+        step.Of(instance).channel().Send(
+            OutMessage(MessageKind::Reply).Put(status).Put(uint64_t{0}));
+        break;
+    }
+    case MessageKind::ReadRecord:
+        GiveRecord(step, instance);
+        break;
+    case MessageKind::NoCheckpoints:
+        not_by_operator_ = true;
+        break;
+    case MessageKind::ErrorFile:
+        rejects_.AddErrorFile(instance, message.Text());
+        break;
     case MessageKind::Trouble:
         Fail(who + ": " + message.Text());
         break;
@@ -304,16 +298,15 @@ void Coordinator::OnAnswer(StepRun &step, int instance, int32_t status)
     step.phases.Answered(instance, status);
     if (status == PXSTC_NextPhase || status == PXSTC_EndMethod || status == kStopped)
         return;
+    if (!step.phases.failed())
+        return;  // it waits for a checkpoint
     NoteFailed(step, instance);
     const std::string who = step.Who(instance);
     if (!place.empty())
         ledger_.SetPlace(who + " was at " + place);
-    if (status == PXSTC_Checkpoint)  // the round of all instances comes with checkpoints
-        Fail(who + " asked for a checkpoint, which this version can't take");
-    else
-        Fail(who + " failed in " + method + " with status " + std::to_string(status) + " (" +
-                 PxStatusName(status) + ")",
-             Ledger::Weight::Consequence);
+    Fail(who + " failed in " + method + " with status " + std::to_string(status) + " (" +
+             PxStatusName(status) + ")",
+         Ledger::Weight::Consequence);
 }
 
 void Coordinator::NoteFailed(const StepRun &step, int instance)

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <numeric>
 
 #include "operator/message_table.h"
 
@@ -18,30 +19,41 @@ constexpr size_t kErrorsShown = 5;
 void Ledger::AddFile(Side side, int instance, const PxFileCounts &counts, const std::string &name,
                      double seconds)
 {
-    FileReport file;
+    const Files &before = side == Side::Writing ? before_.outputs : before_.files;
+    const auto found = before.find(counts.index);
+    FileReport file = found != before.end() ? found->second : FileReport();
     file.name = name;
     file.instance = instance;
-    file.records = counts.records;
-    file.loaded = counts.rows;
-    file.refused = counts.refused;
-    file.skipped = counts.skipped;
+    file.records += counts.records;
+    file.loaded += counts.rows;
+    file.refused += counts.refused;
+    file.skipped += counts.skipped;
     file.bytes = counts.bytes;
-    file.seconds = seconds;
-    file.finished = counts.ended != 0;
-    file.without_excess = counts.without_excess;
-    file.padded = counts.padded;
-    file.cut = counts.cut;
-    (side == Side::Writing ? outputs_ : files_).push_back(std::move(file));
-    InstanceReport &of = Of(side, instance);
-    of.rows += counts.rows;
-    of.files += counts.ended != 0 ? 1 : 0;
+    file.seconds += seconds;
+    file.finished = counts.ended == 1;
+    file.without_excess += counts.without_excess;
+    file.padded += counts.padded;
+    file.cut += counts.cut;
+    (side == Side::Writing ? outputs_ : files_)[counts.index] = std::move(file);
+}
+
+uint64_t Ledger::RowsOf(Side side, int instance) const
+{
+    uint64_t rows = 0;
+    const Files &before = side == Side::Writing ? before_.outputs : before_.files;
+    for (const auto &[index, file] : Done(side)) {
+        if (file.instance != instance || !file.finished)
+            continue;
+        const auto earlier = before.find(index);
+        rows += file.loaded - (earlier != before.end() ? earlier->second.loaded : 0);
+    }
+    return rows;
 }
 
 void Ledger::SetSourceRows(int part, uint64_t rows)
 {
-    InstanceReport &of = Of(Side::Reading, part);
-    source_rows_ += rows - of.rows;
-    of.rows = rows;
+    const auto at = static_cast<size_t>(part - 1);
+    source_rows_[at] = before_.source_rows[at] + rows;
 }
 
 void Ledger::RaiseExitCode(Side side, int instance, int code)
@@ -81,32 +93,32 @@ void Ledger::SetProcess(Side side, int instance, uint64_t peak_memory, double cp
     of.cpu_seconds = cpu_seconds;
 }
 
-void Ledger::SetCommitted(uint64_t rows, uint64_t refused, const std::string &note)
+void Ledger::SetCommitted(const std::string &note)
 {
     committed_ = true;
-    committed_rows_ = rows;
-    target_refused_ = refused;
     note_ = note;
 }
 
-void Ledger::SetWritten()
+void Ledger::SetWritten() { committed_ = true; }
+
+void Ledger::SetTargetRows(uint64_t rows, uint64_t refused)
 {
-    committed_ = true;
-    committed_rows_ = rows_written();
+    target_rows_ = rows;
+    target_refused_ = refused;
 }
 
 uint64_t Ledger::rows_written() const
 {
     uint64_t rows = 0;
-    for (const FileReport &file : outputs_)
+    for (const auto &[index, file] : outputs_)
         rows += file.records;
     return rows;
 }
 
 uint64_t Ledger::rows_handed_over() const
 {
-    uint64_t rows = source_rows_;
-    for (const FileReport &file : files_)
+    uint64_t rows = std::accumulate(source_rows_.begin(), source_rows_.end(), uint64_t{0});
+    for (const auto &[index, file] : files_)
         rows += file.loaded;
     return rows;
 }
@@ -114,7 +126,7 @@ uint64_t Ledger::rows_handed_over() const
 uint64_t Ledger::refused() const
 {
     uint64_t refused = 0;
-    for (const FileReport &file : files_)
+    for (const auto &[index, file] : files_)
         refused += file.refused;
     return refused;
 }
@@ -122,7 +134,7 @@ uint64_t Ledger::refused() const
 std::string Ledger::Imbalance() const
 {
     uint64_t records = 0, rows = 0, refused = 0, skipped = 0;
-    for (const FileReport &file : files_) {
+    for (const auto &[index, file] : files_) {
         records += file.records;
         rows += file.loaded;
         refused += file.refused;
@@ -159,32 +171,46 @@ std::string Ledger::FailureText() const
     return text;
 }
 
-void Ledger::Write(JobReport &report) const
+// Of a job that did not come to its end, what the last checkpoint kept is loaded; the rest is undone.
+void Ledger::WriteFiles(JobReport &report) const
 {
-    report.files = files_;
-    report.outputs = outputs_;
-    std::ranges::sort(report.outputs, {}, &FileReport::instance);
-    report.instances = instances_;
-    for (size_t i = 0; i < instances_.size(); ++i) {
-        const bool writes = i >= senders_;
-        report.instances[i].step = writes                  ? "consumer"
-                                   : report.source.empty() ? "producer"
-                                                           : "source";
-        report.instances[i].instance = static_cast<int>(writes ? i - senders_ : i) + 1;
-    }
-    report.read = source_rows_;
-    for (FileReport &file : report.files) {
+    report.read = std::accumulate(source_rows_.begin(), source_rows_.end(), uint64_t{0});
+    for (const auto &[index, done] : files_) {
+        FileReport &file = report.files.emplace_back(done);
+        const auto kept = kept_.find(index);
         if (!committed_)
-            file.loaded = 0;  // undone with the rest
+            file.loaded = kept != kept_.end() ? kept->second.loaded : 0;
         report.read += file.records;
         report.refused += file.refused;
         report.skipped += file.skipped;
         report.bytes += file.bytes;
+        InstanceReport &of = report.instances[static_cast<size_t>(file.instance - 1)];
+        of.rows += done.loaded;
+        of.files += file.finished ? 1 : 0;
     }
-    for (const FileReport &file : outputs_)
+    for (const auto &[index, file] : outputs_) {
+        report.outputs.push_back(file);
         report.written_bytes += file.bytes;
-    report.loaded = committed_ ? committed_rows_ : 0;
-    report.refused += target_refused_;
+        InstanceReport &of = report.instances[senders_ + static_cast<size_t>(file.instance - 1)];
+        of.rows += file.loaded;
+        of.files += file.finished ? 1 : 0;
+    }
+}
+
+void Ledger::Write(JobReport &report) const
+{
+    report.instances = instances_;
+    for (size_t i = 0; i < instances_.size(); ++i) {
+        InstanceReport &of = report.instances[i];
+        const bool writes = i >= senders_;
+        of.step = writes ? "consumer" : report.source.empty() ? "producer" : "source";
+        of.instance = static_cast<int>(writes ? i - senders_ : i) + 1;
+        of.rows = writes ? 0 : source_rows_[i];
+    }
+    WriteFiles(report);
+    const bool files = report.target.empty();
+    report.loaded = !committed_ ? kept_rows_ : files ? rows_written() : target_rows();
+    report.refused += target_refused();
     report.target_note = note_;
     report.conserved = committed_ && report.read == report.loaded + report.refused + report.skipped;
     WriteStatus(report);
@@ -206,9 +232,9 @@ void Ledger::WriteStatus(JobReport &report) const
     if (committed_ && !report.conserved)
         report.failure += (report.failure.empty() ? "" : "\n") +
                           fmt::format("{} rows were handed over, but {} were {}",
-                                      rows_handed_over(), committed_rows_, done);
+                                      rows_handed_over(), report.loaded, done);
     else if (committed_ && failing())
-        report.failure += fmt::format("\nthe {} rows were {} before that", committed_rows_,
+        report.failure += fmt::format("\nthe {} rows were {} before that", report.loaded,
                                       report.target.empty() ? "written" : "committed");
     if (interrupted_by_ != 0 && !committed_) {
         report.status = "interrupted";

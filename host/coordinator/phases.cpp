@@ -13,8 +13,12 @@ const char *MethodName(Method method)
     switch (method) {
     case Method::Initiate:
         return "initiate";
+    case Method::Restart:
+        return "restart";
     case Method::Execute:
         return "execute";
+    case Method::Checkpoint:
+        return "checkpoint";
     case Method::Terminate:
         return "terminate";
     default:
@@ -22,7 +26,10 @@ const char *MethodName(Method method)
     }
 }
 
-Phases::Phases(int instances) : where_(static_cast<size_t>(instances), Where::Ready) {}
+Phases::Phases(int instances, bool restarts)
+    : where_(static_cast<size_t>(instances), Where::Ready), restarts_(restarts)
+{
+}
 
 bool Phases::Any(Where where) const
 {
@@ -35,7 +42,8 @@ void Phases::Enter(Method method)
 {
     method_ = method;
     phase_ = 1;
-    rows_end_ = false;
+    gate_ = Gate::Open;
+    holding_ = wants_checkpoint_ = checkpointing_ = false;
     for (Where &where : where_) {
         if (where != Where::Dead)
             where = Where::Ready;
@@ -48,24 +56,44 @@ void Phases::LeaveMethod()
         method_ = Method::None;
     else if (failed_)
         Enter(Method::Terminate);
-    else if (method_ == Method::Initiate)
-        Enter(Method::Execute);
+    else if (method_ == Method::Initiate && restarts_)
+        Enter(Method::Restart);
     else
-        rows_end_ = true;
+        gate_ = method_ == Method::Execute ? Gate::RowsEnd : Gate::RowsBegin;
+}
+
+void Phases::BeginRows()
+{
+    if (gate_ == Gate::RowsBegin)
+        Enter(Method::Execute);
 }
 
 void Phases::GoOnToTerminate()
 {
-    if (rows_end_)
+    if (gate_ == Gate::RowsEnd)
         Enter(Method::Terminate);
+}
+
+MethodCall Phases::CallReady(Method method, uint32_t phase)
+{
+    MethodCall call = {method, phase, {}};
+    for (size_t i = 0; i < where_.size(); ++i) {
+        if (where_[i] != Where::Ready)
+            continue;
+        where_[i] = Where::Calling;
+        call.instances.push_back(static_cast<int>(i) + 1);
+    }
+    return call;
 }
 
 MethodCall Phases::Next()
 {
-    if (method_ == Method::None || rows_end_ || under_way())
+    if (method_ == Method::None || under_way())
         return {};
     if (failed_ && method_ != Method::Terminate)
-        LeaveMethod();
+        Enter(Method::Terminate);
+    if (gate_ != Gate::Open || holding_ || checkpointing_ || wants_checkpoint_)
+        return {};
     if (!Any(Where::Ready)) {
         if (Any(Where::Barrier)) {
             ++phase_;
@@ -74,30 +102,58 @@ MethodCall Phases::Next()
             LeaveMethod();
         }
     }
-    if (method_ == Method::None || rows_end_)
+    if (method_ == Method::None || gate_ != Gate::Open)
         return {};
-    MethodCall call = {method_, phase_, {}};
-    for (size_t i = 0; i < where_.size(); ++i) {
-        if (where_[i] != Where::Ready)
-            continue;
-        where_[i] = Where::Calling;
-        call.instances.push_back(static_cast<int>(i) + 1);
-    }
+    MethodCall call = CallReady(method_, phase_);
     if (call.instances.empty() && method_ == Method::Terminate)
         method_ = Method::None;  // nobody is left to terminate
     return call;
 }
 
+MethodCall Phases::Checkpoint()
+{
+    if (under_way() || checkpointing_ || failed_)
+        return {};
+    checkpointing_ = true;
+    wants_checkpoint_ = holding_ = false;
+    before_checkpoint_ = where_;
+    for (Where &where : where_) {
+        if (where != Where::Dead)
+            where = Where::Ready;
+    }
+    return CallReady(Method::Checkpoint, 1);
+}
+
+void Phases::Release()
+{
+    if (!checkpointed() || failed_)
+        return;
+    checkpointing_ = false;
+    where_ = before_checkpoint_;
+    std::replace(where_.begin(), where_.end(), Where::Held, Where::Ready);
+}
+
+Phases::Where Phases::After(int32_t status)
+{
+    const bool rows = method_ == Method::Execute && !checkpointing_ && !failed_;
+    if (status == PXSTC_EndMethod)
+        return Where::Ended;
+    if (status == PXSTC_NextPhase && !checkpointing_)
+        return Where::Barrier;
+    if (rows && status == kStopped && holding_)
+        return Where::Held;
+    if (rows && (status == kRowsDue || status == PXSTC_Checkpoint)) {
+        wants_checkpoint_ = true;
+        return Where::Held;
+    }
+    failed_ = true;
+    return Where::Ended;
+}
+
 void Phases::Answered(int instance, int32_t status)
 {
-    if (Of(instance) != Where::Calling)
-        return;
-    if (status == PXSTC_NextPhase) {
-        Of(instance) = Where::Barrier;
-    } else {
-        Of(instance) = Where::Ended;
-        failed_ = failed_ || status != PXSTC_EndMethod;
-    }
+    if (Of(instance) == Where::Calling)
+        Of(instance) = After(status);
 }
 
 void Phases::Died(int instance)
@@ -110,7 +166,7 @@ void Phases::Died(int instance)
 void Phases::Fail()
 {
     failed_ = true;
-    if (rows_end_)
+    if (gate_ == Gate::RowsEnd && !under_way())
         Enter(Method::Terminate);
 }
 

@@ -15,9 +15,9 @@
 namespace fenwire {
 
 struct StepRun {
-    StepRun(Side which, std::string each, int instances, Board &board)
-        : side(which), word(std::move(each)), count(instances), phases(instances), objects(board),
-          last_bad(static_cast<size_t>(instances))
+    StepRun(Side which, std::string each, int instances, Board &board, bool restarts)
+        : side(which), word(std::move(each)), count(instances), phases(instances, restarts),
+          objects(board), last_bad(static_cast<size_t>(instances))
     {
     }
 

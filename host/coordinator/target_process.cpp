@@ -17,18 +17,19 @@ constexpr int kLookAgainMs = 500;
 class TargetProcess {
 public:
     TargetProcess(const TargetSetup &setup, Channel &channel)
-        : board_(setup.board), bell_(setup.board.BellOf(1)), channel_(channel),
+        : setup_(setup), board_(setup.board), bell_(setup.board.BellOf(1)), channel_(channel),
           readers_(setup.rings.begin(), setup.rings.end()),
           columns_(static_cast<uint32_t>(setup.job.columns.size())), target_(MakeTarget(setup.job)),
-          only_counts_(TargetOnlyCounts(setup.job))
+          only_counts_(TargetOnlyCounts(setup.job)), counted_(setup.rings.size())
     {
     }
 
     void Serve()
     {
-        target_->Open(Target::Start::Anew);
+        target_->Open(setup_.again ? Target::Start::Again : Target::Start::Anew);
         open_ = true;
-        channel_.Send(OutMessage(MessageKind::Opened));
+        channel_.Send(
+            OutMessage(MessageKind::Opened).Put(std::string_view(target_->WhyNotExactlyOnce())));
         while (Step()) {
         }
     }
@@ -67,7 +68,7 @@ private:
             Undo();
             return false;
         case Channel::Result::Got:
-            return Obey(message.kind());
+            return Obey(message);
         default:
             break;
         }
@@ -76,31 +77,57 @@ private:
         return true;
     }
 
-    bool Obey(MessageKind kind)
+    bool Obey(InMessage &message)
     {
-        if (kind == MessageKind::Drain) {
-            while (TakeRows()) {
-            }
-            return channel_.Send(OutMessage(MessageKind::Drained).Put(RowsThere()));
-        }
-        if (kind == MessageKind::Commit) {
-            const TargetReport report = target_->Commit(nullptr);
-            open_ = false;
-            channel_.Send(OutMessage(MessageKind::Committed)
-                              .Put(report.rows)
-                              .Put(report.refused)
-                              .Put(report.bytes)
-                              .Put(std::string_view(report.note))
-                              .Put(std::string_view(report.warning)));
+        switch (message.kind()) {
+        case MessageKind::Drain:
+            return Drain();
+        case MessageKind::Commit:
+            Commit(message);
             return true;
-        }
-        if (kind != MessageKind::Abort)
+        case MessageKind::Abort:
+            // Rows that still come are taken and dropped, so that no instance waits for room in vain.
+            Undo();
+            return channel_.Send(OutMessage(MessageKind::Aborted));
+        default:
             throw ProtocolError("an unexpected message");
-        // Rows that still come are taken and dropped, so that no instance waits for room in vain.
-        Undo();
-        return channel_.Send(OutMessage(MessageKind::Aborted));
+        }
     }
 
+    bool Drain()
+    {
+        while (TakeRows()) {
+        }
+        const uint64_t rows = RowsThere(), refused = open_ ? target_->Settle() : 0;
+        return channel_.Send(OutMessage(MessageKind::Drained).Put(rows).Put(refused));
+    }
+
+    // What a generation is stored under is the job's; what it holds comes along.
+    void Commit(InMessage &message)
+    {
+        const bool goes_on = message.U32() != 0;
+        StoredGeneration generation;
+        generation.number = message.U64();
+        const uint64_t bytes = message.U64();
+        if (bytes != 0) {
+            generation.run = message.Text();
+            generation.job = setup_.job.name;
+            generation.job_file = setup_.job.file.string();
+            generation.bytes = ContentOf(message.TakeFd(), bytes);
+        }
+        const TargetReport report = target_->Commit(bytes != 0 ? &generation : nullptr);
+        open_ = goes_on;
+        channel_.Send(OutMessage(MessageKind::Committed)
+                          .Put(report.rows)
+                          .Put(report.refused)
+                          .Put(report.bytes)
+                          .Put(std::string_view(report.note))
+                          .Put(std::string_view(report.warning)));
+        if (goes_on)
+            target_->GoOn();
+    }
+
+    // Rows in all rings so far, and those that were only counted.
     uint64_t RowsThere()
     {
         uint64_t rows = 0;
@@ -109,13 +136,20 @@ private:
             if (!only_counts_ || !open_)
                 continue;
             const InstanceBoard &instance = board_.Sender(static_cast<int>(i) + 1);
-            const uint64_t counted = instance.rows.load(std::memory_order_acquire);
-            target_->Count(counted, instance.counted_bytes.load(std::memory_order_acquire));
-            rows += counted;
+            Counted now;
+            now.rows = instance.rows.load(std::memory_order_acquire);
+            now.bytes = instance.counted_bytes.load(std::memory_order_acquire);
+            target_->Count(now.rows - counted_[i].rows, now.bytes - counted_[i].bytes);
+            counted_[i] = now;
+            rows += now.rows;
         }
         return rows;
     }
 
+    struct Counted {
+        uint64_t rows = 0, bytes = 0;
+    };
+    const TargetSetup &setup_;
     Board &board_;
     Doorbell &bell_;
     Channel &channel_;
@@ -123,6 +157,7 @@ private:
     const uint32_t columns_;
     std::unique_ptr<Target> target_;
     const bool only_counts_;
+    std::vector<Counted> counted_;  // of each ring's sender: what the target was told
     bool open_ = false;
 };
 

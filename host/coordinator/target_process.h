@@ -18,6 +18,7 @@ struct TargetSetup {
     const Job &job;
     Board &board;
     std::vector<RowRing> &rings;  // of instance 1, 2 ...
+    bool again;                   // the job goes on from a generation
 };
 
 // Never throws; the exit status of the process.

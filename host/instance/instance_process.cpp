@@ -39,20 +39,31 @@ const PxMethods &LoadOperator(const std::filesystem::path &path)
     return *methods;
 }
 
+}  // namespace
+
+// Each instance counts its share.
+uint64_t RowsBetweenCheckpoints(const Job &job)
+{
+    const auto readers = static_cast<uint64_t>(job.readers());
+    return job.checkpoint.rows == 0 ? UINT64_MAX : (job.checkpoint.rows + readers - 1) / readers;
+}
+
+namespace {
+
 class Instance {
 public:
     Instance(const InstanceSetup &setup, Channel channel)
         : board_(setup.board),
           mine_(setup.role == Role::Consumer ? setup.board.Receiver(setup.instance)
                                              : setup.board.Sender(setup.instance)),
-          link_(std::move(channel), setup.board)
+          link_(std::move(channel), setup.board), rows_between_(RowsBetweenCheckpoints(setup.job))
     {
         if (setup.role == Role::Consumer)
             in_ = std::make_unique<RowInlet>(setup.job, board_, setup.rings, setup.instance);
         else
             out_ = std::make_unique<RingOutlet>(setup.job, board_, setup.rings, setup.instance);
         services_ = std::make_unique<OperatorServices>(setup.job, setup.instance, link_, out_.get(),
-                                                       in_.get(), setup.rejects);
+                                                       in_.get(), setup.checkpoints, setup.rejects);
     }
 
     void Serve(const std::filesystem::path &library)
@@ -85,11 +96,12 @@ private:
     {
         switch (method) {
         case Method::Initiate:
-            return Repeat(methods.initiate, phase, PXSTC_SamePhase);
+            return Repeat(methods.initiate, phase, PXSTC_SamePhase, UINT64_MAX);
         case Method::Execute: {
             mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
-            const int32_t status = in_ != nullptr ? RepeatWithRows(methods.execute, phase)
-                                                  : Repeat(methods.execute, phase, PXSTC_Success);
+            const int32_t status =
+                in_ != nullptr ? RepeatWithRows(methods.execute, phase)
+                               : Repeat(methods.execute, phase, PXSTC_Success, rows_between_);
             mine_.state.store(status == PXSTC_NextPhase ? InstanceState::Waiting
                                                         : InstanceState::Finished,
                               std::memory_order_relaxed);
@@ -97,24 +109,43 @@ private:
         }
         case Method::Terminate:
             return methods.terminate(services_->handle(), phase);
+        case Method::Checkpoint:
+            return Optional(methods.checkpoint, "checkpoint", phase);
+        case Method::Restart:
+            return Optional(methods.restart, "restart", phase);
         default:
             throw ProtocolError("a call of an unknown method");
         }
     }
 
-    // Calls until the answer is worth a word. again: counts as "call again" besides 43.
-    int32_t Repeat(Routine routine, uint32_t phase, PxStatus again)
+    int32_t Optional(Routine routine, const char *method, uint32_t phase)
+    {
+        if (routine == nullptr)
+            throw std::runtime_error(std::string("the operator library has no method ") + method);
+        return routine(services_->handle(), phase);
+    }
+
+    // Calls until the answer is worth a word, or so many rows are out. again: counts as "call again"
+    // besides 43.
+    int32_t Repeat(Routine routine, uint32_t phase, PxStatus again, uint64_t left)
     {
         PxOperator *const handle = services_->handle();
         for (;;) {
             const PxStatus status = routine(handle, phase);
             if (status != PXSTC_SamePhase && status != again && status != PXSTC_WaitTimeout)
                 return status;
-            if (board_.stop.load(std::memory_order_relaxed) != 0) [[unlikely]]
+            if (StopsAt(kStopAll | kStopSenders)) [[unlikely]]
                 return kStopped;
             if (status == PXSTC_WaitTimeout) [[unlikely]]
                 Wait();
+            else if (--left == 0) [[unlikely]]
+                return kRowsDue;
         }
+    }
+
+    bool StopsAt(uint32_t bits) const
+    {
+        return (board_.stop.load(std::memory_order_relaxed) & bits) != 0;
     }
 
     // A consumer's execute.
@@ -125,14 +156,14 @@ private:
             while (!in_->Ready())
                 [[unlikely]]
                 {
-                    if (board_.stop.load(std::memory_order_relaxed) != 0)
+                    if (StopsAt(kStopAll | kStopReceivers))
                         return kStopped;
                     in_->Wait(kWaitMs);
                 }
             const PxStatus status = routine(handle, phase);
             if (status != PXSTC_SamePhase && status != PXSTC_Success) [[unlikely]]
                 return status;
-            if (board_.stop.load(std::memory_order_relaxed) != 0) [[unlikely]]
+            if (StopsAt(kStopAll)) [[unlikely]]
                 return kStopped;
         }
     }
@@ -149,13 +180,14 @@ private:
     {
         Publish();
         const InstanceState before = mine_.state.exchange(InstanceState::Waiting);
-        FutexWait(board_.stop, 0, kWaitMs);
+        FutexWait(board_.stop, board_.stop.load(std::memory_order_relaxed), kWaitMs);
         mine_.state.store(before, std::memory_order_relaxed);
     }
 
     Board &board_;
     InstanceBoard &mine_;
     Link link_;
+    const uint64_t rows_between_;
     std::unique_ptr<RingOutlet> out_;  // a producer's
     std::unique_ptr<RowInlet> in_;     // a consumer's
     std::unique_ptr<OperatorServices> services_;

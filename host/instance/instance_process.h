@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "host/job/job.h"
+#include "host/services/attribute_store.h"
 #include "host/streams/row_ring.h"
 #include "host/system/messages.h"
 
@@ -19,6 +20,9 @@ namespace fenwire {
 // The library: FENWIRE_OPERATOR, else beside the program, else in ../lib. Throws std::runtime_error.
 std::filesystem::path FindOperatorLibrary();
 
+// How many rows a process that reads may hand over before it answers kRowsDue.
+uint64_t RowsBetweenCheckpoints(const Job &job);
+
 struct InstanceSetup {
     const Job &job;
     Role role;
@@ -26,7 +30,8 @@ struct InstanceSetup {
     std::filesystem::path library;
     Board &board;
     std::vector<RowRing> &rings;  // of the whole job
-    int rejects = -1;             // the list of bad records, open for appending
+    Checkpointing checkpoints = {};
+    int rejects = -1;  // the list of bad records, open for appending
 };
 
 // Never throws; the exit status of the process.

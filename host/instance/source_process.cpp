@@ -2,9 +2,11 @@
 
 #include "host/instance/source_process.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "host/coordinator/phases.h"
+#include "host/instance/instance_process.h"
 #include "host/sources/source.h"
 #include "host/streams/ring_outlet.h"
 #include "infrastructure/infrastructure.h"
@@ -25,36 +27,64 @@ public:
     {
         InMessage message;
         while (channel_.Receive(message) && message.kind() == MessageKind::Call) {
-            const int32_t status = Run(static_cast<Method>(message.U32()));
+            const int32_t status = Run(message);
             channel_.Send(OutMessage(MessageKind::Answer).Put(status));
         }
     }
 
 private:
-    int32_t Run(Method method)
+    int32_t Run(InMessage &call)
     {
-        if (method == Method::Initiate)
+        const auto method = static_cast<Method>(call.U32());
+        (void)call.U32(), (void)call.U32();  // phase, whether execute passed
+        switch (method) {
+        case Method::Initiate:
             source_->Open(setup_.part, setup_.job.source_instances);
-        if (method == Method::Execute)
+            return PXSTC_EndMethod;
+        case Method::Restart:
+            source_->GoTo(call.Text());
+            return PXSTC_EndMethod;
+        case Method::Execute:
             return HandOverRows();
-        return PXSTC_EndMethod;
+        case Method::Checkpoint:
+            return TellPosition();
+        default:
+            return PXSTC_EndMethod;
+        }
     }
 
-    // A part that is stopped tells its rows as well.
     int32_t HandOverRows()
     {
         mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
+        const uint64_t behind = RowsBetweenCheckpoints(setup_.job);
+        const uint64_t due = outlet_.rows() + std::min(behind, UINT64_MAX - outlet_.rows());
         int32_t status = PXSTC_EndMethod;
         while (status == PXSTC_EndMethod && source_->Read(outlet_)) {
-            if (setup_.board.stop.load(std::memory_order_relaxed) != 0)
+            if (setup_.board.stop.load(std::memory_order_relaxed) & (kStopAll | kStopSenders))
                 status = kStopped;
+            else if (outlet_.rows() >= due)
+                status = kRowsDue;
         }
         outlet_.Publish();
-        mine_.state.store(InstanceState::Finished, std::memory_order_relaxed);
+        mine_.state.store(status == PXSTC_EndMethod ? InstanceState::Finished
+                                                    : InstanceState::Waiting,
+                          std::memory_order_relaxed);
+        TellRows();
+        return status;
+    }
+
+    void TellRows()
+    {
         channel_.Send(OutMessage(MessageKind::SourceRows)
                           .Put(outlet_.rows())
                           .Put(std::string_view(source_->Warning())));
-        return status;
+    }
+
+    int32_t TellPosition()
+    {
+        if (const std::optional<std::string> position = source_->Position())
+            channel_.Send(OutMessage(MessageKind::SourcePosition).Put(std::string_view(*position)));
+        return PXSTC_EndMethod;
     }
 
     const SourceSetup &setup_;

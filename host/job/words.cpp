@@ -137,4 +137,11 @@ std::string SqlName(std::string_view name)
     return quoted + '"';
 }
 
+std::string ShownPath(const std::filesystem::path &path)
+{
+    std::error_code failure;
+    const std::filesystem::path near = std::filesystem::proximate(path, failure);
+    return failure || near.string().starts_with("..") ? path.string() : near.string();
+}
+
 }  // namespace fenwire

@@ -3,6 +3,7 @@
 #ifndef FENWIRE_HOST_JOB_WORDS_H
 #define FENWIRE_HOST_JOB_WORDS_H
 
+#include <filesystem>
 #include <span>
 #include <string>
 #include <string_view>
@@ -33,6 +34,9 @@ std::string Quoted(std::string_view text);
 
 // A name as SQL takes it whatever it holds: "or""der".
 std::string SqlName(std::string_view name);
+
+// A path as short as it can be told from where the user stands.
+std::string ShownPath(const std::filesystem::path &path);
 
 // Length of the UTF-8 character at the start of text, 0 when there is none.
 size_t Utf8Length(std::string_view text);

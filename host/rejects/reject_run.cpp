@@ -13,14 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 using Outcome = RejectState::Outcome;
 
-// A path as short as it can be told from where the user stands.
-std::string Shown(const fs::path &path)
-{
-    std::error_code failure;
-    const fs::path near = fs::proximate(path, failure);
-    return failure || near.string().starts_with("..") ? path.string() : near.string();
-}
-
 }  // namespace
 
 void RejectRun::Open()
@@ -81,11 +73,11 @@ void RejectRun::Write(JobReport &report) const
     tally_.Write(rejects);
     if (!keeps() || !begun_)
         return;
-    rejects.file = Shown(error_file_);
-    rejects.list = Shown(RejectListOf(error_file_));
+    rejects.file = ShownPath(error_file_);
+    rejects.list = ShownPath(RejectListOf(error_file_));
     if (rejects.left_out + rejects.changed == 0)
         return;
-    const std::string job = Shown(job_.file);
+    const std::string job = ShownPath(job_.file);
     rejects.next.push_back("fenwire rejects show " + job);
     if (rows_ == Rows::Committed && rejects.left_out > 0)
         rejects.next.push_back("fenwire rejects retry " + job);

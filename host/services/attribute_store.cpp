@@ -2,6 +2,8 @@
 
 #include "host/services/attribute_store.h"
 
+#include <algorithm>
+#include <chrono>
 #include <string_view>
 
 #include <unistd.h>
@@ -23,9 +25,19 @@ int32_t RowSizeClass(const Step &step)
     return step.role == Role::Producer || long_prefix ? 1024 : 64;
 }
 
+// 0 lets the operator ignore what can't be positioned.
+int32_t IntervalInSeconds(const Job &job)
+{
+    constexpr int64_t kMost = 1'000'000'000;
+    if (!job.checkpoint.any())
+        return 0;
+    const auto seconds = std::chrono::ceil<std::chrono::seconds>(job.checkpoint.interval).count();
+    return static_cast<int32_t>(std::clamp<int64_t>(seconds, 1, kMost));
+}
+
 }  // namespace
 
-AttributeStore::AttributeStore(const Job &job, Role role, int instance)
+AttributeStore::AttributeStore(const Job &job, Role role, int instance, Checkpointing checkpoints)
 {
     const bool writes = role == Role::Consumer;
     const Step &step = writes ? job.consumer : job.producer;
@@ -43,10 +55,10 @@ AttributeStore::AttributeStore(const Job &job, Role role, int instance)
         {"SYSTEM_OperatorNumber", 1},
         {"SYSTEM_MaxOperators", 1},
         {"SYSTEM_LATENCYON", "N"},
-        {"SYSTEM_RestartMode", 0},
+        {"SYSTEM_RestartMode", checkpoints.restarts ? 1 : 0},
         {"SYSTEM_CharSetId", job.charset},
         {"SYSTEM_JobMaxRowSize_Allow", RowSizeClass(step)},
-        {"SYSTEM_NOCHECKPOINT", 0},
+        {"SYSTEM_CHECKPOINT", IntervalInSeconds(job)},
         {"SYSTEM_LOGDIRECTORY", (job.state / "logs").string()},
         {"SYSTEM_TaskID", "1"},
         {"SYSTEM_JobID", job_id},
@@ -55,6 +67,8 @@ AttributeStore::AttributeStore(const Job &job, Role role, int instance)
     };
     for (const auto &[name, value] : supplied)
         values_[name] = value;
+    if (!checkpoints.kept)
+        values_[kNoCheckpoint] = 0;
 }
 
 PxStatus AttributeStore::Get(const char *name, const void **value, int32_t *length)

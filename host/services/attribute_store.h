@@ -14,11 +14,19 @@
 
 namespace fenwire {
 
+// What an instance is told of checkpoints.
+struct Checkpointing {
+    bool kept = false;      // the job takes them
+    bool restarts = false;  // it goes on from one
+};
+
 class AttributeStore {
 public:
     // Relative paths in the job count from the job file's folder, which is the instance's working
     // folder; so they are handed on as they are.
-    AttributeStore(const Job &job, Role role, int instance);
+    AttributeStore(const Job &job, Role role, int instance, Checkpointing checkpoints);
+
+    static constexpr char kNoCheckpoint[] = "SYSTEM_NOCHECKPOINT";  // takes none while it exists
 
     // As PX_GetAttribute: 0, 5 absent, 13 a list. value points into the store.
     PxStatus Get(const char *name, const void **value, int32_t *length);

@@ -12,11 +12,10 @@ void Link::Tell(const OutMessage &message)
         throw LinkLost();
 }
 
-InMessage Link::Ask(const OutMessage &message)
+InMessage Link::Ask(const OutMessage &message, const UniqueFd *fd)
 {
     InMessage reply;
-    Tell(message);
-    if (!channel_.Receive(reply))
+    if (!channel_.Send(message, fd) || !channel_.Receive(reply))
         throw LinkLost();
     if (reply.kind() != MessageKind::Reply)
         throw ProtocolError("another message than a reply");
@@ -105,6 +104,33 @@ PxStatus Link::AttachBlock(ShmToken_t token, void **address)
     }
     *address = found->second.data();
     return PXSTC_Success;
+}
+
+// Records may be longer than a message: they travel as blocks.
+PxStatus Link::ReadRecord(const void **record, uint32_t *length)
+{
+    if (record == nullptr || length == nullptr)
+        return PXSTC_InvalidArgument;
+    InMessage reply = Ask(OutMessage(MessageKind::ReadRecord));
+    const PxStatus status = reply.I32();
+    const uint64_t bytes = reply.U64();
+    if (status != PXSTC_Success)
+        return status;
+    record_ = Mapping(reply.TakeFd());
+    if (bytes > record_.size() || bytes > UINT32_MAX)
+        throw ProtocolError("a checkpoint record that is shorter than it is said to be");
+    *record = record_.data();
+    *length = static_cast<uint32_t>(bytes);
+    return status;
+}
+
+PxStatus Link::WriteRecord(const void *record, uint32_t length)
+{
+    if (record == nullptr || length == 0)
+        return PXSTC_InvalidArgument;
+    const UniqueFd block =
+        MakeSharedBlock("fenwire-record", {static_cast<const char *>(record), length});
+    return Ask(OutMessage(MessageKind::WriteRecord).Put(uint64_t{length}), &block).I32();
 }
 
 }  // namespace fenwire

@@ -41,7 +41,7 @@ public:
     Link(Channel channel, Board &board) : channel_(std::move(channel)), board_(board) {}
 
     void Tell(const OutMessage &message);
-    InMessage Ask(const OutMessage &message);  // the Reply
+    InMessage Ask(const OutMessage &message, const UniqueFd *fd = nullptr);  // the Reply
     bool Next(InMessage &message) { return channel_.Receive(message); }
 
     PxStatus CreateVariable(const char *name, uint32_t element_bytes, uint32_t elements);
@@ -53,6 +53,10 @@ public:
     PxStatus ReleaseBlock(ShmToken_t token);
     PxStatus AttachBlock(ShmToken_t token, void **address);
 
+    // The record that this instance goes on from, until it is read again. 21: there is none.
+    PxStatus ReadRecord(const void **record, uint32_t *length);
+    PxStatus WriteRecord(const void *record, uint32_t length);
+
 private:
     void DropStaleMaps();
     Channel channel_;
@@ -60,6 +64,7 @@ private:
     uint32_t generation_ = 0;
     std::map<std::string, Mapping, std::less<>> variables_;
     std::map<ShmToken_t, Mapping> blocks_;
+    Mapping record_;
 };
 
 }  // namespace fenwire

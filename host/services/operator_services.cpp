@@ -64,9 +64,9 @@ std::string UserName()
 }  // namespace
 
 OperatorServices::OperatorServices(const Job &job, int instance, Link &link, RingOutlet *out,
-                                   RowInlet *in, int rejects)
+                                   RowInlet *in, Checkpointing checkpoints, int rejects)
     : job_(job), instance_(instance), link_(link),
-      attributes_(job, in != nullptr ? Role::Consumer : Role::Producer, instance),
+      attributes_(job, in != nullptr ? Role::Consumer : Role::Producer, instance, checkpoints),
       user_(UserName()), rejects_(rejects)
 {
     operator_.owner = stream_.owner = this;
@@ -94,6 +94,12 @@ PxStatus OperatorServices::PutStatistic(int32_t statistic, int32_t type, const v
                        .Put(static_cast<uint64_t>(
                            std::chrono::duration_cast<std::chrono::microseconds>(spent).count()))
                        .Raw(&counts, sizeof counts));
+        return PXSTC_Success;
+    }
+    if (statistic == PX_STAT_ErrorFile) {
+        link_.Tell(OutMessage(MessageKind::ErrorFile)
+                       .Put(std::string_view(static_cast<const char *>(value),
+                                             static_cast<size_t>(length))));
         return PXSTC_Success;
     }
     if (statistic == PX_STAT_BadRecord)
@@ -158,7 +164,12 @@ void OperatorServices::FillOperator()
         return Guarded([&] { return Of(op).attributes_.Get(name, value, length); });
     };
     o.PX_CreateAttribute = [](PxOperator *op, const char *name, int32_t type, int64_t value) {
-        return Guarded([&] { return Of(op).attributes_.Create(name, type, value); });
+        return Guarded([&] {
+            const PxStatus status = Of(op).attributes_.Create(name, type, value);
+            if (status == PXSTC_Success && strcmp(name, AttributeStore::kNoCheckpoint) == 0)
+                Of(op).link_.Tell(OutMessage(MessageKind::NoCheckpoints));
+            return status;
+        });
     };
     o.PX_SetAttribute = [](PxOperator *op, const char *name, const void *value, int32_t length) {
         return Guarded([&]() -> PxStatus {
@@ -178,12 +189,12 @@ void OperatorServices::FillOperator()
         return PxStatus{PXSTC_NotFound};  // this infrastructure knows no tasks of other kinds
     };
 
-    // ---- Checkpoint store: comes with checkpoints
-    o.PX_ReadCheckpointRecord = [](PxOperator *, const void **, uint32_t *) {
-        return PxStatus{PXSTC_NullPointer};
+    // ---- Checkpoint store
+    o.PX_ReadCheckpointRecord = [](PxOperator *op, const void **record, uint32_t *length) {
+        return Guarded([&] { return Of(op).link_.ReadRecord(record, length); });
     };
-    o.PX_WriteCheckpointRecord = [](PxOperator *, const void *, uint32_t) {
-        return PxStatus{PXSTC_NotSupported};
+    o.PX_WriteCheckpointRecord = [](PxOperator *op, const void *record, uint32_t length) {
+        return Guarded([&] { return Of(op).link_.WriteRecord(record, length); });
     };
 
     // ---- Schema, user, commands, statistics

@@ -28,7 +28,7 @@ public:
     // One of out and in is null: a producer's rows go out, a consumer's come in. rejects: the list of bad
     // records, open for appending; -1: none is kept.
     OperatorServices(const Job &job, int instance, Link &link, RingOutlet *out, RowInlet *in,
-                     int rejects = -1);
+                     Checkpointing checkpoints, int rejects = -1);
     PxOperator *handle() { return &operator_.object; }
     void SetExecutePassed(bool passed)
     {

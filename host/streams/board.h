@@ -28,8 +28,15 @@ struct alignas(64) Doorbell {
     std::atomic<uint32_t> waiting;  // the receiver sleeps on it
 };
 
+// Bits of Board::stop: who is to come back from execute between two calls.
+enum Stop : uint32_t {
+    kStopAll = 1,        // everybody: the job has failed
+    kStopSenders = 2,    // a checkpoint is due
+    kStopReceivers = 4,  // consumers, once no row is at hand any more
+};
+
 struct alignas(64) Board {
-    std::atomic<uint32_t> stop;                  // instances: come back between two calls
+    std::atomic<uint32_t> stop;                  // bits of Stop
     std::atomic<uint32_t> abort;                 // everybody: the job has failed, wait for nobody
     std::atomic<uint32_t> variables_generation;  // a global variable or block went away
     uint32_t senders, receivers;                 // set once, by the coordinator

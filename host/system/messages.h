@@ -24,7 +24,7 @@ class ProtocolError : public std::runtime_error {
 
 enum class MessageKind : uint32_t {
     // coordinator -> instance
-    Call = 1,  // method, phase, whether execute passed
+    Call = 1,  // method, phase, whether execute passed; to a source that restarts: its position
     Reply,     // status, number; perhaps a descriptor
     // instance -> coordinator
     Hello,           // the library is loaded: its version
@@ -42,14 +42,19 @@ enum class MessageKind : uint32_t {
     FileCounts,      // PxFileCounts
     BadRecord,       // PxBadRecord of the last one, how many, kind of fault, excerpt
     SourceRows,      // rows handed over, warning
+    SourcePosition,  // text: where a part of a source stands, at a checkpoint
+    WriteRecord,     // bytes; the block                    -> Reply
+    ReadRecord,      //                                     -> Reply with bytes and the block
+    NoCheckpoints,   // the operator can't take any
+    ErrorFile,       // path of the instance's record error file
     Trouble,         // words: the instance can't start or go on
     // coordinator -> target
-    Drain,   // -> Drained, once every ring is empty
-    Commit,  // -> Committed
-    Abort,   // -> Aborted
+    Drain,  // -> Drained, once every ring is empty
+    Commit,  // whether rows follow, number of the generation, its bytes, run; the block with it. -> Committed
+    Abort,  // -> Aborted
     // target -> coordinator
-    Opened,
-    Drained,    // rows put
+    Opened,     // why rows may come twice after a failure
+    Drained,    // rows put, rows refused so far
     Committed,  // rows, rows refused, bytes, note
     Aborted,
     TargetFailed,  // words

@@ -2,6 +2,9 @@
 
 #include "host/system/shared_memory.h"
 
+#include <cstring>
+#include <stdexcept>
+
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,6 +18,22 @@ UniqueFd MakeSharedBlock(const char *label, size_t bytes)
         ftruncate(block.get(), static_cast<off_t>(bytes)) != 0)
         ThrowErrno("shared memory of " + std::to_string(bytes) + " bytes");
     return block;
+}
+
+UniqueFd MakeSharedBlock(const char *label, std::string_view content)
+{
+    UniqueFd block = MakeSharedBlock(label, content.size());
+    const Mapping map(block);
+    memcpy(map.data(), content.data(), content.size());
+    return block;
+}
+
+std::string ContentOf(const UniqueFd &block, uint64_t bytes)
+{
+    const Mapping map(block);
+    if (bytes > map.size())
+        throw std::runtime_error("a block of shared memory is shorter than it is said to be");
+    return {reinterpret_cast<const char *>(map.data()), bytes};
 }
 
 Mapping::Mapping(const UniqueFd &block, size_t bytes, int copies) : size_(bytes), copies_(copies)

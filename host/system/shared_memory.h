@@ -8,6 +8,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "host/system/unique_fd.h"
 
@@ -15,6 +17,10 @@ namespace fenwire {
 
 // A new zeroed block, mode 0600. Throws std::system_error.
 UniqueFd MakeSharedBlock(const char *label, size_t bytes);
+UniqueFd MakeSharedBlock(const char *label, std::string_view content);
+
+// The first so many bytes of a block that another process made; fewer than that in it: std::runtime_error.
+std::string ContentOf(const UniqueFd &block, uint64_t bytes);
 
 class Mapping {
 public:

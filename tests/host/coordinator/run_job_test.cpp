@@ -37,7 +37,8 @@ TEST(RunJob, RowsOfAllInstancesArriveInTheirOrder)
 {
     constexpr uint64_t kInstances = 3, kRows = 40000;
     JobRun run(kInstances);
-    run.Set("Execute", "rows 40000; counts 1 40000 40000 0 0");
+    run.Set("Execute", "rows 40000; 1:counts 1 40000 40000 0 0; 2:counts 2 40000 40000 0 0;"
+                       "3:counts 3 40000 40000 0 0");
     const JobReport &report = run.Run();
     EXPECT_EQ(report.status, "loaded") << report.failure;
     EXPECT_EQ(report.exit_code, 0);

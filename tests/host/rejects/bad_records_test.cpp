@@ -36,7 +36,7 @@ TEST(BadRecords, EachIsAnObjectInTheListAndCountsInTheSummary)
             "1:bad 2 1 2 0x41ff00 Field length overflow(s) in record 2, field 2, 'b'. Expected;"
             "1:bad 3 1 2 c|d Field length overflow(s) in record 3, field 2, 'b'. Expected 5;"
             "1:bad 4 0 9 e A new fault in 12 or 345 of 'x7';"
-            "2:bad 5 1 0 @2000000 odd; 1:counts 1 4 1 3 0; 2:counts 1 1 0 1 0; 1:rows 1");
+            "2:bad 5 1 0 @2000000 odd; 1:counts 1 4 1 3 0; 2:counts 2 1 0 1 0; 1:rows 1");
     const JobReport &report = run.Run();
     EXPECT_EQ(report.exit_code, 4) << report.failure;
     EXPECT_EQ(run.Text("innocent"), "kept");

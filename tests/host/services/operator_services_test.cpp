@@ -43,7 +43,7 @@ public:
              std::vector<RowRing> &rings)
         : pair_(Channel::Pair()), coordinator_([this, &objects] { Serve(objects); }),
           link_(std::move(pair_.second), board), rows_(job, board, rings, number),
-          services(job, number, link_, &rows_, nullptr)
+          services(job, number, link_, &rows_, nullptr, {})
     {
     }
     ~Instance()
