@@ -14,11 +14,16 @@
 // one is open. In WAL mode a program can write between two openings; so a second connection looks, when the first
 // rows are read, whether anything was committed since this part's state. If none of the parts sees a commit, all
 // of them see the same state.
+//
+// The place of a part, for a run that goes on: the last row id, since by row id rows are read in its order; of all
+// others their number and sum. With it goes the state of the database: what was read and what is left must belong
+// together, in all parts.
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fmt/format.h>
+#include <limits>
 #include <optional>
 
 #include <sys/stat.h>
@@ -26,8 +31,12 @@
 
 #include "host/job/settings.h"
 #include "host/job/words.h"
+#include "host/sources/key_range.h"
 #include "host/sources/kinds.h"
+#include "host/sources/named_columns.h"
+#include "host/sources/rows_seen.h"
 #include "host/sources/sqlite_rows.h"
+#include "host/sources/sqlite_state.h"
 #include "host/sqlite/sqlite_columns.h"
 #include "host/sqlite/sqlite_database.h"
 #include "host/values/text_columns.h"
@@ -39,29 +48,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr size_t kBatchBytes = 64 * 1024;
-constexpr std::chrono::milliseconds kLongestWait{10'000};
 constexpr const char *kPrepareReading = "PRAGMA trusted_schema = 0";
 // A table's pages are read once. A cache that stays in the processor's own is faster than a large one, and than
 // pages that are mapped, where each row waits for memory.
 constexpr const char *kSmallCache = "PRAGMA cache_size = -400";
 constexpr const char *kRowFunction = "fenwire_row";
 constexpr int kRangesOfPart = 32;
-constexpr int kTriesToBegin = 5;
-
-struct Range {
-    int64_t low = 0, high = 0;  // of the split values; both ends belong to it
-    bool empty = true;
-
-    // Where part 1, 2 .. begins.
-    int64_t BoundBefore(int part, int parts) const
-    {
-        __extension__ using Wide = unsigned __int128;
-        const uint64_t span = static_cast<uint64_t>(high) - static_cast<uint64_t>(low);
-        const auto offset = static_cast<uint64_t>(
-            (static_cast<Wide>(span) + 1) * static_cast<Wide>(part - 1) / static_cast<Wide>(parts));
-        return static_cast<int64_t>(static_cast<uint64_t>(low) + offset);
-    }
-};
 
 fs::path FileOf(const Job &job)
 {
@@ -92,7 +84,7 @@ public:
     void Check() override
     {
         Connect();
-        Prepare(job_.source_instances > 1 ? 2 : 1, std::max(2, job_.source_instances));
+        Prepare(job_.source_instances > 1 ? 2 : 1, job_.source_instances);
         statement_.reset();
         database_.reset();
     }
@@ -101,32 +93,69 @@ public:
     {
         part_ = part;
         Connect();
-        BeginReading(parts);
-        Prepare(parts > 1 ? part : 0, parts);
+        snapshot_.Begin(*database_, file_, parts);
+        Prepare(part, parts);
     }
 
     bool Read(RowOutlet &rows) override
     {
-        if (watch_)
-            RequireSameState();
-        for (size_t bytes = 0; bytes < kBatchBytes;) {
-            to_ = rows.Reserve();
-            if (!database_->Step(statement_)) {
-                if (!NextRange())
-                    return false;
-                continue;
-            }
-            if (!by_function_)
-                WriteRow(rows_.ValuesOf(statement_.get()));
-            if (written_ == 0) [[unlikely]]
-                Refuse(rows.rows());
-            rows.Append(written_);
-            bytes += written_;
+        snapshot_.RequireSameOfAll();
+        for (size_t bytes = 0; bytes < kBatchBytes; bytes += written_) {
+            if (!ReadRow(rows))
+                return false;
         }
+        if (by_row_id_)
+            last_ = sqlite3_column_int64(statement_.get(), RowIdColumn());
         return true;
     }
 
+    std::optional<std::string> Position() override
+    {
+        const std::string place = !by_row_id_ ? seen_.Text()
+                                  : last_     ? fmt::format("behind {}", *last_)
+                                              : "begin";
+        return snapshot_.state().Text() + " " + place;
+    }
+
+    void GoTo(const std::string &position) override
+    {
+        PositionReader place(position);
+        const SqliteState before = SqliteState::From(place);
+        if (before != snapshot_.state() || !before.certain)
+            throw SourceError(fmt::format(
+                "database {} was written since the job began to read it, so rows could be lost or "
+                "come twice; the job can only begin anew",
+                Quoted(file_.string())));
+        const std::string_view how = place.Word();
+        if (how == "rows" && !by_row_id_)
+            seen_.Repeat(place, RowLayout(job_.columns),
+                         [this](RowOutlet &rows) { return ReadRow(rows); });
+        else if (how == "behind" && by_row_id_)
+            GoBehind(place);
+        else if (how != "begin" || !by_row_id_)
+            place.Refuse();
+        place.End();
+    }
+
 private:
+    // Hot. False: there is none.
+    bool ReadRow(RowOutlet &rows)
+    {
+        to_ = rows.Reserve();
+        while (!database_->Step(statement_)) {
+            if (!NextRange())
+                return false;
+        }
+        if (!by_function_)
+            WriteRow(rows_.ValuesOf(statement_.get()));
+        if (written_ == 0) [[unlikely]]
+            Refuse();
+        if (!by_row_id_)
+            seen_.Add(to_, written_);
+        rows.Append(written_);
+        return true;
+    }
+
     // Hot. 0 bytes: the row can't be, for a reason that stands in fault_.
     void WriteRow(SqliteRows::Values values)
     {
@@ -168,7 +197,7 @@ private:
                             Quoted(job_.charset)));
         file_ = FileOf(job_);
         database_.emplace(file_, SqliteDatabase::Access::Read);
-        database_->WaitForLocks(kLongestWait);
+        database_->WaitForLocks(kLongestSqliteWait);
         database_->Run(kPrepareReading);
         relation_ =
             table_.empty() ? SqliteQuery(*database_, query_) : SqliteTableNamed(*database_, table_);
@@ -177,63 +206,14 @@ private:
         UseFunction();
     }
 
-    // A state of the database that nobody changed while it was being taken.
-    void BeginReading(int parts)
-    {
-        if (parts > 1) {
-            watch_.emplace(file_, SqliteDatabase::Access::Read);
-            watch_->WaitForLocks(kLongestWait);
-        }
-        for (int tries = 0; tries < kTriesToBegin; ++tries) {
-            state_ = watch_ ? Number(*watch_, "PRAGMA data_version") : 0;
-            database_->Run("BEGIN; SELECT 1 FROM main.sqlite_schema LIMIT 1");
-            if (!watch_ || Number(*watch_, "PRAGMA data_version") == state_)
-                return;
-            database_->RollBack();
-        }
-        throw SourceError(fmt::format("database {} is being written all the time; run the job "
-                                      "with one instance, or when the other program is done",
-                                      Quoted(file_.string())));
-    }
-
-    void RequireSameState()
-    {
-        if (Number(*watch_, "PRAGMA data_version") != state_)
-            throw SourceError(fmt::format("database {} was changed while the instances began to "
-                                          "read, so they would see different rows; run the job "
-                                          "again, or with one instance",
-                                          Quoted(file_.string())));
-        watch_.reset();
-    }
-
-    static int64_t Number(SqliteDatabase &database, const std::string &sql)
-    {
-        const SqliteStatement row = database.Prepare(sql);
-        return database.Step(row) ? sqlite3_column_int64(row.get(), 0) : 0;
-    }
-
     std::string ColumnList() const
     {
         std::string list;
         for (const Column &column : job_.columns) {
-            const auto same = [&](const std::string &name) { return SameWord(name, column.name); };
-            const auto count = std::ranges::count_if(relation_.names, same);
-            if (count != 1)
-                throw SourceError(fmt::format("{} has {} {}; it has {}", What(),
-                                              count == 0 ? "no column" : "several columns",
-                                              Quoted(column.name), Shown(relation_.names)));
             list += list.empty() ? "" : ", ";
-            list += SqlName(*std::ranges::find_if(relation_.names, same));
+            list += SqlName(relation_.names[FindNamedColumn(relation_.names, column.name, What())]);
         }
         return list;
-    }
-
-    static std::string Shown(const std::vector<std::string> &names)
-    {
-        std::string shown;
-        for (const std::string &name : names)
-            shown += (shown.empty() ? "" : ", ") + Escaped(name);
-        return shown;
     }
 
     std::string What() const
@@ -250,7 +230,7 @@ private:
                 relation_.names, [&](const std::string &n) { return SameWord(n, split_); });
             if (name == relation_.names.end())
                 throw SourceError(fmt::format("{} has no column {} to split it by; it has {}",
-                                              What(), Quoted(split_), Shown(relation_.names)));
+                                              What(), Quoted(split_), ShownNames(relation_.names)));
             return SqlName(*name);
         }
         if (relation_.row_id.empty())
@@ -260,14 +240,14 @@ private:
         return relation_.row_id;
     }
 
-    Range RangeOf(const std::string &split)
+    KeyRange RangeOf(const std::string &split)
     {
         const SqliteStatement row = database_->Prepare(
             table_.empty()
                 ? fmt::format("SELECT min({0}), max({0}) FROM {1}", split, relation_.sql)
                 : fmt::format("SELECT (SELECT min({0}) FROM {1}), (SELECT max({0}) FROM {1})",
                               split, relation_.sql));
-        Range range;
+        KeyRange range;
         if (!database_->Step(row) || sqlite3_column_type(row.get(), 0) == SQLITE_NULL)
             return range;
         if (sqlite3_column_type(row.get(), 0) != SQLITE_INTEGER ||
@@ -280,7 +260,6 @@ private:
         return range;
     }
 
-    // part 0: all rows.
     void Prepare(int part, int parts)
     {
         const std::string columns = ColumnList();
@@ -289,16 +268,19 @@ private:
         if (!relation_.row_id.empty())
             sql += fmt::format(", {}", relation_.row_id);
         sql += fmt::format(" FROM {}", relation_.sql);
-        if (part == 0 || job_.source_instances == 1) {
+        by_row_id_ = relation_.in_row_id_order && split_.empty();
+        if (by_row_id_) {
+            PrepareByRowId(sql + " NOT INDEXED", part, parts);
+            return;
+        }
+        if (parts == 1) {
             statement_ = database_->Prepare(sql);
             return;
         }
         const std::string split = SplitExpression();
-        const Range range = RangeOf(split);
+        const KeyRange range = RangeOf(split);
         if (split_.empty()) {
-            // Before the first range is bound it is from NULL to NULL, where no row is.
-            statement_ =
-                database_->Prepare(fmt::format("{} WHERE {} BETWEEN ?1 AND ?2", sql, split));
+            statement_ = database_->Prepare(sql + WhereRange(split));
             TakeRanges(range, part, parts);
             return;
         }
@@ -317,8 +299,26 @@ private:
             sqlite3_bind_int64(statement_.get(), 2, range.BoundBefore(part + 1, parts));
     }
 
+    // Without an index SQLite walks the table itself, so that the order costs nothing.
+    void PrepareByRowId(const std::string &sql, int part, int parts)
+    {
+        const std::string &id = relation_.row_id;
+        statement_ = database_->Prepare(fmt::format("{}{} ORDER BY {}", sql, WhereRange(id), id));
+        if (parts == 1)
+            ranges_ = {
+                {std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max(), false}};
+        else
+            TakeRanges(RangeOf(id), part, parts);
+    }
+
+    // Before the first range is bound it is from NULL to NULL, where no row is.
+    static std::string WhereRange(const std::string &split)
+    {
+        return fmt::format(" WHERE {} BETWEEN ?1 AND ?2", split);
+    }
+
     // The part's ranges of row ids, in ascending order.
-    void TakeRanges(const Range &all, int part, int parts)
+    void TakeRanges(const KeyRange &all, int part, int parts)
     {
         const int count = parts * kRangesOfPart;
         for (int i = part; i <= count && !all.empty; i += parts) {
@@ -333,22 +333,40 @@ private:
     // Goes on with the next range; without one the part is done.
     bool NextRange()
     {
+        if (next_range_ > 0)
+            last_ = ranges_[next_range_ - 1].high;
         if (next_range_ == ranges_.size())
             return false;
-        const Range &range = ranges_[next_range_++];
+        const KeyRange &range = ranges_[next_range_++];
         sqlite3_reset(statement_.get());
         sqlite3_bind_int64(statement_.get(), 1, range.low);
         sqlite3_bind_int64(statement_.get(), 2, range.high);
         return true;
     }
 
-    [[noreturn]] void Refuse(uint64_t before)
+    // The row id must be one of this part.
+    void GoBehind(PositionReader &place)
     {
-        const int row_id = by_function_ ? 1 : static_cast<int>(job_.columns.size());
+        last_ = place.Whole<int64_t>();
+        const auto holder = std::ranges::find_if(ranges_, [&](const KeyRange &range) {
+            return range.low <= *last_ && *last_ <= range.high;
+        });
+        if (holder == ranges_.end())
+            place.Refuse();
+        const bool whole = holder->high == *last_;
+        if (!whole)
+            holder->low = *last_ + 1;
+        ranges_.erase(ranges_.begin(), whole ? holder + 1 : holder);
+    }
+
+    int RowIdColumn() const { return by_function_ ? 1 : static_cast<int>(job_.columns.size()); }
+
+    [[noreturn]] void Refuse()
+    {
         const std::string where =
             relation_.row_id.empty()
-                ? fmt::format("row {} of instance {}", before + 1, part_)
-                : fmt::format("row id {}", sqlite3_column_int64(statement_.get(), row_id));
+                ? fmt::format("row {} of instance {}", seen_.count() + 1, part_)
+                : fmt::format("row id {}", sqlite3_column_int64(statement_.get(), RowIdColumn()));
         throw SourceError(
             fmt::format("{} of {}, {}, {}", What(), Quoted(file_.string()), where, fault_));
     }
@@ -359,33 +377,25 @@ private:
     int part_ = 1;
     SqliteRelation relation_;
     SqliteRows rows_;
-    std::optional<SqliteDatabase> database_, watch_;
+    std::optional<SqliteDatabase> database_;
+    SqliteSnapshot snapshot_;
     SqliteStatement statement_;
     bool by_function_ = false;  // see UseFunction
-    std::vector<Range> ranges_;
+    std::vector<KeyRange> ranges_;
     size_t next_range_ = 0;
     uint8_t *to_ = nullptr;  // where the next row goes
     size_t written_ = 0;     // of the row that was made last
     std::string fault_;
-    int64_t state_ = 0;
+    bool by_row_id_ = false;       // rows come in the order of the row id
+    std::optional<int64_t> last_;  // row id: so far this part is done
+    RowsSeen seen_;                // without by_row_id_
 };
 
 }  // namespace
 
 void CheckSqliteSourceSettings(const Job &job, std::vector<Complaint> &found)
 {
-    const Setting *table = FindSetting(job.source, "table");
-    const Setting *query = FindSetting(job.source, "query");
-    if ((table == nullptr) == (query == nullptr))
-        found.push_back({query != nullptr ? query->at : job.source_at,
-                         table == nullptr ? "the source has neither table nor query"
-                                          : "table and query exclude each other",
-                         "name the table, or give a query such as \"SELECT id, name FROM t\""});
-    if (query != nullptr && job.source_instances > 1 && FindSetting(job.source, "split") == nullptr)
-        found.push_back({query->at,
-                         fmt::format("a query can't be read by {} instances as it stands",
-                                     job.source_instances),
-                         "name an integer column of its rows with split, or use one instance"});
+    CheckTableOrQuery(job, "split", found);
 }
 
 std::vector<Column> SqliteSourceColumns(const Job &job)

@@ -94,6 +94,7 @@ SqliteRelation SqliteTableNamed(SqliteDatabase &database, const std::string &tab
     relation.sql = fmt::format("main.{}", SqlName(table));
     if (SqliteText(kind, 0) != "view" && sqlite3_column_int(kind.get(), 1) == 0)
         relation.row_id = RowIdName(relation.names);
+    relation.in_row_id_order = !relation.row_id.empty() && SqliteText(kind, 0) == "table";
     return relation;
 }
 

@@ -12,8 +12,9 @@
 namespace fenwire {
 
 struct SqliteRelation {
-    std::string sql;     // what stands behind FROM
-    std::string row_id;  // the expression that numbers the rows; empty: there is none
+    std::string sql;               // what stands behind FROM
+    std::string row_id;            // the expression that numbers the rows; empty: there is none
+    bool in_row_id_order = false;  // as they are stored
     std::vector<std::string> names, types;  // of the columns; types as declared, may be empty
     std::vector<bool> computed;
 };

@@ -304,6 +304,103 @@ TEST_F(SqliteSourceTest, PartsThatSawDifferentStatesDoNotRead)
     }
 }
 
+// Some 400 KB of rows in each relation, whose stored order is not that of an index on all that is read.
+constexpr const char *kManyRows =
+    "CREATE TABLE t(v, k, x REAL); CREATE INDEX narrow ON t(v, x);"
+    "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 1900) "
+    "INSERT INTO t(rowid, v, k, x) SELECT (i - 900) * iif(i > 1000, 7, 1), "
+    "printf('%04d%.*c', i * 7919 % 1900, i % 400, 'x'), iif(i % 9, i, NULL), i / 3.0 FROM n;"
+    "CREATE TABLE w(v, k, x REAL, PRIMARY KEY(x, v)) WITHOUT ROWID; INSERT INTO w SELECT * FROM t;"
+    "CREATE VIEW s AS SELECT * FROM t ORDER BY v DESC;";
+
+TEST_F(SqliteSourceTest, RowsGoOnWhereTheyStood)
+{
+    ASSERT_EQ(Sql(kManyRows), "");
+    const struct {
+        const char *key, *from, *split;
+        std::vector<int> parts;
+    } kCases[] = {{"table", "t", nullptr, {1, 3}},
+                  {"table", "t", "k", {2}},
+                  {"table", "w", nullptr, {1}},
+                  {"table", "s", nullptr, {1}},
+                  {"query", "SELECT v, k, x FROM t WHERE k % 2 = 0", "k", {1, 2}}};
+    for (const auto &c : kCases) {
+        for (const int parts : c.parts) {
+            Job job = SourceJob({"v VARCHAR(900)", "x FLOAT"}, c.key, c.from, c.split);
+            job.source_instances = parts;
+            const auto rows = RowsWithStops(job, parts);
+            for (int part = 1; part <= parts; ++part)
+                EXPECT_EQ(rows[static_cast<size_t>(part - 1)], RowsOf(job, part, parts).kept)
+                    << c.from << ", part " << part << " of " << parts;
+        }
+    }
+}
+
+TEST_F(SqliteSourceTest, ChangedDatabasesAreNotReadOn)
+{
+    const struct {
+        const char *about, *mode, *from, *change;
+        bool refused;
+    } kCases[] = {
+        {"nothing", "delete", "t", "SELECT 1", false},
+        {"nothing, by count", "delete", "s", "SELECT 1", false},
+        {"nothing in WAL mode", "wal", "t", "SELECT 1", false},
+        {"a value", "delete", "t", "UPDATE t SET v = 'y' WHERE rowid = 42", true},
+        {"a value in WAL mode", "wal", "t", "UPDATE t SET v = 'y' WHERE rowid = 42", true},
+        {"one back and forth", "wal", "t", "UPDATE t SET k = 1; UPDATE t SET k = 2", true},
+        {"another table", "wal", "s", "CREATE TABLE new(a); DROP TABLE new", true},
+    };
+    for (const auto &c : kCases) {
+        unlink(folder.File("t.db").c_str());
+        ASSERT_EQ(Sql(std::string("PRAGMA journal_mode = ") + c.mode + ";" + kManyRows), "");
+        Job job = SourceJob({"v VARCHAR(900)"}, "table", c.from);
+        MakeSource(job)->Check();
+        auto source = MakeSource(job);
+        source->Open(1, 1);
+        KeepingOutlet rows(job.columns);
+        ASSERT_TRUE(source->Read(rows));
+        const std::string place = *source->Position();
+        source.reset();
+        EXPECT_EQ(Sql(c.change), "");
+        EXPECT_EQ(Holds(RefusalOf(job, place), "was written since"), c.refused)
+            << c.about << ": " << RefusalOf(job, place);
+    }
+}
+
+TEST_F(SqliteSourceTest, PlacesAreChecked)
+{
+    ASSERT_EQ(Sql(kManyRows), "");
+    Job job = SourceJob({"v VARCHAR(900)"}, "table", "t"), by_count = job;
+    by_count.source[1].value = std::string("s");
+    Job dice = SourceJob({"v VARCHAR(30)"}, "query", "SELECT random() AS v");
+    job.source_instances = 2;  // part 1 begins at -899
+    const auto source = MakeSource(job);
+    source->Open(1, 2);
+    const std::string begin = *source->Position();
+    const std::string state = begin.substr(0, begin.size() - std::string("begin").size());
+    EXPECT_EQ(RefusalOf(job, begin, 2), "");
+    EXPECT_EQ(RefusalOf(job, state + "behind -899", 2), "");
+    EXPECT_EQ(RefusalOf(by_count, state + "rows 0 0"), "");
+    const struct {
+        const Job &job;
+        std::string place;
+    } kCases[] = {{job, state + "behind 7000"},  // of part 2
+                  {job, state + "behind -900"},
+                  {job, state + "behind 99999999999999999999"},
+                  {job, state + "behind -899 1"},
+                  {job, state + "rows 0 0"},
+                  {job, begin + " "},
+                  {job, state},
+                  {job, "begin"},
+                  {job, ""},
+                  {by_count, state + "rows 1 1"},
+                  {by_count, state + "rows 18446744073709551615 0"},
+                  {by_count, begin},
+                  {dice, state + "rows 1 7"}};
+    for (const auto &c : kCases)
+        EXPECT_NE(RefusalOf(c.job, c.place, c.job.source_instances), "") << c.place;
+}
+
 TEST_F(SqliteSourceTest, ColumnsComeFromDeclaredTypesOrTheFirstRows)
 {
     ASSERT_EQ(Sql("CREATE TABLE t(a INTEGER PRIMARY KEY, b VARCHAR(40), c DECIMAL(18,2), d TEXT, e "
