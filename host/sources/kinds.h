@@ -17,6 +17,10 @@ std::unique_ptr<Source> MakeSqliteSource(const Job &job);
 void CheckSqliteSourceSettings(const Job &job, std::vector<Complaint> &found);
 std::vector<Column> SqliteSourceColumns(const Job &job);
 
+std::unique_ptr<Source> MakePostgresSource(const Job &job);
+void CheckPostgresSourceSettings(const Job &job, std::vector<Complaint> &found);
+std::vector<Column> PostgresSourceColumns(const Job &job);
+
 }  // namespace fenwire
 
 #endif

@@ -31,13 +31,21 @@ constexpr SettingKey kSqliteKeys[] = {
     {"query",     "text",    false, "or a query whose rows are read"},
     {"split",     "text",    false, "an integer column whose ranges the instances share; the row id of a table without it"},
 };
+constexpr SettingKey kPostgresKeys[] = {
+    {"connection", "text",   false, "of the database, such as \"host=db1 dbname=sales user=loader\" or \"postgresql://loader@db1/sales\"; without it, and for what it leaves out, the environment and files of PostgreSQL count, as for all its programs"},
+    {"table",     "text",    false, "the table or view whose rows are read, such as orders or sales.orders"},
+    {"query",     "text",    false, "or a query whose rows are read"},
+    {"key",       "text",    false, "an integer column whose ranges the instances share, and by which a stopped job goes on; without it a table's primary key if that is an integer, else, as with \"ctid\", its blocks"},
+};
 constexpr SourceKind kSources[] = {
     {"generator", "rows made by rule, the same for the same seed, however many instances share them",
      kGeneratorKeys, MakeGeneratorSource, CheckGeneratorSettings, nullptr, false, true, false},
     {"stdin", "delimited text from standard input, as the print target writes it",
      kStdinKeys, MakeStdinSource, CheckStdinSettings, nullptr, true, false, true},
     {"sqlite", "a table or a query of an SQLite database; all instances see the same state of it",
-     kSqliteKeys, MakeSqliteSource, CheckSqliteSourceSettings, SqliteSourceColumns, false, false, false},
+     kSqliteKeys, MakeSqliteSource, CheckSqliteSourceSettings, SqliteSourceColumns, false, true, false},
+    {"postgres", "a table or a query of a PostgreSQL database; all instances see the same state of it",
+     kPostgresKeys, MakePostgresSource, CheckPostgresSourceSettings, PostgresSourceColumns, false, true, false},
 };
 // clang-format on
 
