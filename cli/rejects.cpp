@@ -126,6 +126,10 @@ int RejectsShowVerb(const RejectsOptions &options)
     }
     if (!options.run.json)
         PrintTable(shown, all, left_out);
+    const std::optional<RejectState> state = ReadRejectState(job);
+    if (state && state->outcome == RejectState::Outcome::Unfinished)
+        Say(fmt::format("the job is not finished: fenwire resume {} goes on with it",
+                        job.file.string()));
     return kExitGood;
 }
 
