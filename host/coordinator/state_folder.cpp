@@ -3,7 +3,9 @@
 #include "host/coordinator/state_folder.h"
 
 #include <array>
+#include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -15,25 +17,33 @@ namespace fenwire {
 
 namespace {
 
-// Whoever only looks whether the lock is held has it for a moment.
-bool TakeLock(int fd)
-{
-    constexpr int kTries = 5;
-    constexpr useconds_t kPause = 20'000;
-    for (int i = 1; flock(fd, LOCK_EX | LOCK_NB) != 0; ++i) {
-        if (i == kTries)
-            return false;
-        usleep(kPause);
-    }
-    return true;
-}
-
 // The process that wrote itself into the file; empty: none did.
 std::string OwnerOf(int fd)
 {
     std::array<char, 32> owner = {};
     const ssize_t got = pread(fd, owner.data(), owner.size() - 1, 0);
     return got > 0 ? std::string(owner.data()) : std::string();
+}
+
+bool IsAlive(const std::string &process)
+{
+    pid_t number = 0;
+    std::from_chars(process.data(), process.data() + process.size(), number);
+    return number > 0 && (kill(number, 0) == 0 || errno != ESRCH);
+}
+
+// Whoever only looks whether the lock is held has it for a moment. The children of a runner that was
+// killed share its lock until they are gone too, which the system sees to: until then they may write.
+bool TakeLock(int fd)
+{
+    constexpr int kTries = 5, kTriesBehindDead = 500;
+    constexpr useconds_t kPause = 20'000;
+    for (int i = 1; flock(fd, LOCK_EX | LOCK_NB) != 0; ++i) {
+        if (i >= kTries && (IsAlive(OwnerOf(fd)) || i == kTriesBehindDead))
+            return false;
+        usleep(kPause);
+    }
+    return true;
 }
 
 }  // namespace
