@@ -124,7 +124,13 @@ struct PmIdentity {
 };
 int pmIdentity(pmToken file, PmIdentity *identity);
 
+// Where the file stands: a block that is stored and handed back, valid until the next pmGetPos of this
+// file. What was written is on the device then. user_done 1: the file counts as read to its end. No block
+// from a pipe: 56, or 0 in a job without checkpoints.
 int pmGetPos(pmToken file, uint32_t user_done, pmData *position);
+
+// Back to such a block, in the same file or where it was opened anew; an output file is cut there. 23:
+// no such block; 34: it is damaged, or the file does not reach it; the codes of a first pmRead; 56.
 int pmRepos(pmToken file, const pmData *position);
 int pmClose(pmToken file);
 int pmDetach(pmToken handle, uint32_t mode);

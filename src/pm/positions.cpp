@@ -67,6 +67,7 @@ int pmGetPos(pmToken handle, uint32_t user_done, pmData *position)
     }
     if (user_done == 1) {
         PM_TRACE(1, "Utility forcing EOF status");
+        ForgetWindow(file);
         file->atEOF = 1;
     }
     if (file->OpenMode != kOpenRead && (code = SettleOutput(file)) != pmrcOk)

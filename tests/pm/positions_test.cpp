@@ -1,7 +1,6 @@
 // tests/pm/positions_test.cpp - whatever position a file goes on from, it loses and doubles nothing.
 
 #include <cerrno>
-#include <functional>
 #include <random>
 #include <vector>
 
@@ -10,7 +9,6 @@
 #include "schema/establish.h"
 #include "schema/var_fields.h"
 #include "tests/pm/pm_fixture.h"
-#include "tests/support/hex.h"
 
 using namespace std::string_literals;
 
@@ -31,7 +29,7 @@ constexpr uint32_t kBare = 8, kBareLength = 5;
 const std::vector<Job> kJobs = {
     {"LF",                 1, "", "", "\n",   "", "", "", {"", "a", "bcd", "e\rf"}},
     {"CRLF",               1, "", "", "\r\n", "", "", "", {"", "a", "b\r", "c\nd"}},
-    {"UTF-8, quotes",      1, "UTF8", "\xEF\xBB\xBF", "\n", "'", "'", "", {"a", "\xC3\xA9", "'x\ny'", "'it''s\n'"}},
+    {"UTF-8, quotes",      1, "UTF8", "\xEF\xBB\xBF", "\n", "'", "'", "", {"", "\xC3\xA9", "'x\ny'", "'it''s\n'"}},
     {"CRLF, escape",       1, "", "", "\r\n", "'", "'", "\\", {"", "ab", "'\r\n'", "'\\'\r\n\\\\'"}},
     {"long escape",        1, "", "", "\n",   "'", "'", "<esc>", {"a", "b", "'<esc>'\n'", "'\n'"}},
     {"UTF-16",             1, "UTF16", "\xFF\xFE", "\n\0"s, "", "", "", {"a\0"s, "\x41\x0A"s, "b\0c\0"s}},
@@ -63,6 +61,21 @@ std::string Framed(const Job &job, const std::string &record)
     const uint64_t length = record.size() + frame.counted;
     return std::string(reinterpret_cast<const char *>(&length), frame.prefix) + record +
            std::string(frame.trailer, kTrailer) + job.mark;
+}
+
+bool Holds(const std::string &text, const std::string &words)
+{
+    return text.find(words) != std::string::npos;
+}
+
+std::string Block(uint8_t at_end, uint64_t start, uint32_t offset, uint32_t count)
+{
+    std::string block(40, '\0');
+    block[0] = static_cast<char>(at_end);
+    memcpy(&block[8], &start, 8);
+    memcpy(&block[16], &offset, 4);
+    memcpy(&block[20], &count, 4);
+    return block;
 }
 
 }  // namespace
@@ -102,15 +115,28 @@ protected:
     // The file in directory, at a position if there is one.
     void Go(const std::string &position, uint16_t mode = kOpenRead)
     {
-        const pmData at = {static_cast<uint32_t>(position.size()), position.data()};
         const int code = Open(path_, buffer_size_, mode);
         ASSERT_TRUE(code == pmrcOk || code == pmrcEmptyFile);
         pmfp = file;
         if (rows_)
             pmSetReader(file, pmfmtRVarNone);
         if (!position.empty()) {
-            ASSERT_EQ(pmRepos(file, &at), pmrcOk) << pmErrorText(pmrcText);
+            ASSERT_EQ(Repos(position), pmrcOk) << pmErrorText(pmrcText);
         }
+    }
+
+    int Repos(const std::string &position) const
+    {
+        const std::vector<char> exact(position.begin(), position.end());
+        const pmData at = {static_cast<uint32_t>(exact.size()), exact.data()};
+        return pmRepos(file, &at);
+    }
+
+    // The error text of a refusal.
+    std::string Refused(const std::string &position) const
+    {
+        EXPECT_EQ(Repos(position), pmrcText);
+        return pmErrorText(pmrcText);
     }
 
     std::string Position(uint32_t user_done = 0, int code = pmrcOk)
@@ -217,4 +243,187 @@ TEST_F(Positions, ReadersGoOnBehindEveryRecord)
         }
     }
     FreeIndex();
+}
+
+TEST_F(Positions, WritersGoOnBehindEveryRecord)
+{
+    for (const Job &job : kJobs) {
+        Set(job);
+        const Records records = Random(job), garbage(7, job.fields.back());
+        Go("", kOpenWrite);
+        Write(records, 0, records.size());
+        pmClose(file);
+        const std::string whole = directory.Read("data");
+        for (size_t k = 0; k <= records.size(); ++k) {
+            Go("", kOpenWrite);
+            Write(records, 0, k);
+            const std::string position = Position();
+            Write(garbage, 0, k % 8);
+            pmClose(file);
+            Go(position, kOpenWriteAppend);
+            ASSERT_EQ(Position(), position);
+            Write(records, k, records.size());
+            pmClose(file);
+            ASSERT_EQ(directory.Read("data"), whole) << job.about << " behind record " << k;
+        }
+    }
+}
+
+TEST_F(Positions, BlockToTheByte)
+{
+    directory.Write("data", "ab\ncde\nf\n");
+    buffer_size_ = 4;
+    for (const bool forced : {false, true}) {
+        Go("");
+        EXPECT_EQ(Position(), Block(0, 0, 0, 0));
+        Read(1);
+        EXPECT_EQ(Position(), Block(0, 0, 3, 1));
+        if (!forced) {
+            Read(1);
+            EXPECT_EQ(Position(), Block(0, 4, 3, 2));
+            Read(1);
+            EXPECT_EQ(Position(), Block(0, 8, 1, 3));
+        }
+        EXPECT_EQ(Position(2, pmrcBadParameter), "");
+        if (!forced) {
+            EXPECT_EQ(Read(), Records{"->9"});
+        }
+        const std::string end = Block(1, 0, 0, forced ? 1 : 3);
+        EXPECT_EQ(Position(forced ? 1 : 0), end);
+        EXPECT_EQ(Read(), Records{"->9"});
+        pmClose(file);
+        Go(end);
+        EXPECT_EQ(Position(), end);
+        EXPECT_EQ(Read(), Records{"->9"});
+        pmClose(file);
+    }
+    Go(Block(0, 0, 7, 2));  // of longer blocks
+    EXPECT_EQ(Read(), (Records{"f", "->9"}));
+    EXPECT_EQ(Repos(Block(0, 0, 0, 0)), pmrcOk);  // the same file once more, from its end
+    EXPECT_EQ(Read(), (Records{"ab", "cde", "f", "->9"}));
+}
+
+TEST_F(Positions, WhatAFileDoesNotReachIsRefused)
+{
+    const std::string lines = "ab\ncde\nf\n", damaged = "damaged position block";
+    const auto patched = [](size_t at) {
+        std::string block = Block(0, 0, 3, 1);
+        block[at] = 1;
+        return block;
+    };
+    // clang-format off
+    const struct {
+        const char *about;
+        std::string contents, block;
+        int code;
+        std::string words;
+        uint16_t mode = kOpenRead;
+    } kCases[] = {
+        {"empty",                 lines, "",                              23, ""},
+        {"short",                 lines, Block(0, 0, 3, 1).substr(1),     23, ""},
+        {"long",                  lines, Block(0, 0, 3, 1) + '\0',        23, ""},
+        {"behind the end",        lines, Block(0, 8, 2, 3),               34, "has 9 bytes, but the checkpoint counts on 10:"},
+        {"block behind the end",  lines, Block(0, 11, 0, 3),              34, "has 9 bytes, but the checkpoint counts on 11:"},
+        {"offset below 0",        lines, Block(0, 4, 0xFFFFFFFF, 3),      34, "counts on 4294967299:"},
+        {"start below 0",         lines, Block(0, 1ULL << 63, 0, 3),      34, damaged},
+        {"sum beyond 64 bits",    lines, Block(0, ~0ULL, 0xFFFFFFFF, 3),  34, damaged},
+        {"end of file is 2",      lines, Block(2, 0, 0, 3),               34, damaged},
+        {"end and a place",       lines, Block(1, 0, 1, 3),               34, damaged},
+        {"first zero byte",       lines, patched(1),                      34, damaged},
+        {"last zero byte",        lines, patched(7),                      34, damaged},
+        {"compressed",            lines, patched(24),                     34, damaged},
+        {"in HDFS",               lines, patched(39),                     34, damaged},
+        {"no mark in the file",   "abcdefghi", Block(0, 4, 3, 2),         34, "has no end-of-record mark"},
+        {"empty file",            "", Block(0, 4, 3, 2),                  34, "has 0 bytes, but the checkpoint counts on 7:"},
+        {"other byte order",      "\xFE\xFF\0a\0\n\0b\0\n"s, Block(0, 0, 6, 1), 45, ""},
+        {"output too short",      "ab", Block(0, 3, 0, 3),                34, "has 2 bytes, but the checkpoint counts on 3:", kOpenWriteAppend},
+        {"output in a block",     lines, Block(0, 0, 3, 1),               34, damaged, kOpenWriteAppend},
+        {"output at its end",     lines, Block(1, 0, 0, 1),               34, damaged, kOpenWriteAppend},
+    };
+    // clang-format on
+    for (const auto &c : kCases) {
+        pmSetCharSet(c.code == pmrcEndianConflict ? "UTF16" : "");
+        directory.Write("data", c.contents);
+        Go("", c.mode);
+        EXPECT_EQ(Repos(c.block), c.code) << c.about;
+        EXPECT_PRED2(Holds, pmErrorText(c.code), c.words) << c.about;
+        pmClose(file);
+        EXPECT_EQ(directory.Read("data"), c.contents) << c.about;
+    }
+}
+
+// A file that shrinks between the look at it and the read.
+TEST_F(Positions, BlockThatCantBeReadIsRefused)
+{
+    directory.Write("data", "ab\ncde\nf\n");
+    Go("");
+    os.fstat = [](int, struct stat *info) { return info->st_size = 100, 0; };
+    const std::string block = Block(0, 4, 6, 4);
+    EXPECT_PRED2(Holds, Refused(block), "has 9 bytes, but the checkpoint counts on 10:");
+    static int seeks;
+    os.lseek = [](int descriptor, off_t to, int from) {
+        return ++seeks == 2 ? errno = EIO, off_t{-1} : ::lseek(descriptor, to, from);
+    };
+    EXPECT_PRED2(Holds, Refused(block), "'seek' error (Input/output error)");
+}
+
+// No position tells of bytes that are not on the device, however often it is asked for.
+TEST_F(Positions, LostOutputHasNoPosition)
+{
+    static int failing_writes, failing_syncs, syncs;
+    os.write = [](int descriptor, const void *from, size_t bytes) {
+        return failing_writes-- > 0 ? errno = ENOSPC, -1 : ::write(descriptor, from, bytes);
+    };
+    os.fdatasync = [](int) { return ++syncs, failing_syncs-- > 0 ? errno = EIO, -1 : 0; };
+    const Records records = {"a", "b"};
+    Go("", kOpenWrite);
+    Write(records, 0, 1);
+    const std::string position = Position();
+    EXPECT_EQ(syncs, 1);
+    EXPECT_EQ(directory.Read("data"), "a\n");
+    for (int *fault : {&failing_writes, &failing_syncs}) {
+        Write(records, 1, 2);
+        *fault = 1;
+        EXPECT_EQ(Position(0, pmrcText), "");
+        EXPECT_EQ(Position(0, pmrcText), "");
+        EXPECT_PRED2(Holds, pmErrorText(pmrcText), "lost bytes in a write that failed");
+        EXPECT_EQ(Repos(position), pmrcOk);
+        EXPECT_EQ(Position(), position);
+    }
+    Write(records, 1, 2);
+    pmClose(file);
+    EXPECT_EQ(directory.Read("data"), "a\nb\n");
+}
+
+TEST_F(Positions, RestartCreatesAnOutputFileThatHadNothing)
+{
+    EXPECT_EQ(Open(path_, 64, kOpenWriteAppend), pmrcNotFound);
+    FW_RestartMode = 1;
+    Go(Block(0, 0, 0, 0), kOpenWriteAppend);
+    Write({"a"}, 0, 1);
+    static int interrupted = 1;
+    os.ftruncate = [](int descriptor, off_t bytes) {
+        return interrupted-- > 0 ? errno = EINTR, -1 : ::ftruncate(descriptor, bytes);
+    };
+    pmClose(file);
+    Go(Block(0, 0, 0, 0), kOpenWriteAppend);
+    EXPECT_EQ(directory.Read("data"), "");
+    Write({"b"}, 0, 1);
+    pmFlush(file);
+    os.ftruncate = [](int, off_t) { return errno = EIO, -1; };
+    EXPECT_PRED2(Holds, Refused(Block(0, 0, 0, 0)), "'ftruncate' error (Input/output error)");
+}
+
+TEST_F(Positions, PipesHaveNoneUnlessNobodyAsks)
+{
+    ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+    const int keep = ::open(path_.c_str(), O_RDWR);
+    for (const uint16_t mode : {kOpenRead, kOpenWrite}) {
+        Go("", mode);
+        for (bTakeAMcheckpoint = 0; bTakeAMcheckpoint < 2; ++bTakeAMcheckpoint)
+            EXPECT_EQ(Position(0, bTakeAMcheckpoint != 0 ? pmrcPipe : pmrcOk), "");
+        EXPECT_EQ(Repos(""), pmrcPipe);
+        pmClose(file);
+    }
+    ::close(keep);
 }
