@@ -245,7 +245,7 @@ typedef struct PxFileNamesEntry {
     int64_t size;     /* bytes, as found by the scan, or of a finished output file; 0 for a pipe */
     char name[4096];  /* zero-terminated; without the job's directory */
     int32_t time;     /* of modification, seconds */
-    int32_t unused;
+    uint32_t bad_records; /* kept by the instance until it finished the file; for its restart */
 } PxFileNamesEntry;
 
 /* ---- The library's side ----------------------------------------------------------------------- */

@@ -106,6 +106,18 @@ constexpr FileSetCase kFileSetCases[] = {
 
 }  // namespace
 
+bool IsFileOfJob(const FileNamesEntry &entry, int32_t index)
+{
+    WildcardPattern pattern;
+    if (WritesFiles())
+        return IsOutputFileOfJob(entry, index);
+    if (NamesOneFile())
+        return index == 1 && strcmp(entry.Name, FW_FileName) == 0;
+    return strchr(entry.Name, '/') == nullptr &&
+           SplitPattern(FW_FileName, &pattern) == PXSTC_Success &&
+           MatchesPattern(pattern, entry.Name);
+}
+
 PxStatus BuildGlobalInfo()
 {
     DirInfo.TotalInstances = TotalInstances;

@@ -17,6 +17,11 @@ PxStatus BuildGlobalInfo();
 // The same for a job that writes: a file for each instance, with its number in the name.
 PxStatus BuildOutputFiles();
 
+// In a restart: whether the element may be one of the job's own. It was kept where others may have put in
+// a file that the job never named, to be read or written over.
+bool IsFileOfJob(const FileNamesEntry &entry, int32_t index);
+bool IsOutputFileOfJob(const FileNamesEntry &entry, int32_t index);  // of a job that writes
+
 // Creates and fills the variables for DirInfo.FileCount files; keeps them when they are large enough.
 PxStatus AllocateGlobalVariables();
 

@@ -34,9 +34,9 @@ struct FileNamesEntry {
     int32_t Status;
     int32_t Instance;
     int64_t Size;
-    char Name[4096];  // zero-terminated
-    int32_t Time;     // modification time, seconds
-    int32_t Unused;
+    char Name[4096];      // zero-terminated
+    int32_t Time;         // modification time, seconds
+    uint32_t BadRecords;  // of a finished file: its instance's bad records until then
 };
 static_assert(sizeof(FileNamesEntry) == 4120 && offsetof(FileNamesEntry, Time) == 4112);
 
@@ -45,6 +45,7 @@ struct FileNode {
     int32_t Status;
     int64_t Size;
     int32_t Index;  // in FileNames, from 1
+    uint32_t BadRecords;
     int32_t Time;
     char *Name;
 };

@@ -24,6 +24,7 @@ FileNode *NewNode(const FileNamesEntry &entry, int32_t index)
     node->Size = entry.Size;
     node->Index = index;
     node->Time = entry.Time;
+    node->BadRecords = entry.BadRecords;
     node->Name = reinterpret_cast<char *>(node + 1);
     memcpy(node->Name, entry.Name, name_bytes);
     return node;

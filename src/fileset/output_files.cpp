@@ -28,18 +28,20 @@ const char *CompressedSuffix(const char *name)
 }
 
 // "out.dat-2", "out-2.dat.gz". A name is never cut: two instances would write to one file.
-PxStatus NameFile(int32_t instance, FileNamesEntry *entry)
+int NameFile(int32_t instance, FileNamesEntry *entry)
 {
     const char *suffix = CompressedSuffix(FW_FileName);
     const auto stem = static_cast<int>(strlen(FW_FileName) - strlen(suffix));
-    const int length = TotalInstances == 1
-                           ? snprintf(entry->Name, sizeof entry->Name, "%s", FW_FileName)
-                           : snprintf(entry->Name, sizeof entry->Name, "%.*s-%d%s", stem,
-                                      FW_FileName, instance, suffix);
-    if (length >= 0 && static_cast<size_t>(length) < sizeof entry->Name)
-        return PXSTC_Success;
-    FW_ERROR("File name length > %zu", sizeof entry->Name - 1);
-    return FW_Fatal<19202>("FileName", length, static_cast<int64_t>(sizeof entry->Name - 1));
+    return TotalInstances == 1 ? snprintf(entry->Name, sizeof entry->Name, "%s", FW_FileName)
+                               : snprintf(entry->Name, sizeof entry->Name, "%.*s-%d%s", stem,
+                                          FW_FileName, instance, suffix);
+}
+
+PxStatus NameTooLong(int length)
+{
+    FW_ERROR("File name length > %zu", sizeof(FileNamesEntry::Name) - 1);
+    return FW_Fatal<19202>("FileName", length,
+                           static_cast<int64_t>(sizeof(FileNamesEntry::Name) - 1));
 }
 
 PxStatus StoreFile(int32_t instance)
@@ -48,8 +50,9 @@ PxStatus StoreFile(int32_t instance)
 
     entry.Status = kInProcess;
     entry.Instance = instance;
-    if (const PxStatus status = NameFile(instance, &entry))
-        return status;
+    const int length = NameFile(instance, &entry);
+    if (length < 0 || static_cast<size_t>(length) >= sizeof entry.Name)
+        return NameTooLong(length);
     return UpdateFileEntry(instance, &entry);
 }
 
@@ -66,6 +69,13 @@ PxStatus BuildOutputFiles()
             return status;
     }
     return PXSTC_Success;
+}
+
+bool IsOutputFileOfJob(const FileNamesEntry &entry, int32_t index)
+{
+    FileNamesEntry own = {};
+    (void)NameFile(index, &own);
+    return strcmp(entry.Name, own.Name) == 0;
 }
 
 PxStatus TakeOutputFile()

@@ -55,6 +55,7 @@ PxStatus MarkFinished()
     if (CurrentFileNode != nullptr)
         CurrentFileNode->Status = kFinished;
     CurrentFile.Status = kFinished;
+    CurrentFile.BadRecords = SG_ErrorRowCount;
     FW_TRACE(2, "Calling PX_UpdateGlobalVar for completed file");
     return UpdateFileEntry(CurrentFileIndex, &CurrentFile);
 }

@@ -42,6 +42,17 @@ PxStatus AddPosition(pmToken file, const char *routine, uint32_t *length, uint32
     return PXSTC_Success;
 }
 
+// Counts of 64 bits have places of 32 in the record. After a restart, reports number the file's records
+// from there.
+void NoteOutgrownCount()
+{
+    static bool told = false;
+    if (!told && FileRecordCount > UINT32_MAX)
+        FW_STATS("FileRecordCount=%llu does not fit the checkpoint record",
+                 static_cast<unsigned long long>(FileRecordCount));
+    told = FileRecordCount > UINT32_MAX;
+}
+
 void TraceHead(const PositionHead &head, uint32_t length)
 {
     FW_TRACE(1, "fwPosSummary_t struct: %s=%u\n%s=%u, %s=%u, %s=%u, %s=%u", "Length", length,
@@ -78,10 +89,10 @@ PxStatus ReposErrorFile(const pmData &position)
 // start of a file none was read yet, so none was skipped either.
 void TakeSkipped()
 {
-    bSkipRowsDone = FileRecordCount > 0;
     if (Reading != 0)
         FileRowsSkipped = FileRowsSkippedBefore =
             pmRecordCount(pmfp) - static_cast<uint32_t>(FileRecordCount);
+    bSkipRowsDone = FileRecordCount > 0 || FileRowsSkipped >= SkipRows;
 }
 
 }  // namespace
@@ -95,6 +106,7 @@ PxStatus FW_GetPos(uint32_t *length, const uint8_t **block)
 
     *length = 0;
     *block = nullptr;
+    NoteOutgrownCount();
     // A slave of several readers of one file has no position: it ends here.
     if (const PxStatus status = AddPosition(pmfp, "pmGetPos", &used, &head.DataLength))
         return status;

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "attributes/attributes_state.h"
+#include "fileset/fileset.h"
 #include "operator/messages.h"
 
 namespace {
@@ -47,8 +48,6 @@ const char *FaultOf(const CheckpointHead &head, uint32_t length)
 {
     const DirInfoImage &info = head.DirInfo;
     const auto room = static_cast<int64_t>((length - sizeof head) / sizeof(FileNamesEntry));
-    if (!IsTerminated(info.DirName, sizeof info.DirName))
-        return "its directory has no end";
     if (!IsWithin(info.FileCount, 1, room))
         return "its number of files does not fit its length";
     if (bWriting != 0 && info.FileCount != TotalInstances)
@@ -70,6 +69,8 @@ const char *FaultOf(const FileNamesEntry &entry, int32_t index)
         return "a file has an unknown status";
     if (!IsWithin(entry.Instance, 1, TotalInstances) || (bWriting != 0 && entry.Instance != index))
         return "a file belongs to no instance of the job";
+    if (!IsFileOfJob(entry, index))
+        return "a file is none that the job names";
     return entry.Size < 0 ? "a file has a negative size" : nullptr;
 }
 

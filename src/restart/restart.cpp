@@ -70,7 +70,10 @@ void RestoreCounts()
 
 void RestoreHead(const CheckpointHead &head)
 {
+    const DirInfoImage own = DirInfo;
     DirInfo = head.DirInfo;
+    // The job says where its files lie: its folder may have moved, and the record is not to lead elsewhere.
+    memcpy(DirInfo.DirName, own.DirName, sizeof own.DirName);
     FW_TRACE(1, "DirectoryPath: '%s' (%d), FC=%d, PC=%d, Instances=%d", DirInfo.DirName,
              DirInfo.DirNameSpecified, DirInfo.FileCount, DirInfo.Processed,
              DirInfo.TotalInstances);
@@ -120,12 +123,17 @@ PxStatus RestoreFrom(const RecordView &record)
 
 bool IsDone(int32_t status) { return status == kFinished || status == kArchived; }
 
-// Files that this instance finished before; the record of an instance above 1 has no count of them.
+// What this instance finished before: the record of an instance above 1 has no count of files, and none
+// has the bad records of an instance without a position.
 void CountFinishedFiles()
 {
     uint32_t finished = bWriting != 0 && IsDone(CurrentFile.Status) ? 1 : 0;
-    for (const FileNode *node = FirstFileNode; node != nullptr; node = node->Next)
-        finished += IsDone(node->Status) ? 1 : 0;
+    for (const FileNode *node = FirstFileNode; node != nullptr; node = node->Next) {
+        if (!IsDone(node->Status))
+            continue;
+        ++finished;
+        SG_ErrorRowCount = node->BadRecords;
+    }
     FilesThisInstance = finished;
     if (ThisInstance > 1)
         EvtFileCount = finished;

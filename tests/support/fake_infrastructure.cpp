@@ -67,6 +67,7 @@ void Fake::FillOperator()
     o.PX_UpdateGlobalVar = [](PxOperator *op, const char *name, const void *data, uint32_t length,
                               uint32_t index) {
         Fake &f = Of(op);
+        f.kept_record_.assign(f.kept_record_.size(), '\xEE');
         if (const PxStatus status = f.Fail("PX_UpdateGlobalVar"))
             return status;
         const auto found = f.globals.find(name);
@@ -93,11 +94,20 @@ void Fake::FillOperator()
         *length = static_cast<uint32_t>(found->second[0].size());
         return PxStatus{PXSTC_Success};
     };
-    o.PX_ReadCheckpointRecord = [](PxOperator *, const void **, uint32_t *) {
-        return PxStatus{PXSTC_NullPointer};
+    o.PX_ReadCheckpointRecord = [](PxOperator *op, const void **record, uint32_t *length) {
+        Fake &f = Of(op);
+        if (!f.restart_record)
+            return PxStatus{PXSTC_NullPointer};
+        f.kept_record_.swap(*f.restart_record);
+        f.kept_record_.shrink_to_fit();
+        f.restart_record.reset();
+        *record = f.kept_record_.data();
+        *length = static_cast<uint32_t>(f.kept_record_.size());
+        return f.Fail("PX_ReadCheckpointRecord");
     };
-    o.PX_WriteCheckpointRecord = [](PxOperator *, const void *, uint32_t) {
-        return PxStatus{PXSTC_Success};
+    o.PX_WriteCheckpointRecord = [](PxOperator *op, const void *record, uint32_t length) {
+        Of(op).written_records.emplace_back(static_cast<const char *>(record), length);
+        return Of(op).Fail("PX_WriteCheckpointRecord");
     };
     o.PX_ConsoleWrite = [](PxOperator *op, const char *words, uint32_t length) {
         Of(op).console += std::string(words, length) + "\n";

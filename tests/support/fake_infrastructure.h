@@ -55,6 +55,8 @@ public:
     std::vector<FakeRow> stream;  // of PX_GetRow, which then fails, or answers the end of data
     // A row of the schema's columns from their bytes; nullopt is NULL.
     FakeRow Row(const std::vector<std::optional<std::string>> &values) const;
+    size_t rows_taken() const { return next_row_; }
+    std::optional<std::string> restart_record;  // handed out once
 
     // What the operator did.
     std::string public_log;   // "19222(1,/in/a.csv) ": number and arguments without the leader
@@ -69,6 +71,7 @@ public:
     std::vector<std::string> statistics;  // "125=0"
     std::vector<PxFileCounts> file_counts;
     std::map<std::string, std::vector<std::string>> globals;  // elements
+    std::vector<std::string> written_records;                 // of checkpoints
     std::vector<std::string> calls;  // every service but attribute reads, log writes and rows
 
 private:
@@ -94,7 +97,8 @@ private:
     std::vector<PxColumn *> column_list_;
     PxSchema *schema_list_[1] = {};
     size_t next_row_ = 0;
-    std::string kept_;  // the value handed out last
+    std::string kept_;         // the value handed out last
+    std::string kept_record_;  // the record; gone with the next update of a variable
 
     PxStatus Fail(const char *service);
     static Fake &Of(PxOperator *op) { return *reinterpret_cast<Handle *>(op)->fake; }
