@@ -3,7 +3,6 @@
 Every record of a made file has a number of its own, so that a lost or doubled row is told by its number.
 """
 import collections
-import json
 import pathlib
 import re
 import sqlite3
@@ -272,7 +271,7 @@ def table_rows(folder):
     database = sqlite3.connect(folder / "out.db")
     try:
         tables = sorted(row[0] for row in database.execute("SELECT name FROM sqlite_master"))
-        return tables, collections.Counter(database.execute("SELECT * FROM t"))
+        return tables, collections.Counter(database.execute("SELECT * FROM t") if "t" in tables else [])
     finally:
         database.close()
 
@@ -318,11 +317,23 @@ def some(counter):
     return [record for record, _ in sorted(counter.items(), key=str)[:5]]
 
 
-def last_report(text):
-    try:
-        return json.loads(text)
-    except ValueError:
-        return None
+def difference_from(told, job, folder):
+    """What the status of a job that does not run tells otherwise than it is; empty: nothing."""
+    checkpoint = told["checkpoint"]
+    if job.kind == "load":
+        _, rows = table_rows(folder) if (folder / "out.db").exists() else ([], collections.Counter())
+        loaded = rows.total() - rows_before(rows)
+        if loaded != (checkpoint["rows"] if checkpoint else 0):
+            return f"the table has {loaded} rows"
+    for output in told["outputs"]:
+        size = (folder / output["name"]).stat().st_size
+        if size < output["bytes"]:
+            return f"{output['name']} has {size} bytes"
+    return ""
+
+
+def rows_before(rows):
+    return sum(count for row, count in rows.items() if "old" in row)
 
 
 def checkpoint_files(folder):
