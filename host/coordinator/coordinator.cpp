@@ -132,7 +132,10 @@ void Coordinator::BeginRun()
         rejects_.Open();
     } else {
         ledger_.Restore(plan_.from->ledger);
-        rejects_.Restore(plan_.from->rejects);
+        if (const std::string warning = rejects_.Restore(plan_.from->rejects); !warning.empty()) {
+            PublicLine(Warning, warning);
+            console_.Message(LineKind::Warning, warning);
+        }
         inputs_ = plan_.from->inputs;
         drained_before_ = ledger_.target_rows() + ledger_.target_refused();
         checkpoint_.resumable = true;
@@ -191,6 +194,8 @@ void Coordinator::Call(StepRun &step, const MethodCall &call)
         message.Put(static_cast<uint32_t>(call.method)).Put(call.phase).Put(Failed() ? 0U : 1U);
         if (call.method == Method::Restart && step.side == Side::Reading && job_.has_source())
             message.Put(std::string_view(PositionOf(instance)));
+        if (call.method == Method::Execute && step.side == Side::Reading)
+            message.Put(RowsUntilDue());
         step.Of(instance).channel().Send(message);
     }
 }
@@ -301,31 +306,46 @@ void Coordinator::FillCheckpoint(JobReport &report) const
         report.checkpoint.resume = "fenwire resume " + ShownPath(job_.file);
 }
 
-// Behind the last process. What can't be put in order now is put in order by a resume, so the generation
-// is forgotten last.
-void Coordinator::FinishCheckpoints()
+void Coordinator::NoteOutcome(RunState::Outcome outcome)
 {
-    run_.outcome = stop_by_ != 0 && ledger_.failing() ? RunState::Outcome::Stopped
-                   : ledger_.failing()                ? RunState::Outcome::Failed
-                                                      : RunState::Outcome::Finished;
-    try {
-        if (!ledger_.failing() && ledger_.exit_code() < Ledger::kFatal && ledger_.committed()) {
-            rejects_.Complete();
-            if (keeps_)
-                ForgetGeneration(job_, run_.run);
-            ended_well_ = true;
-        }
-    } catch (const std::exception &failure) {
-        ledger_.AddReason(std::string("the rows are in, but the job's end could not be noted: ") +
-                          failure.what());
-        run_.outcome = RunState::Outcome::Failed;
-    }
+    run_.outcome = outcome;
     run_.reason = ledger_.reason();
     run_.changed = UtcNow();
     try {
         WriteRunState(job_, run_);
     } catch (const std::exception &failure) {
         PublicLine(Warning, failure.what());
+    }
+}
+
+// Behind the last process. A job that is killed in here goes on from its last checkpoint and ends again, so
+// that is forgotten last; and behind the outcome, lest a job without a checkpoint is taken for one that
+// has stored nothing yet.
+void Coordinator::Finish()
+{
+    using Outcome = RunState::Outcome;
+    const char *const undone = "the rows are in, but the job's end could not be noted: ";
+    bool good = !ledger_.failing() && ledger_.exit_code() < Ledger::kFatal && ledger_.committed();
+    try {
+        if (good)
+            rejects_.Complete();
+    } catch (const std::exception &failure) {
+        good = false;
+        ledger_.AddReason(std::string(undone) + failure.what());
+    }
+    FinishRejects(good);
+    NoteOutcome(good                                 ? Outcome::Finished
+                : stop_by_ != 0 && ledger_.failing() ? Outcome::Stopped
+                                                     : Outcome::Failed);
+    try {
+        if (good && keeps_) {
+            ForgetGeneration(job_, run_.run);
+            rejects_.Forget();
+        }
+        ended_well_ = good;
+    } catch (const std::exception &failure) {
+        ledger_.AddReason(std::string(undone) + failure.what());
+        NoteOutcome(Outcome::Failed);
     }
 }
 
@@ -341,8 +361,7 @@ JobReport Coordinator::Run()
     if (ledger_.failing())
         GiveUpRows();
     End();
-    FinishCheckpoints();
-    FinishRejects();
+    Finish();
 
     JobReport report;
     FillReport(report);

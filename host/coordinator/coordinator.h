@@ -72,7 +72,8 @@ private:
     void Call(StepRun &step, const MethodCall &call);
     void UndoRows();
     void End();
-    void FinishCheckpoints();
+    void Finish();
+    void NoteOutcome(RunState::Outcome outcome);
     bool Over() const;
     bool Failed() const
     {
@@ -88,6 +89,7 @@ private:
     void AdvanceRound();
     void StartRoundIfDue();
     bool IsDue() const;
+    uint64_t RowsUntilDue() const;
     void Hold();
     void Drain();
     void OnDrained(uint64_t rows, uint64_t refused);
@@ -132,7 +134,7 @@ private:
     void CountLost(const StepRun &step, int instance);
     void OnBadRecord(StepRun &step, int instance, InMessage &message);
     static std::string PlaceOf(const StepRun &step, int instance);
-    void FinishRejects();
+    void FinishRejects(bool good);
     void InstanceGone(StepRun &step, int instance);
     void TargetGone();
 

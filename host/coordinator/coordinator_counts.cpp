@@ -122,12 +122,15 @@ std::string Coordinator::PlaceOf(const StepRun &step, int instance)
 }
 
 // A state that can't be written is the old one, "running", with which no retry starts by itself.
-void Coordinator::FinishRejects()
+void Coordinator::FinishRejects(bool good)
 {
+    using Rows = RejectRun::Rows;
     try {
-        rejects_.End(ledger_.committed()                ? RejectRun::Rows::Committed
-                     : commit_in_doubt_ || Committing() ? RejectRun::Rows::InDoubt
-                                                        : RejectRun::Rows::Undone);
+        rejects_.End(good                               ? Rows::Committed
+                     : checkpoint_.resumable            ? Rows::Unfinished
+                     : commit_in_doubt_ || Committing() ? Rows::InDoubt
+                     : ledger_.committed()              ? Rows::Committed
+                                                        : Rows::Undone);
     } catch (const std::exception &failure) {
         PublicLine(Warning, failure.what());
     }

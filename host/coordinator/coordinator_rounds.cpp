@@ -61,8 +61,17 @@ bool Coordinator::IsDue() const
 {
     const auto wants = [](const auto &step) { return step->phases.wants_checkpoint(); };
     return stop_by_ != 0 || std::ranges::any_of(steps_, wants) ||
-           (job_.checkpoint.interval.count() != 0 &&
+           (KeepsRecords() && storable_ && job_.checkpoint.interval.count() != 0 &&
             Clock::now() - last_round_ >= job_.checkpoint.interval);
+}
+
+// Of one instance, which counts its share.
+uint64_t Coordinator::RowsUntilDue() const
+{
+    const auto readers = static_cast<uint64_t>(job_.readers());
+    return KeepsRecords() && storable_ && job_.checkpoint.rows != 0
+               ? (job_.checkpoint.rows + readers - 1) / readers
+               : UINT64_MAX;
 }
 
 void Coordinator::StartRoundIfDue()

@@ -39,24 +39,13 @@ const PxMethods &LoadOperator(const std::filesystem::path &path)
     return *methods;
 }
 
-}  // namespace
-
-// Each instance counts its share.
-uint64_t RowsBetweenCheckpoints(const Job &job)
-{
-    const auto readers = static_cast<uint64_t>(job.readers());
-    return job.checkpoint.rows == 0 ? UINT64_MAX : (job.checkpoint.rows + readers - 1) / readers;
-}
-
-namespace {
-
 class Instance {
 public:
     Instance(const InstanceSetup &setup, Channel channel)
         : board_(setup.board),
           mine_(setup.role == Role::Consumer ? setup.board.Receiver(setup.instance)
                                              : setup.board.Sender(setup.instance)),
-          link_(std::move(channel), setup.board), rows_between_(RowsBetweenCheckpoints(setup.job))
+          link_(std::move(channel), setup.board)
     {
         if (setup.role == Role::Consumer)
             in_ = std::make_unique<RowInlet>(setup.job, board_, setup.rings, setup.instance);
@@ -77,6 +66,8 @@ public:
             const auto method = static_cast<Method>(message.U32());
             const uint32_t phase = message.U32();
             services_->SetExecutePassed(message.U32() != 0);
+            if (method == Method::Execute && in_ == nullptr)
+                rows_due_ = message.U64();
             const int32_t status = Run(methods, method, phase);
             Publish();
             services_->TellBadRecords();
@@ -99,9 +90,9 @@ private:
             return Repeat(methods.initiate, phase, PXSTC_SamePhase, UINT64_MAX);
         case Method::Execute: {
             mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
-            const int32_t status =
-                in_ != nullptr ? RepeatWithRows(methods.execute, phase)
-                               : Repeat(methods.execute, phase, PXSTC_Success, rows_between_);
+            const int32_t status = in_ != nullptr
+                                       ? RepeatWithRows(methods.execute, phase)
+                                       : Repeat(methods.execute, phase, PXSTC_Success, rows_due_);
             mine_.state.store(status == PXSTC_NextPhase ? InstanceState::Waiting
                                                         : InstanceState::Finished,
                               std::memory_order_relaxed);
@@ -187,7 +178,7 @@ private:
     Board &board_;
     InstanceBoard &mine_;
     Link link_;
-    const uint64_t rows_between_;
+    uint64_t rows_due_ = UINT64_MAX;   // until a checkpoint is due
     std::unique_ptr<RingOutlet> out_;  // a producer's
     std::unique_ptr<RowInlet> in_;     // a consumer's
     std::unique_ptr<OperatorServices> services_;

@@ -20,9 +20,6 @@ namespace fenwire {
 // The library: FENWIRE_OPERATOR, else beside the program, else in ../lib. Throws std::runtime_error.
 std::filesystem::path FindOperatorLibrary();
 
-// How many rows a process that reads may hand over before it answers kRowsDue.
-uint64_t RowsBetweenCheckpoints(const Job &job);
-
 struct InstanceSetup {
     const Job &job;
     Role role;

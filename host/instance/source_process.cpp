@@ -45,7 +45,7 @@ private:
             source_->GoTo(call.Text());
             return PXSTC_EndMethod;
         case Method::Execute:
-            return HandOverRows();
+            return HandOverRows(call.U64());
         case Method::Checkpoint:
             return TellPosition();
         default:
@@ -53,10 +53,10 @@ private:
         }
     }
 
-    int32_t HandOverRows()
+    // behind: so many rows a checkpoint is due.
+    int32_t HandOverRows(uint64_t behind)
     {
         mine_.state.store(InstanceState::Loading, std::memory_order_relaxed);
-        const uint64_t behind = RowsBetweenCheckpoints(setup_.job);
         const uint64_t due = outlet_.rows() + std::min(behind, UINT64_MAX - outlet_.rows());
         int32_t status = PXSTC_EndMethod;
         while (status == PXSTC_EndMethod && source_->Read(outlet_)) {

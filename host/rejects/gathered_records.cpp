@@ -21,12 +21,14 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kTemporary = "QLX_FWOP_RE_TMP_", kGathered = "bad-records-";
 
-void FindNamed(const fs::path &folder, std::string_view prefix, std::vector<fs::path> &found)
+void FindNamed(const fs::path &folder, std::string_view prefix, std::string_view end,
+               std::vector<fs::path> &found)
 {
     std::error_code none;
     for (const auto &entry : fs::directory_iterator(folder, none)) {
         struct stat info = {};
-        if (entry.path().filename().string().starts_with(prefix) &&
+        const std::string name = entry.path().filename().string();
+        if (name.starts_with(prefix) && name.ends_with(end) &&
             lstat(entry.path().c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
             info.st_uid == geteuid())
             found.push_back(entry.path());
@@ -120,8 +122,16 @@ void GatheredRecords::AppendEarlierTo(int fd, const std::string &path)
 
 void GatheredRecords::FindLeftovers()
 {
-    FindNamed(job_.state / "logs", kTemporary, leftovers_);
-    FindNamed(job_.state, kGathered, leftovers_);
+    // A list that never took its place.
+    const fs::path list = RejectListOf(RecordErrorFile(job_));
+    if (!RecordErrorFile(job_).empty())
+        FindNamed(list.parent_path(), fmt::format(".{}.", list.filename().string()), ".part",
+                  leftovers_);
+    FindNamed(job_.state / "logs", kTemporary, {}, leftovers_);
+    FindNamed(job_.state, kGathered, {}, leftovers_);
+    std::erase_if(leftovers_, [](const fs::path &path) {
+        return path.filename().string().ends_with(fmt::format(".{}.part", getpid()));
+    });
     for (const Part &part : parts_)
         std::erase(leftovers_, PathOf(part));
 }
