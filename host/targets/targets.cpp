@@ -30,7 +30,18 @@ CheckpointPlace NullPlace(const Job &job)
 
 CheckpointPlace SqlitePlace(const Job &) { return CheckpointPlace::Within; }
 
-const char *AfterFailedSqlite(const Job &) { return "the database is as it was before the job"; }
+// The database itself knows: a process may have been killed behind its commit.
+const char *AfterFailedSqlite(const Job &job)
+{
+    try {
+        const auto last = FindInSqlite(job, {});
+        return last && last->number > 0 ? "the database holds the rows up to the last checkpoint"
+                                        : "the database is as it was before the job";
+    } catch (const std::runtime_error &) {
+        return "the database holds the rows up to the last checkpoint, and is as it was before the "
+               "job when there is none";
+    }
+}
 
 // A file is written anew: what it holds would be gone.
 std::string AddToPrint(Job &job)
@@ -73,7 +84,7 @@ constexpr TargetKind kTargets[] = {
     {"print", "delimited text in a file, which appears when the job is done, or on standard output",
      kPrintKeys, MakePrintTarget, CheckPrintSettings, AfterFailedPrint, AddToPrint, nullptr, nullptr,
      nullptr, nullptr, nullptr},
-    {"sqlite", "a table of an SQLite database: all rows of the job, or none",
+    {"sqlite", "a table of an SQLite database: each row once, also when the job is killed and resumed",
      kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr,
      SqliteTargetColumns, SqlitePlace, FindInSqlite, ForgetInSqlite},
 };

@@ -432,12 +432,14 @@ TEST_F(SqliteTargetTest, SettingsAreHeldToWhatSqliteTakes)
         FindTargetKind("sqlite")->check_settings(job, found);
         EXPECT_EQ(found.empty(), type.good) << type.sql_type;
     }
-    Job job = MakeJob({"id"});
-    job.target.back().value = std::string("Sqlite_master");
-    std::vector<Complaint> found;
-    FindTargetKind("sqlite")->check_settings(job, found);
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(found[0].at, (SourcePosition{4, 9}));
+    for (const std::string table : {"Sqlite_master", "Fenwire_Checkpoints"}) {
+        Job job = MakeJob({"id"});
+        job.target.back().value = table;
+        std::vector<Complaint> found;
+        FindTargetKind("sqlite")->check_settings(job, found);
+        ASSERT_EQ(found.size(), 1u);
+        EXPECT_EQ(found[0].at, (SourcePosition{4, 9}));
+    }
 }
 
 // Each batch of rows in one transaction with the generation that says how many there are.
