@@ -108,8 +108,7 @@ void SqliteInserts::Prepare()
     for (size_t i = 0; i < std::size(kRowsAtOnce); ++i) {
         if (kRowsAtOnce[i] > 1 && kRowsAtOnce[i] * job_.columns.size() > most)
             continue;
-        std::string sql =
-            fmt::format("INSERT INTO main.{} ({}) VALUES ", SqlName(table_), names);
+        std::string sql = fmt::format("INSERT INTO main.{} ({}) VALUES ", SqlName(table_), names);
         for (size_t row = 0; row < kRowsAtOnce[i]; ++row)
             sql += (row > 0 ? ", " : "") + marks;
         inserts_[i] = database_->Prepare(sql);
@@ -175,7 +174,8 @@ int SqliteInserts::Try(const SqliteStatement &insert, const RowRecord *rows, siz
     return code == SQLITE_OK ? SQLITE_DONE : code;
 }
 
-int SqliteInserts::Bind(const SqliteStatement &insert, int &at, const RowRecord &row, size_t waiting)
+int SqliteInserts::Bind(const SqliteStatement &insert, int &at, const RowRecord &row,
+                        size_t waiting)
 {
     try {
         return binding_.Bind(insert.get(), at, row);
