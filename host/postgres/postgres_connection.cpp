@@ -26,8 +26,9 @@ constexpr const char *kSetUp =
     "('statement_timeout', '0'), ('lock_timeout', '0'), "
     "('idle_in_transaction_session_timeout', '0'), ('idle_session_timeout', '0'), "
     "('transaction_timeout', '0'), ('client_connection_check_interval', '2s'), "
-    "('client_min_messages', 'error')) v(name, value) "
-    "JOIN pg_catalog.pg_settings s ON lower(s.name) = lower(v.name)";
+    "('default_transaction_isolation', 'read committed'), "
+    "('default_transaction_read_only', 'off'), ('client_min_messages', 'error')) "
+    "v(name, value) JOIN pg_catalog.pg_settings s ON lower(s.name) = lower(v.name)";
 
 struct FreeOptions {
     void operator()(PQconninfoOption *options) const { PQconninfoFree(options); }

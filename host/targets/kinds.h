@@ -18,6 +18,12 @@ std::vector<Column> SqliteTargetColumns(const Job &job);
 std::optional<StoredGeneration> FindInSqlite(const Job &job, const std::string &run);
 void ForgetInSqlite(const Job &job, const std::string &run);
 
+std::unique_ptr<Target> MakePostgresTarget(const Job &job);
+void CheckPostgresSettings(const Job &job, std::vector<Complaint> &found);
+std::vector<Column> PostgresTargetColumns(const Job &job);
+std::optional<StoredGeneration> FindPostgresGeneration(const Job &job, const std::string &run);
+void ForgetPostgresGeneration(const Job &job, const std::string &run);
+
 }  // namespace fenwire
 
 #endif

@@ -60,6 +60,15 @@ std::string AddToSqlite(Job &job)
     return {};
 }
 
+const char *AfterFailedPostgres(const Job &)
+{
+    return "the table has none of the rows that were not committed";
+}
+
+std::string AddToPostgres(Job &job) { return AddToSqlite(job); }
+
+CheckpointPlace PlaceOfPostgres(const Job &) { return CheckpointPlace::Within; }
+
 // clang-format off
 constexpr SettingKey kPrintKeys[] = {
     {"file",      "path",   false, "the file to write; without it standard output"},
@@ -74,6 +83,14 @@ constexpr SettingKey kSqliteKeys[] = {
     {"create",    "yes/no", false, "makes the table when it is not there; true without it"},
     {"replace",   "yes/no", false, "empties the table first, as part of the job; false without it"},
 };
+constexpr SettingKey kPostgresKeys[] = {
+    {"connection",  "text",    false, "\"host=db1 dbname=sales user=loader\" or a URI; what it does not say comes from PGHOST and the like. Passwords: ${NAME}, or .pgpass"},
+    {"table",       "text",    true,  "the table that takes the rows, \"orders\" or \"sales.orders\""},
+    {"create",      "yes/no",  false, "makes the table when it is not there; true without it"},
+    {"unlogged",    "yes/no",  false, "makes it UNLOGGED: faster, and empty after a crash of the server; false without it"},
+    {"replace",     "yes/no",  false, "empties the table first, as part of the job; false without it"},
+    {"connections", "integer", false, "over which rows go at once, 1 to 64; one for each instance without it"},
+};
 constexpr SettingKey kNullKeys[] = {
     {"checksum",  "yes/no", false, "sums the rows up, which takes them to the target's process; false without it"},
 };
@@ -87,6 +104,10 @@ constexpr TargetKind kTargets[] = {
     {"sqlite", "a table of an SQLite database: each row once, also when the job is killed and resumed",
      kSqliteKeys, MakeSqliteTarget, CheckSqliteSettings, AfterFailedSqlite, AddToSqlite, nullptr,
      SqliteTargetColumns, SqlitePlace, FindInSqlite, ForgetInSqlite},
+    {"postgres", "a table of a PostgreSQL database, over one connection or several",
+     kPostgresKeys, MakePostgresTarget, CheckPostgresSettings, AfterFailedPostgres, AddToPostgres,
+     nullptr, PostgresTargetColumns, PlaceOfPostgres, FindPostgresGeneration,
+     ForgetPostgresGeneration},
 };
 // clang-format on
 
