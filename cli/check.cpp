@@ -3,6 +3,7 @@
 //     ok: job load-orders: 4 columns, 2 instances, character set UTF8
 //     ok: input: 3 files, 1.2 MB, /data/in/*.csv
 //     ok: target: sqlite
+//     ok: checkpoints: every 60 s, kept in the target
 //     the job could run
 //
 // Of a job that writes files, "ok: output: 2 files, Delimited", and what would become of each.
@@ -12,10 +13,12 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <fstream>
 #include <iterator>
 
 #include "cli/verbs.h"
+#include "host/checkpoint/checkpoints.h"
 #include "host/job/attribute_catalogue.h"
 #include "host/job/data_files.h"
 #include "host/job/output_files.h"
@@ -154,6 +157,28 @@ std::vector<Complaint> CheckOutput(const Job &job)
     return {};
 }
 
+std::string RuleInWords(const CheckpointRule &rule)
+{
+    std::vector<std::string> when;
+    if (rule.interval.count() != 0)
+        when.push_back(
+            fmt::format("every {} s", static_cast<double>(rule.interval.count()) / 1000));
+    if (rule.rows != 0)
+        when.push_back(fmt::format("every {}", Count(rule.rows, "row")));
+    return when.empty() ? "before the first row and behind the last; with checkpoint in [job] also "
+                          "on the way"
+                        : fmt::format("{}", fmt::join(when, " or "));
+}
+
+void TellOfCheckpoints(const Job &job)
+{
+    const CheckpointPlace place = PlaceOfCheckpoints(job);
+    if (place == CheckpointPlace::None)
+        return Note("the job can't be resumed: " + WhyNotResumable(job));
+    fmt::print("ok: checkpoints: {}, kept in {}\n", RuleInWords(job.checkpoint),
+               place == CheckpointPlace::Within ? "the target" : "the state folder");
+}
+
 std::string InstancesInWords(const Job &job)
 {
     const std::string readers = Count(static_cast<size_t>(job.readers()), "instance");
@@ -173,6 +198,7 @@ int CheckVerb(const JobOptions &options)
     std::vector<Complaint> found = job.has_source() ? CheckSource(job) : CheckInput(job);
     std::ranges::move(job.has_target() ? CheckTarget(job) : CheckOutput(job),
                       std::back_inserter(found));
+    TellOfCheckpoints(job);
     if (!found.empty()) {
         std::ifstream in(job.file, std::ios::binary);
         const std::string source{std::istreambuf_iterator<char>(in), {}};

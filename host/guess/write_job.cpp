@@ -286,8 +286,11 @@ private:
         std::string comment = more ? "only ASCII was seen" : set.comment;
         if (guess_.byte_order_mark)
             comment += comment.empty() ? "with a byte order mark" : ", with a byte order mark";
-        out_ += fmt::format("[job]\nname = {}\n", TomlText(stem_)) +
-                Line(fmt::format("charset = \"{}\"", more ? "UTF8" : set.charset), comment) + '\n';
+        out_ +=
+            fmt::format("[job]\nname = {}\n", TomlText(stem_)) +
+            Line(fmt::format("charset = \"{}\"", more ? "UTF8" : set.charset), comment) +
+            Line("checkpoint = \"60s\"", "when it was killed, fenwire resume goes on from there") +
+            '\n';
     }
 
     void Producer()

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <fmt/format.h>
 
+#include "host/checkpoint/checkpoints.h"
 #include "host/job/sections.h"
 #include "host/job/words.h"
 
@@ -90,6 +91,15 @@ void ReadCheckpoint(const Entry &entry, CheckpointRule &rule, std::vector<Compla
         if (end != std::string_view::npos)
             rest.remove_prefix(end + kOr.size());
     }
+}
+
+void CheckCheckpoints(const Job &job, std::vector<Complaint> &found)
+{
+    const bool whole = found.empty();  // else it may be no source or target that could be asked
+    if (!whole || !job.checkpoint.any() || PlaceOfCheckpoints(job) != CheckpointPlace::None)
+        return;
+    found.push_back({job.checkpoint.at, "the job can't take checkpoints: " + WhyNotResumable(job),
+                     "remove checkpoint; when the job fails it is run again from its start"});
 }
 
 }  // namespace fenwire

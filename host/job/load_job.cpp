@@ -164,6 +164,7 @@ Job LoadJob(const fs::path &file, const std::vector<Override> &overrides)
     CheckErrorFileIsNoInput(job, found);
     CheckOutputIsNoInput(job, found);
     CheckValidUtf8(job, found);
+    CheckCheckpoints(job, found);
     if (!found.empty())
         throw MakeJobError(file.string(), source, std::move(found));
     job.state = job.folder / ".fenwire" / job.name;

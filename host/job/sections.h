@@ -22,6 +22,8 @@ void ReadTargetSection(const Value &section, Job &job, std::vector<Complaint> &f
 // Last of all: it may take the columns from what the source or the target is.
 void ReadSchemaSection(const Value &section, Job &job, std::vector<Complaint> &found);
 
+// Whether a job that names an interval can take checkpoints. Last, on a job that is right.
+void CheckCheckpoints(const Job &job, std::vector<Complaint> &found);
 // What the source's and the target's kinds say of their settings, and of the columns.
 void CheckSettings(const Job &job, std::vector<Complaint> &found);
 // The end that has columns of its own, "source" or "target"; empty: none has.
