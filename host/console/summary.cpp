@@ -323,8 +323,8 @@ void AddCheckpoints(Lines &lines, const CheckpointReport &report)
 {
     constexpr uint64_t kAlways = 2;  // before the first row and behind the last
     if (report.resumed_from > 0)
-        AddLabelled(lines, "resumed",
-                    fmt::format("from checkpoint {}; the figures are of all runs together",
+        AddLabelled(lines, "began",
+                    fmt::format("at checkpoint {}; the figures are of all runs together",
                                 report.resumed_from));
     if (report.rounds > kAlways)
         AddLabelled(lines, "saved",
@@ -347,6 +347,8 @@ std::string Throughput(const JobReport &report)
         "{} in {}",
         whole ? Size(amount) : Grouped(report.read) + (from_source ? " rows" : " records"),
         Duration(report.seconds));
+    if (report.checkpoint.resumed_from > 0)
+        return text + ", which is the time of this run alone";  // its part of the rows is not known
     if (!(report.seconds > 0))
         return text;
     return fmt::format("{}: {}{} rows/s", text,

@@ -199,7 +199,7 @@ TEST(Summary, AJobThatCanGoOnSaysHow)
               "resumable from checkpoint 7 of 2026-11-21 20:15:00 UTC, 1,200 rows are in; some "
               "behind it may come twice\n",
               "  rows    read 2,000 so far, loaded 1,200 for good\n",
-              "  resumed  from checkpoint 3; the figures are of all runs together\n",
+              "  began   at checkpoint 3; the figures are of all runs together\n",
               "  saved   4 checkpoints, which took 0.2 s\n",
               "  note    rows may come twice after a failure: several connections\n"})
             EXPECT_TRUE(Has(whole, line)) << line << whole;
