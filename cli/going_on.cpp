@@ -125,6 +125,11 @@ void CheckThatItBegan(const Job &job)
         throw UsageError(fmt::format("nothing to resume: the last run of {} came to its end at {}",
                                      job.name, UtcWords(state->changed)),
                          JobCommand("run", job) + " runs it again");
+    if (!state->keeps_checkpoints)
+        throw UsageError(fmt::format("nothing to resume: the last run of {} took no checkpoints, "
+                                     "since it read or wrote what is no plain file",
+                                     job.name),
+                         JobCommand("run", job) + " runs it from its start");
     Say(fmt::format("{}: no checkpoint is stored, so it starts from the beginning", job.name));
 }
 

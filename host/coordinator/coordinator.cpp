@@ -10,7 +10,7 @@
 #include "host/coordinator/target_process.h"
 #include "host/instance/instance_process.h"
 #include "host/instance/source_process.h"
-#include "host/job/words.h"
+#include "host/job/command.h"
 #include "host/sources/source.h"
 #include "host/targets/target.h"
 #include "operator/message_table.h"
@@ -303,7 +303,7 @@ void Coordinator::FillCheckpoint(JobReport &report) const
     report.checkpoint = checkpoint_;
     report.checkpoint.resumable = checkpoint_.resumable && !ended_well_;
     if (report.checkpoint.resumable)
-        report.checkpoint.resume = "fenwire resume " + ShownPath(job_.file);
+        report.checkpoint.resume = JobCommand("resume", job_);
 }
 
 void Coordinator::NoteOutcome(RunState::Outcome outcome)

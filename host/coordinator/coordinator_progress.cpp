@@ -101,6 +101,10 @@ JobSnapshot Coordinator::Snapshot() const
         AddInstances(*step, shot);
     shot.refused = rejects_.left_out();
     AddReadFiles(shot);
+    if (checkpoint_.resumable) {
+        shot.checkpoint = checkpoint_.generation;
+        shot.checkpoint_age = std::chrono::duration<double>(Clock::now() - last_round_).count();
+    }
     shot.writes = writing() != nullptr;
     if (shot.writes)
         AddWrittenFiles(shot);

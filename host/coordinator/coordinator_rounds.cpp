@@ -182,6 +182,10 @@ void Coordinator::Store()
         if (writing() != nullptr)
             NoteFiles(*writing(), outputs_, true);
         storable_ = AllPlainFiles();
+        if (!storable_) {
+            run_.keeps_checkpoints = false;
+            WriteRunState(job_, run_);
+        }
     }
     const bool stored = IsStored();
     if (stored)

@@ -98,7 +98,7 @@ void CheckCheckpoints(const Job &job, std::vector<Complaint> &found)
     const bool whole = found.empty();  // else it may be no source or target that could be asked
     if (!whole || !job.checkpoint.any() || PlaceOfCheckpoints(job) != CheckpointPlace::None)
         return;
-    found.push_back({job.checkpoint.at, "the job can't take checkpoints: " + WhyNotResumable(job),
+    found.push_back({job.checkpoint.at, "the job can't be resumed: " + WhyNotResumable(job),
                      "remove checkpoint; when the job fails it is run again from its start"});
 }
 

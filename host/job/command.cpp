@@ -6,17 +6,11 @@
 #include <cctype>
 #include <fmt/format.h>
 
+#include "host/job/words.h"
+
 namespace fenwire {
 
 namespace {
-
-// A path as short as it can be told from where the user stands.
-std::string Shown(const std::filesystem::path &path)
-{
-    std::error_code failure;
-    const std::filesystem::path near = std::filesystem::proximate(path, failure);
-    return failure || near.string().starts_with("..") ? path.string() : near.string();
-}
 
 // One word for a shell.
 std::string Word(const std::string &text)
@@ -38,7 +32,7 @@ std::string Word(const std::string &text)
 
 std::string JobCommand(const std::string &verb, const Job &job)
 {
-    std::string command = fmt::format("fenwire {} {}", verb, Word(Shown(job.file)));
+    std::string command = fmt::format("fenwire {} {}", verb, Word(ShownPath(job.file)));
     for (const Override &given : job.overrides)
         command += given.step == kReadingStep
                        ? fmt::format(" --{} {}", given.name, Word(given.value))

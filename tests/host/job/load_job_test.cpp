@@ -92,6 +92,11 @@ TEST(LoadJob, CheckpointsAreDueByTimeAndByRows)
         EXPECT_EQ(rule.interval.count(), c.milliseconds) << c.given;
         EXPECT_EQ(rule.rows, c.rows) << c.given;
     }
+    const std::string never =
+        folder.Complaints(kGood, {{"job", "checkpoint", "9s"}, {"target", "type", "print"}});
+    EXPECT_NE(never.find("can't be resumed: a target of type print takes no checkpoints"),
+              std::string::npos)
+        << never;
 }
 
 TEST(LoadJob, BadFileGetsItsComplaint)
