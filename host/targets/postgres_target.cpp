@@ -26,9 +26,9 @@
 #include "host/job/words.h"
 #include "host/targets/kinds.h"
 #include "host/targets/postgres_checkpoints.h"
+#include "host/targets/postgres_encoder.h"
 #include "host/targets/postgres_feed.h"
 #include "host/targets/postgres_place.h"
-#include "host/targets/postgres_rows.h"
 
 namespace fenwire {
 
@@ -68,7 +68,7 @@ public:
         : job_(job), where_(PostgresConnectionOf(job)), name_(PostgresTableOf(job)),
           create_(SettingOr(job.target, "create", true)),
           replace_(SettingOr(job.target, "replace", false)), count_(PostgresConnectionsOf(job)),
-          rows_(job)
+          encoder_(job)
     {
     }
     ~PostgresTarget() override { Abort(); }
@@ -113,7 +113,7 @@ public:
         Guarded([&] {
             feed.From(instance, rows_of_[index] + 1);
             rows.ForEach([&](const RowRecord &row) {
-                feed.Use(Encoded(instance, row, feed.Reserve(rows_.Room(row))));
+                feed.Use(Encoded(instance, row, feed.Reserve(encoder_.Room(row))));
                 ++rows_of_[index];
                 report_.bytes += row.data_bytes();
             });
@@ -197,10 +197,10 @@ private:
             MakeMissingTable(start);
         PostgresConnection &first = feeds_.front()->connection();
         const std::vector<const PostgresColumn *> columns = FindTable(first);
-        rows_.Begin(columns);
+        encoder_.Begin(columns);
         for (const auto &feed : feeds_)
-            feed->Prepare(table_->name.table, PostgresCopySql(*table_, columns, rows_.binary()),
-                          rows_.Head(), rows_.Tail());
+            feed->Prepare(table_->name.table, PostgresCopySql(*table_, columns, encoder_.binary()),
+                          encoder_.Head(), encoder_.Tail());
         if (replace_ && start == Start::Anew)
             Empty();
         if (count_ == 1)
@@ -263,7 +263,7 @@ private:
     char *Encoded(int instance, const RowRecord &row, char *to)
     {
         try {
-            return rows_.Put(row, to);
+            return encoder_.Put(row, to);
         } catch (const PostgresMisfit &misfit) {
             throw TargetError(
                 fmt::format("table {} can't take row {} of instance {}: {}", table_->name.Words(),
@@ -367,7 +367,7 @@ private:
     PostgresName name_;
     bool create_, replace_;
     size_t count_;
-    PostgresRows rows_;
+    PostgresEncoder encoder_;
     std::optional<PostgresTable> table_;
     std::optional<PostgresCheckpoints> checkpoints_;
     std::optional<PostgresConnection> control_;

@@ -1,11 +1,11 @@
-// host/targets/postgres_rows.h - a job's rows as what COPY takes.
+// host/targets/postgres_encoder.h - a job's rows as what COPY takes.
 //
 // Text columns go as text, which the server reads about as fast as anything and puts into a column of any type.
 // Once a job has values that are no text, and each column has a binary form for its own, all of them go in
 // binary, so that nobody writes numbers out for the other side to read.
 
-#ifndef FENWIRE_HOST_TARGETS_POSTGRES_ROWS_H
-#define FENWIRE_HOST_TARGETS_POSTGRES_ROWS_H
+#ifndef FENWIRE_HOST_TARGETS_POSTGRES_ENCODER_H
+#define FENWIRE_HOST_TARGETS_POSTGRES_ENCODER_H
 
 #include <string>
 #include <string_view>
@@ -24,9 +24,9 @@ struct PostgresMisfit {
     std::string words;
 };
 
-class PostgresRows {
+class PostgresEncoder {
 public:
-    explicit PostgresRows(const Job &job);
+    explicit PostgresEncoder(const Job &job);
 
     // The table's columns, in the job's order.
     void Begin(const std::vector<const PostgresColumn *> &columns);

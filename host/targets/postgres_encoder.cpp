@@ -1,6 +1,6 @@
-// host/targets/postgres_rows.cpp
+// host/targets/postgres_encoder.cpp
 
-#include "host/targets/postgres_rows.h"
+#include "host/targets/postgres_encoder.h"
 
 #include <algorithm>
 #include <cstring>
@@ -62,7 +62,7 @@ char *PutNull(char *to)
 
 }  // namespace
 
-PostgresRows::PostgresRows(const Job &job)
+PostgresEncoder::PostgresEncoder(const Job &job)
 {
     for (const Column &column : job.columns) {
         Sent sent;
@@ -73,7 +73,7 @@ PostgresRows::PostgresRows(const Job &job)
     row_room_ = columns_.size() * (kMostPgValue + 4) + 8;
 }
 
-PostgresRows::Way PostgresRows::WayOf(const ValueType &type, const PostgresColumn &column)
+PostgresEncoder::Way PostgresEncoder::WayOf(const ValueType &type, const PostgresColumn &column)
 {
     switch (type.kind) {
     case TypeKind::Text:
@@ -90,7 +90,7 @@ PostgresRows::Way PostgresRows::WayOf(const ValueType &type, const PostgresColum
     }
 }
 
-void PostgresRows::Begin(const std::vector<const PostgresColumn *> &columns)
+void PostgresEncoder::Begin(const std::vector<const PostgresColumn *> &columns)
 {
     binary_ = all_text_ = true;
     for (size_t i = 0; i < columns_.size(); ++i) {
@@ -107,10 +107,16 @@ void PostgresRows::Begin(const std::vector<const PostgresColumn *> &columns)
     binary_ = binary_ && !std::ranges::all_of(columns_, is_text);
 }
 
-std::string_view PostgresRows::Head() const { return binary_ ? kBinaryHead : std::string_view(); }
-std::string_view PostgresRows::Tail() const { return binary_ ? kBinaryTail : std::string_view(); }
+std::string_view PostgresEncoder::Head() const
+{
+    return binary_ ? kBinaryHead : std::string_view();
+}
+std::string_view PostgresEncoder::Tail() const
+{
+    return binary_ ? kBinaryTail : std::string_view();
+}
 
-char *PostgresRows::Put(const RowRecord &row, char *to)
+char *PostgresEncoder::Put(const RowRecord &row, char *to)
 {
     if (binary_)
         return PutBinary(row, to);
@@ -120,7 +126,7 @@ char *PostgresRows::Put(const RowRecord &row, char *to)
     return PutText(row, to);
 }
 
-char *PostgresRows::PutPlainText(const RowRecord &row, char *to) const
+char *PostgresEncoder::PutPlainText(const RowRecord &row, char *to) const
 {
     const auto columns = static_cast<uint32_t>(columns_.size());
     const uint8_t *data = row.data(columns);
@@ -139,7 +145,7 @@ char *PostgresRows::PutPlainText(const RowRecord &row, char *to) const
     return to;
 }
 
-char *PostgresRows::PutText(const RowRecord &row, char *to)
+char *PostgresEncoder::PutText(const RowRecord &row, char *to)
 {
     const uint8_t *data = row.data(static_cast<uint32_t>(columns_.size()));
     for (uint32_t i = 0; i < columns_.size(); ++i) {
@@ -156,7 +162,8 @@ char *PostgresRows::PutText(const RowRecord &row, char *to)
     return to;
 }
 
-char *PostgresRows::PutTextValue(const Sent &column, const uint8_t *value, uint32_t bytes, char *to)
+char *PostgresEncoder::PutTextValue(const Sent &column, const uint8_t *value, uint32_t bytes,
+                                    char *to)
 {
     switch (column.way) {
     case Way::Text:
@@ -183,7 +190,7 @@ char *PostgresRows::PutTextValue(const Sent &column, const uint8_t *value, uint3
                           interval.micros);
 }
 
-char *PostgresRows::PutBinary(const RowRecord &row, char *to)
+char *PostgresEncoder::PutBinary(const RowRecord &row, char *to)
 {
     const uint8_t *data = row.data(static_cast<uint32_t>(columns_.size()));
     to = PutBig(to, columns_.size(), 2);
@@ -201,8 +208,8 @@ char *PostgresRows::PutBinary(const RowRecord &row, char *to)
     return to;
 }
 
-char *PostgresRows::PutBinaryValue(const Sent &column, const uint8_t *value, uint32_t bytes,
-                                   char *to)
+char *PostgresEncoder::PutBinaryValue(const Sent &column, const uint8_t *value, uint32_t bytes,
+                                      char *to)
 {
     switch (column.form) {
     case PgForm::Graphic:
@@ -225,7 +232,7 @@ char *PostgresRows::PutBinaryValue(const Sent &column, const uint8_t *value, uin
 }
 
 // The characters of a value of two-byte units.
-const std::string &PostgresRows::Utf8(const Sent &column, const uint8_t *value, uint32_t bytes)
+const std::string &PostgresEncoder::Utf8(const Sent &column, const uint8_t *value, uint32_t bytes)
 {
     utf8_.clear();
     if (!AppendUtf8(value, bytes, utf8_) || utf8_.find('\0') != std::string::npos)
@@ -233,7 +240,7 @@ const std::string &PostgresRows::Utf8(const Sent &column, const uint8_t *value, 
     return utf8_;
 }
 
-void PostgresRows::Refuse(const Sent &column, const uint8_t *value, uint32_t bytes)
+void PostgresEncoder::Refuse(const Sent &column, const uint8_t *value, uint32_t bytes)
 {
     std::string shown;
     const char *why = "these bytes are no value of the type";
