@@ -58,8 +58,8 @@ std::string Unescaped(const PostgresConnection &connection, std::string_view tex
 }  // namespace
 
 PostgresCheckpoints::PostgresCheckpoints(const Job &job, PostgresConnection &connection)
-    : job_(job.name), job_file_(job.file.string()), place_(PostgresPlaceOf(connection, job)),
-      table_(SqlName(place_.schema) + "." + (place_.unlogged ? kUnloggedTable : kTable))
+    : job_(job.name), job_file_(job.file.string()), home_(PostgresHomeOf(connection, job)),
+      table_(SqlName(home_.schema) + "." + (home_.unlogged ? kUnloggedTable : kTable))
 {
     const uint64_t hash = HashOf(job_file_ + '\0' + job_);
     lock_key_ = std::to_string(static_cast<int64_t>(hash));
@@ -152,12 +152,12 @@ std::optional<StoredGeneration> PostgresCheckpoints::Find(PostgresConnection &co
 void PostgresCheckpoints::RequireRights(PostgresConnection &connection) const
 {
     if (HasTable(connection) ||
-        connection.Value("SELECT has_schema_privilege($1, 'CREATE')", {place_.schema}) == "t")
+        connection.Value("SELECT has_schema_privilege($1, 'CREATE')", {home_.schema}) == "t")
         return;
     connection.Throw(fmt::format(
         "{}: checkpoints go into table {}, which this user may not make; GRANT CREATE ON "
         "SCHEMA {} would allow it",
-        connection.shown(), table_, SqlName(place_.schema)));
+        connection.shown(), table_, SqlName(home_.schema)));
 }
 
 void PostgresCheckpoints::Store(PostgresConnection &connection,
@@ -169,7 +169,7 @@ void PostgresCheckpoints::Store(PostgresConnection &connection,
             "CREATE {}TABLE {} (run text, job text, job_file text, generation bigint NOT NULL, "
             "saved_at timestamptz NOT NULL, state bytea NOT NULL, "
             "PRIMARY KEY (run, job, job_file))",
-            place_.unlogged ? "UNLOGGED " : "", table_));
+            home_.unlogged ? "UNLOGGED " : "", table_));
     connection.Run(fmt::format("DELETE FROM {} WHERE job = $1 AND job_file = $2", table_),
                    {job_, job_file_});
     std::string state = "\\x";

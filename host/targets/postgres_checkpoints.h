@@ -52,7 +52,7 @@ private:
     void SettlePrepared(PostgresConnection &connection) const;
 
     std::string job_, job_file_;
-    PostgresPlace place_;
+    PostgresHome home_;
     std::string table_;     // as SQL has it
     std::string lock_key_;  // of the job, a number
     std::string prefix_;    // of the names of its prepared transactions

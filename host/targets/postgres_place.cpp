@@ -74,7 +74,7 @@ size_t PostgresConnectionsOf(const Job &job)
         std::clamp<int64_t>(SettingOr(job.target, "connections", most), 1, most));
 }
 
-PostgresPlace PostgresPlaceOf(PostgresConnection &connection, const Job &job)
+PostgresHome PostgresHomeOf(PostgresConnection &connection, const Job &job)
 {
     const PostgresName name = PostgresTableOf(job);
     const PostgresResult row = connection.Run(

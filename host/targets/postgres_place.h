@@ -18,11 +18,11 @@ inline constexpr int64_t kMostPostgresConnections = 64;
 size_t PostgresConnectionsOf(const Job &job);  // no more than there are instances
 
 // What the table is or would be.
-struct PostgresPlace {
+struct PostgresHome {
     std::string schema;
     bool unlogged = false;
 };
-PostgresPlace PostgresPlaceOf(PostgresConnection &connection, const Job &job);
+PostgresHome PostgresHomeOf(PostgresConnection &connection, const Job &job);
 
 // Makes the table with the job's columns.
 void CreatePostgresTable(PostgresConnection &connection, const Job &job);

@@ -67,7 +67,7 @@ public:
     explicit PostgresTarget(const Job &job)
         : job_(job), where_(PostgresConnectionOf(job)), name_(PostgresTableOf(job)),
           create_(SettingOr(job.target, "create", true)),
-          replace_(SettingOr(job.target, "replace", false)), count_(PostgresConnectionsOf(job)),
+          rehome_(SettingOr(job.target, "replace", false)), count_(PostgresConnectionsOf(job)),
           encoder_(job)
     {
     }
@@ -201,7 +201,7 @@ private:
         for (const auto &feed : feeds_)
             feed->Prepare(table_->name.table, PostgresCopySql(*table_, columns, encoder_.binary()),
                           encoder_.Head(), encoder_.Tail());
-        if (replace_ && start == Start::Anew)
+        if (rehome_ && start == Start::Anew)
             Empty();
         if (count_ == 1)
             control_.reset();  // there is nothing to control
@@ -365,7 +365,7 @@ private:
     Job job_;
     std::string where_;
     PostgresName name_;
-    bool create_, replace_;
+    bool create_, rehome_;
     size_t count_;
     PostgresEncoder encoder_;
     std::optional<PostgresTable> table_;
