@@ -11,6 +11,9 @@
 //     lie             a bad record whose lengths are wrong        limit N   no file grows beyond N bytes
 //     signal S ..     to the runner             pid         into the trace
 //
+// Its checkpoint record is "instance I after N rows", N of this run, and it tells the runner of these rows
+// as those of file I. A restart leaves the record in the trace; execute then has the script Resumed.
+//
 // Every call leaves a line "instance method phase" in the file Trace, each time the phase or method is new.
 
 #include <charconv>
@@ -73,6 +76,9 @@ PxSchema *Stream(PxOperator *op, int32_t *columns)
     return schemas[0];
 }
 
+uint64_t rows_put = 0;
+bool restarted = false;
+
 // Row r of instance i: "i.r" in every column, filled up with "x" to the wanted bytes. The last column of
 // every third row is NULL; in every fifth the columns do not touch each other.
 PxStatus PutRow(PxOperator *op, uint64_t row, size_t bytes)
@@ -84,6 +90,7 @@ PxStatus PutRow(PxOperator *op, uint64_t row, size_t bytes)
     static std::vector<uint32_t> offsets, lengths;
     static std::string value, block;
 
+    ++rows_put;
     char digits[24];
     value.assign(prefix);
     value.append(digits, std::to_chars(digits, digits + sizeof digits, row).ptr);
@@ -316,6 +323,39 @@ void Enter(PxOperator *op, const char *method, uint32_t phase)
     last = line;
 }
 
+PxStatus Checkpoint(PxOperator *op, uint32_t)
+{
+    const std::string record =
+        "instance " + std::to_string(Instance(op)) + " after " + std::to_string(rows_put) + " rows";
+    PxFileCounts counts = {};
+    counts.index = static_cast<uint32_t>(Instance(op));
+    counts.ended = 2;
+    counts.records = counts.rows = rows_put;
+    Trace(op, "Checkpoint");
+    if (Attribute(op, "Checkpoint") == "fails")
+        return PXSTC_FatalError;
+    if (op->PX_PutJobStat(op, PX_STAT_FileCounts, PX_STAT_RECORD, &counts, sizeof counts, 0, 0) !=
+            PXSTC_Success ||
+        op->PX_WriteCheckpointRecord(op, record.data(), static_cast<uint32_t>(record.size())) !=
+            PXSTC_Success)
+        abort();
+    return PXSTC_EndMethod;
+}
+
+PxStatus Restart(PxOperator *op, uint32_t phase)
+{
+    const void *record = nullptr;
+    uint32_t length = 0;
+    restarted = true;
+    if (phase == 1)
+        return PXSTC_NextPhase;
+    const PxStatus status = op->PX_ReadCheckpointRecord(op, &record, &length);
+    Trace(op, "Restart: " + (status == PXSTC_Success
+                                 ? std::string(static_cast<const char *>(record), length)
+                                 : std::to_string(status)));
+    return PXSTC_EndMethod;
+}
+
 PxStatus Initiate(PxOperator *op, uint32_t phase)
 {
     signal(SIGSEGV, SIG_DFL);
@@ -330,7 +370,7 @@ PxStatus Execute(PxOperator *op, uint32_t phase)
     if (phase != last)
         Enter(op, "Execute", phase);
     last = phase;
-    static Script script(op, "Execute");
+    static Script script(op, restarted ? "Resumed" : "Execute");
     return Perform(op, script);
 }
 
@@ -345,12 +385,10 @@ PxStatus Terminate(PxOperator *op, uint32_t phase)
     }
 }
 
-PxStatus Unused(PxOperator *, uint32_t) { return PXSTC_NotSupported; }
-
 PxStatus Event(PxOperator *) { return PXSTC_NotSupported; }
 
-PxMethods methods = {"16.10.00.10", "16.10.00.10", 1,      Initiate, Execute,
-                     Terminate,     Unused,        Unused, Event};
+PxMethods methods = {"16.10.00.10", "16.10.00.10", 1,       Initiate, Execute,
+                     Terminate,     Checkpoint,    Restart, Event};
 
 }  // namespace
 
