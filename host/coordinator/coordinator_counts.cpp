@@ -126,11 +126,11 @@ void Coordinator::FinishRejects(bool good)
 {
     using Rows = RejectRun::Rows;
     try {
-        rejects_.End(good                               ? Rows::Committed
-                     : checkpoint_.resumable            ? Rows::Unfinished
-                     : commit_in_doubt_ || Committing() ? Rows::InDoubt
-                     : ledger_.committed()              ? Rows::Committed
-                                                        : Rows::Undone);
+        rejects_.End(good                                                  ? Rows::Committed
+                     : checkpoint_.resumable && checkpoint_.generation > 0 ? Rows::Unfinished
+                     : commit_in_doubt_ || Committing()                    ? Rows::InDoubt
+                     : ledger_.committed()                                 ? Rows::Committed
+                                                                           : Rows::Undone);
     } catch (const std::exception &failure) {
         PublicLine(Warning, failure.what());
     }

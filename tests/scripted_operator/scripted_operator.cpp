@@ -12,7 +12,7 @@
 //     signal S ..     to the runner             pid         into the trace
 //
 // Its checkpoint record is "instance I after N rows", N of this run, and it tells the runner of these rows
-// as those of file I. A restart leaves the record in the trace; execute then has the script Resumed.
+// as those of file I, unless a step has told counts. A restart leaves the record in the trace; execute then has the script Resumed.
 //
 // Every call leaves a line "instance method phase" in the file Trace, each time the phase or method is new.
 
@@ -77,7 +77,7 @@ PxSchema *Stream(PxOperator *op, int32_t *columns)
 }
 
 uint64_t rows_put = 0;
-bool restarted = false;
+bool restarted = false, counts_told = false;
 
 // Row r of instance i: "i.r" in every column, filled up with "x" to the wanted bytes. The last column of
 // every third row is NULL; in every fifth the columns do not touch each other.
@@ -187,6 +187,7 @@ PxStatus Files(PxOperator *op)
 PxStatus Counts(PxOperator *op, const Step &step)
 {
     PxFileCounts counts = {};
+    counts_told = true;
     counts.index = static_cast<uint32_t>(step.Number(0));
     counts.ended = 1;
     counts.records = static_cast<uint64_t>(step.Number(1));
@@ -334,10 +335,10 @@ PxStatus Checkpoint(PxOperator *op, uint32_t)
     Trace(op, "Checkpoint");
     if (Attribute(op, "Checkpoint") == "fails")
         return PXSTC_FatalError;
-    if (op->PX_PutJobStat(op, PX_STAT_FileCounts, PX_STAT_RECORD, &counts, sizeof counts, 0, 0) !=
-            PXSTC_Success ||
-        op->PX_WriteCheckpointRecord(op, record.data(), static_cast<uint32_t>(record.size())) !=
-            PXSTC_Success)
+    if (!counts_told)
+        op->PX_PutJobStat(op, PX_STAT_FileCounts, PX_STAT_RECORD, &counts, sizeof counts, 0, 0);
+    if (op->PX_WriteCheckpointRecord(op, record.data(), static_cast<uint32_t>(record.size())) !=
+        PXSTC_Success)
         abort();
     return PXSTC_EndMethod;
 }
