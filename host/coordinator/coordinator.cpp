@@ -306,15 +306,18 @@ void Coordinator::FillCheckpoint(JobReport &report) const
         report.checkpoint.resume = JobCommand("resume", job_);
 }
 
-void Coordinator::NoteOutcome(RunState::Outcome outcome)
+// False: it could not be written.
+bool Coordinator::NoteOutcome(RunState::Outcome outcome)
 {
     run_.outcome = outcome;
     run_.reason = ledger_.reason();
     run_.changed = UtcNow();
     try {
         WriteRunState(job_, run_);
+        return true;
     } catch (const std::exception &failure) {
         PublicLine(Warning, failure.what());
+        return false;
     }
 }
 
@@ -334,9 +337,13 @@ void Coordinator::Finish()
         ledger_.AddReason(std::string(undone) + failure.what());
     }
     FinishRejects(good);
-    NoteOutcome(good                                 ? Outcome::Finished
-                : stop_by_ != 0 && ledger_.failing() ? Outcome::Stopped
-                                                     : Outcome::Failed);
+    const bool noted = NoteOutcome(good                                 ? Outcome::Finished
+                                   : stop_by_ != 0 && ledger_.failing() ? Outcome::Stopped
+                                                                        : Outcome::Failed);
+    if (good && keeps_ && !noted) {
+        ledger_.AddReason(std::string(undone) + "run.json can't be written");
+        return;
+    }
     try {
         if (good && keeps_) {
             ForgetGeneration(job_, run_.run);
@@ -345,7 +352,7 @@ void Coordinator::Finish()
         ended_well_ = good;
     } catch (const std::exception &failure) {
         ledger_.AddReason(std::string(undone) + failure.what());
-        NoteOutcome(Outcome::Failed);
+        (void)NoteOutcome(Outcome::Failed);
     }
 }
 

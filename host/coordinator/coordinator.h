@@ -73,7 +73,7 @@ private:
     void UndoRows();
     void End();
     void Finish();
-    void NoteOutcome(RunState::Outcome outcome);
+    bool NoteOutcome(RunState::Outcome outcome);
     bool Over() const;
     bool Failed() const
     {
