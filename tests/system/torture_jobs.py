@@ -250,7 +250,9 @@ def framing(form):
 def records_of(data, form, charset):
     """Lines, or rows with their frame; of Unformatted files, which show no borders, the bytes."""
     if form not in BINARY:
-        return data.decode("utf-16-le" if charset == "UTF16" else "utf-8", "surrogateescape").splitlines(keepends=True)
+        text = data.decode("utf-16-le" if charset == "UTF16" else "utf-8", "backslashreplace")
+        # A file's mark belongs to whichever record comes first.
+        return ["\ufeff"] * text.startswith("\ufeff") + text.removeprefix("\ufeff").split("\n")
     head, added, end = framing(form)
     if head is None:
         return [data[i:i + 1] for i in range(len(data))]
@@ -263,8 +265,8 @@ def records_of(data, form, charset):
     return found
 
 
-def lines(path):
-    return collections.Counter(path.read_bytes().split(b"\n")) if path.exists() else None
+def lines(path, charset="UTF8"):
+    return collections.Counter(records_of(path.read_bytes(), "Text", charset)) if path.exists() else None
 
 
 def table_rows(folder):
@@ -279,7 +281,7 @@ def table_rows(folder):
 def result(job, folder, report):
     """What must be the same whatever happened on the way: name -> value or multiset."""
     found = {key: report[key] for key in ("read", "loaded", "refused", "skipped", "conserved", "exit_code")}
-    found["kept records"] = lines(folder / "bad.txt")
+    found["kept records"] = lines(folder / "bad.txt", job.charset)
     found["list of bad records"] = lines(folder / "bad.txt.jsonl")
     if job.kind == "load":
         found["tables"], found["rows"] = table_rows(folder)
