@@ -58,8 +58,12 @@ void ForgetEarlierRun(const Job &job)
     std::optional<Generation> found;
     try {
         found = FindGeneration(job, {});
-    } catch (const DamagedCheckpoint &) {
-        // It is to go anyway.
+    } catch (const std::exception &) {
+        // It is to go anyway; a store that nothing can be removed from stops ForgetGeneration.
+        const bool adds =
+            job.has_target() ? !SettingOr<bool>(job.target, "replace", false) : AddsToFiles(job);
+        Say(fmt::format("{}: a checkpoint that can't be read is forgotten{}", job.name,
+                        adds ? "; rows that the earlier run has stored stay" : ""));
     }
     ForgetGeneration(job, {});
     if (found && found->number > 0)

@@ -55,6 +55,8 @@ std::string NextCommand(const Job &job, const Status &status)
 {
     if (status.process != 0)
         return {};
+    if (!status.no_generation.empty())
+        return JobCommand("run --fresh", job);
     return JobCommand(status.generation ? "resume" : "run", job);
 }
 

@@ -132,10 +132,8 @@ void Coordinator::BeginRun()
         rejects_.Open();
     } else {
         ledger_.Restore(plan_.from->ledger);
-        if (const std::string warning = rejects_.Restore(plan_.from->rejects); !warning.empty()) {
+        if (const std::string warning = rejects_.Restore(plan_.from->rejects); !warning.empty())
             PublicLine(Warning, warning);
-            console_.Message(LineKind::Warning, warning);
-        }
         inputs_ = plan_.from->inputs;
         drained_before_ = ledger_.target_rows() + ledger_.target_refused();
         checkpoint_.resumable = true;

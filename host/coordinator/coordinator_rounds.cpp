@@ -191,6 +191,7 @@ void Coordinator::Store()
     if (stored)
         MakeGeneration();
     round_.step = Round::Step::Committing;
+    round_.stores = Clock::now();
     if (target_ != nullptr && (IsLast() || (stored && place_ == CheckpointPlace::Within))) {
         const StoredGeneration generation =
             stored && place_ == CheckpointPlace::Within ? Encoded() : StoredGeneration();
@@ -245,8 +246,9 @@ void Coordinator::Stored()
     last_round_ = Clock::now();
     if (KeepsRecords()) {
         ++checkpoint_.rounds;
-        checkpoint_.round_seconds +=
-            std::chrono::duration<double>(last_round_ - round_.began).count();
+        using Seconds = std::chrono::duration<double>;
+        checkpoint_.round_seconds += Seconds(last_round_ - round_.began).count();
+        checkpoint_.commit_seconds += Seconds(last_round_ - round_.stores).count();
     }
     GoOn();
 }

@@ -20,7 +20,7 @@ import tempfile
 import threading
 import time
 
-ROWS = 20000
+ROWS = 8000
 JOB = """[job]
 name = "j"
 {checkpoint}
@@ -47,7 +47,7 @@ class Stopped:
     """A job of each kind that was stopped, to be copied for each case to the place where it was."""
 
     def __init__(self, fenwire, folder):
-        self.fenwire, self.folder = fenwire, folder
+        self.fenwire, self.folder, self.saved = fenwire, folder, {}
         (folder / "in").mkdir()
         for number in range(2):
             lines = [f"{number}{i}|{'x' * 30}\n" if i % 1000 else f"{number}{i}\n" for i in range(ROWS)]
@@ -66,19 +66,25 @@ class Stopped:
         run.send_signal(signal.SIGINT)
         if run.wait() != 130:
             raise Failed(f"the {kind} job was not stopped: exit status {run.returncode}")
-        job.rename(self.folder / f"{kind}.stopped")
+        self.saved[kind] = {path.relative_to(job): path.read_bytes() for path in job.rglob("*") if path.is_file()}
 
     def has_checkpoint(self, kind):
         job = self.folder / kind
         told = subprocess.run([self.fenwire, "status", "job.toml"], cwd=job, capture_output=True, text=True, check=False)
         return "checkpoint  " in told.stdout and "none" not in told.stdout
 
+    # The files themselves stay, since a job knows its files again.
     @contextlib.contextmanager
     def begin(self, kind):
         job = self.folder / kind
-        shutil.copytree(self.folder / f"{kind}.stopped", job)
+        for path in [path for path in job.rglob("*") if path.is_file() and path.relative_to(job) not in self.saved[kind]]:
+            path.unlink()
+        for name, data in self.saved[kind].items():
+            (job / name).parent.mkdir(parents=True, exist_ok=True)
+            if not (job / name).exists() or (job / name).read_bytes() != data:
+                (job / name).write_bytes(data)
+                (job / name).chmod(0o600)
         yield job
-        shutil.rmtree(job)
 
 
 def ids_of(kind, job):
@@ -157,6 +163,10 @@ def delete_list(job):
     (job / "bad.txt.jsonl").unlink()
 
 
+def delete_error_file(job):
+    (job / "bad.txt").unlink()
+
+
 def shorten_output(job):
     os.truncate(job / "out.txt", 100)
 
@@ -185,6 +195,15 @@ def lock_held(job):
     with open(state(job) / "lock", "r+b") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         yield
+
+
+@contextlib.contextmanager
+def no_run_json(job):
+    """run.json can't be written: a folder has its place, which stops root as well."""
+    (state(job) / "run.json").unlink()
+    (state(job) / "run.json").mkdir()
+    yield
+    (state(job) / "run.json").rmdir()
 
 
 @contextlib.contextmanager
@@ -226,9 +245,42 @@ def disk_full(_):
         resource.setrlimit(resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))
 
 
+FRESH = (None, "run --fresh", 4, [])
+ON = (None, "resume", 4, ["goes on from checkpoint"])
+DAMAGED = "the checkpoint is damaged"
+STORE = "the checkpoints of the job can't be used"
+
 CASES = [
     # name, kind, what is done, [(while, command, exit status, words)]
-    ("state folder deleted", "load", delete_folder, [(None, "resume", 4, [])]),
+    ("state folder deleted, table", "load", delete_folder, [ON]),
+    ("state folder deleted, files", "write", delete_folder, [
+        (None, "resume", 2, ["nothing to resume", "fenwire run job.toml"]), (None, "run", 4, [])]),
+    ("run.json cut", "load", cut_run_json, [(None, "run", 2, ["fenwire resume job.toml", "fenwire run --fresh"]), ON]),
+    ("run.json of zeros", "write", run_json_of_zeros, [ON]),
+    ("store cut", "write", cut_store, [
+        (None, "resume", 12, [STORE, "fenwire run --fresh"]), (None, "run", 12, [STORE]), FRESH]),
+    ("store empty", "write", empty_store, [(None, "resume", 4, ["no checkpoint is stored, so it starts from the beginning"])]),
+    ("text as store", "write", text_as_store, [(None, "resume", 12, [STORE, "is no store of checkpoints"]), FRESH]),
+    ("bytes changed in the store", "write", change_row_of_store, [
+        (None, "resume", 12, [DAMAGED]), (None, "run", 12, [DAMAGED]), FRESH]),
+    ("bytes changed in the table", "load", change_row_of_table, [
+        (None, "resume", 12, [DAMAGED, "run --fresh"]), (None, "run", 12, [DAMAGED]),
+        (None, "run --fresh --set target.replace=true", 4, ["can't be read is forgotten"])]),
+    ("store of another job", "write", store_of_another, [(None, "resume", 12, ["a job that is kept elsewhere"]), FRESH]),
+    ("list of bad records gone", "load", delete_list, [(None, "resume", 4, ["the list is begun anew"])]),
+    ("record error file gone", "load", delete_error_file, [
+        (None, "resume", 12, ["bad.txt", "the job can't go on from its checkpoint"]),
+        (None, "run --fresh --set target.replace=true", 4, [])]),
+    ("output cut", "write", shorten_output, [(None, "resume", 2, ["out.txt", "run --fresh"]), FRESH]),
+    ("half a row behind the output", "write", longer_output, [ON]),
+    ("lock held", "load", nothing, [(lock_held, "resume", 12, ["running already"]), ON]),
+    ("run.json can't be written", "load", nothing, [(no_run_json, "resume", 12, ["run.json"]), ON]),
+    ("table locked before", "load", nothing, [(database_locked, "resume", 12, ["another program holds it"]), ON]),
+    ("table read all the while", "load", nothing, [(table_read, "resume", 12, ["another program holds it"]), ON]),
+    ("table read for a second", "load", nothing, [(table_read_shortly, "resume", 4, [])]),
+    ("table read at the end", "load", nothing, [
+        (table_read, "resume --set job.checkpoint=1h", 12, ["another program holds it"]), ON]),
+    ("disk full", "write", nothing, [(disk_full, "resume", 12, []), ON]),
 ]
 
 
@@ -258,7 +310,6 @@ def main(fenwire, only=""):
         except Failed as failed:
             failures += 1
             print(f"{case[0]}: FAILED: {failed}")
-            shutil.rmtree(folder / case[1], ignore_errors=True)
     shutil.rmtree(folder)
     return failures != 0
 
