@@ -28,7 +28,8 @@ constexpr int kStopSeconds =
 
 int Coordinator::Timeout() const
 {
-    if (!KeepsRecords() || job_.checkpoint.interval.count() == 0)
+    if (!KeepsRecords() || job_.checkpoint.interval.count() == 0 ||
+        round_.step != Round::Step::None)
         return kTickMs;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(
         last_round_ + job_.checkpoint.interval - Clock::now());
