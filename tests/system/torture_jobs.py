@@ -251,8 +251,7 @@ def records_of(data, form, charset):
     """Lines, or rows with their frame; of Unformatted files, which show no borders, the bytes."""
     if form not in BINARY:
         text = data.decode("utf-16-le" if charset == "UTF16" else "utf-8", "backslashreplace")
-        # A file's mark belongs to whichever record comes first.
-        return ["\ufeff"] * text.startswith("\ufeff") + text.removeprefix("\ufeff").split("\n")
+        return text.removeprefix("\ufeff").split("\n")  # how many files have a mark is a matter of who got rows
     head, added, end = framing(form)
     if head is None:
         return [data[i:i + 1] for i in range(len(data))]
