@@ -29,6 +29,7 @@ namespace fenwire {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_view_literals;
 using Access = SqliteDatabase::Access;
 
 constexpr std::chrono::seconds kLongestWait{30};  // for a program that reads the store
@@ -65,7 +66,7 @@ bool LookAt(const Job &job, const fs::path &path)
     struct stat info;
     if (fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode))
         Unusable(job, fmt::format("{} is no plain file", shown));
-    constexpr std::string_view kBegin("SQLite format 3", 16);
+    constexpr auto kBegin = "SQLite format 3\0"sv;
     char begin[kBegin.size()];
     const ssize_t got = pread(fd.get(), begin, sizeof begin, 0);
     // Empty: its maker ended before the first checkpoint.
