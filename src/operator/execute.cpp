@@ -149,8 +149,8 @@ constexpr ExecuteStep kExecuteChain[] = {
     // 7 and 8 next output file of an archiving consumer; 9 archiving of an active scan's pass
     {10, RequestedCheckpoint },
     // 11 and 12 the next pass of an active scan
+    {14, LimitOverAllInstances},  // in front of 13: an instance without files adds up for the others
     {13, InstanceWithoutFiles},
-    {14, LimitOverAllInstances},
     {15, NextRow             },  // of a consumer; 16 of a producer
 };
 // clang-format on

@@ -82,6 +82,7 @@ const Entry kEntries[] = {
     {"lseek",     [] { Put<&OsCalls::lseek>(&OsCalls::lseek); },          {Io}},
     {"ftruncate", [] { Put<&OsCalls::ftruncate>(&OsCalls::ftruncate); },  {Io, Interrupted}},
     {"fdatasync", [] { Put<&OsCalls::fdatasync>(&OsCalls::fdatasync); },  {Io, NoSpace, Interrupted}},
+    {"fsync",     [] { Put<&OsCalls::fsync>(&OsCalls::fsync); },          {Io, Interrupted}},
     {"close",     [] { Put<&OsCalls::close>(&OsCalls::close); },          {Io, Interrupted}},
     {"stat",      [] { Put<&OsCalls::stat>(&OsCalls::stat); },            {Io}},
     {"fstat",     [] { Put<&OsCalls::fstat>(&OsCalls::fstat); },          {Io}},

@@ -380,6 +380,36 @@ TEST_F(Positions, LostOutputHasNoPosition)
     EXPECT_EQ(directory.Read("data"), "a\nb\n");
 }
 
+// Nor of a file whose name may be gone after a power failure. Folders that can't be waited for are let be.
+TEST_F(Positions, NewOutputFileHasItsNameOnTheDevice)
+{
+    static std::vector<int> faults;
+    static bool is_folder = true;
+    os.fsync = [](int descriptor) {
+        struct stat info = {};
+        is_folder = is_folder && ::fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode);
+        const int fault = faults.empty() ? 0 : faults.back();
+        if (!faults.empty())
+            faults.pop_back();
+        return fault == 0 ? 0 : (errno = fault, -1);
+    };
+    Go("", kOpenWrite);
+    faults = {EIO, EINTR};
+    EXPECT_EQ(Position(0, pmrcText), "");
+    EXPECT_STREQ(pmErrorText(pmrcText),
+                 "pmunxSync: 'fsync' error of the folder (Input/output error)");
+    faults = {EIO, EINVAL};  // the second one is for a third call, which does not come
+    EXPECT_NE(Position(), "");
+    EXPECT_NE(Position(), "");
+    EXPECT_EQ(faults.size(), 1U);
+    EXPECT_TRUE(is_folder);
+    pmClose(file);
+    Go("", kOpenWrite);
+    os.open = [](const char *, int) { return errno = EACCES, -1; };
+    EXPECT_NE(Position(), "");
+    EXPECT_EQ(faults.size(), 1U);
+}
+
 TEST_F(Positions, RestartCreatesAnOutputFileThatHadNothing)
 {
     EXPECT_EQ(Open(path_, 64, kOpenWriteAppend), pmrcNotFound);

@@ -147,6 +147,15 @@ TEST_F(TextReader, LongCloseMarkCutByABlockIsFoundAgain)
     //        |-- block of 16 --|
     EXPECT_EQ(ReadText("a\nbb,<c\nddddddd>>\ne\n", 16), "a|bb,<c\nddddddd>>|e|->9");
     EXPECT_EQ(ReadText("a\nbb,<c\ndddddd>>\ne\n", 16), "a|bb,<c\ndddddd>>|e|->9");
+    // Doubled, and the block's end lies in front of the two marks, in and between them, and behind.
+    const std::string first = std::string(15, 'a') + "\n", shown = std::string(15, 'a') + "|";
+    for (size_t fill = 7; fill < 16; ++fill) {
+        const std::string record = "<c" + std::string(fill, 'd') + ">>>>\nddd>>,b";
+        for (const std::string front : {"", "b,"})
+            EXPECT_EQ(ReadText(first + front + record + "\ne\n", 32),
+                      shown + front + record + "|e|->9")
+                << front << fill;
+    }
 }
 
 // The first record fills 16 bytes of the block of 32; a "|" in the comment is the block's end.

@@ -427,6 +427,10 @@ TEST_F(Records, BadRecordsOfAllInstancesCountToTheLimitAgain)
     };
     setting.integer["ErrorLimit"] = 4;
     EXPECT_EQ(StartFrom(record, go_on), "43 3");
+    // With files of its own or without, instance 1 adds up.
+    const std::string ended = Unpack(RecordBehind(9))[0];
+    EXPECT_EQ(StartFrom(ended, go_on), "42 3");
     setting.integer["ErrorLimit"] = 3;
     EXPECT_EQ(StartFrom(record, go_on), "48 0");
+    EXPECT_EQ(StartFrom(ended, go_on), "48 0");
 }

@@ -24,6 +24,7 @@ struct OsCalls {
     off_t (*lseek)(int descriptor, off_t offset, int whence) = ::lseek;
     int (*ftruncate)(int descriptor, off_t bytes) = ::ftruncate;
     int (*fdatasync)(int descriptor) = ::fdatasync;
+    int (*fsync)(int descriptor) = ::fsync;
     int (*close)(int descriptor) = ::close;
     int (*unlink)(const char *path) = ::unlink;
     int (*stat)(const char *path, struct stat *info) = ::stat;

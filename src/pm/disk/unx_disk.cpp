@@ -124,6 +124,8 @@ int Classify(pmFile *file, DiskFile *disk)
     disk->isFIFO = S_ISFIFO(info.st_mode);
     disk->regular = file->bOffsetKnown = S_ISREG(info.st_mode);
     disk->waits = !S_ISREG(info.st_mode) && FIFO_TimeOutSeconds != 0;
+    // A file of a process alone need not outlive it.
+    disk->unnamed = file->OpenMode != kOpenRead && file->bPrivate == 0;
     if (file->bPrivate != 0 && !IsOurFile(info))
         return NotOurFile(file);
     if (file->OpenMode == kOpenWriteAppend)

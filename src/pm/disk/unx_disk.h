@@ -21,6 +21,7 @@ struct DiskFile {
     uint32_t at_end;   // a read found the end: a pipe's next writer does not prolong the file
     uint32_t regular;  // has offsets, and a device below that can be waited for
     uint32_t lost;     // something was written that is not on the device, and won't be
+    uint32_t unnamed;  // the file may be new, and its name is not on the device yet
     PositionBlock position;
 };
 

@@ -1,7 +1,10 @@
 // pm/disk/unx_disk_write.cpp - creating local files, and writing them block by block.
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 
 #include "operator/operator_state.h"
 #include "pm/disk/os_calls.h"
@@ -76,6 +79,44 @@ int WriteAll(DiskFile *disk, const uint8_t *from, uint32_t bytes)
     return pmrcOk;
 }
 
+// Until interrupted no more. 0, or -1 with errno set.
+int Sync(int (*sync)(int descriptor), int descriptor)
+{
+    int result = 0;
+    do {
+        errno = 0;
+        result = sync(descriptor);
+    } while (result != 0 && errno == EINTR);
+    // The file system may have nothing to be waited for.
+    return result != 0 && errno != EINVAL && errno != EROFS && errno != ENOTSUP ? -1 : 0;
+}
+
+// The folder that the file lies in, whatever links lead there.
+bool FolderOf(const pmFile *file, char (&folder)[PATH_MAX])
+{
+    if (realpath(file->FName, folder) == nullptr)
+        return false;
+    char *name = strrchr(folder, '/') + 1;
+    *name = '\0';
+    return true;
+}
+
+// A file that the device has under no name is gone after a power failure, and the rows with it. A folder
+// that was moved away or that may not be read can't be waited for.
+int SyncFolder(const pmFile *file)
+{
+    char folder[PATH_MAX];
+    int descriptor = -1;
+
+    if (!FolderOf(file, folder) ||
+        (descriptor = os.open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC)) < 0)
+        return pmrcOk;
+    const bool good = Sync(os.fsync, descriptor) == 0;
+    const int code = good ? int{pmrcOk} : pmDiskError("pmunxSync", "'fsync' error of the folder");
+    os.close(descriptor);
+    return code;
+}
+
 }  // namespace
 
 int OpenForWriting(const pmFile *file)
@@ -117,16 +158,16 @@ int pmunxWBuf(pmFile *file)
 int pmunxSync(pmFile *file)
 {
     auto *disk = static_cast<DiskFile *>(file->FIData);
-    int result = 0;
 
     if (disk->regular == 0)
         return pmrcOk;
-    do {
-        errno = 0;
-        result = os.fdatasync(disk->descriptor);
-    } while (result != 0 && errno == EINTR);
-    if (result == 0 || errno == EINVAL || errno == EROFS)
-        return pmrcOk;  // the file system has nothing to be waited for
-    disk->lost = 1;     // whatever the next call answers
-    return pmDiskError("pmunxSync", "'fdatasync' error");
+    if (Sync(os.fdatasync, disk->descriptor) != 0) {
+        disk->lost = 1;  // whatever the next call answers
+        return pmDiskError("pmunxSync", "'fdatasync' error");
+    }
+    if (disk->unnamed == 0)
+        return pmrcOk;
+    const int code = SyncFolder(file);
+    disk->unnamed = code != pmrcOk;
+    return code;
 }

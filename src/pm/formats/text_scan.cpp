@@ -13,36 +13,28 @@
 
 namespace {
 
-// A quote mark of several bytes may have been cut by the end of the buffer, and its first bytes taken
-// for data. Now that more is there, the scan goes back to where it can't have been mistaken.
+// An open quote mark of several bytes may have been cut by the end of the buffer, and its first bytes
+// taken for data. Now that more is there, the scan goes back to the record's start. Inside quotes nothing
+// was mistaken: the marks that matter there are waited for whole.
 void RepairQuotes(TextScan &scan)
 {
-    if (scan.inside_quotes && CloseQuoteMark.length >= 2) {
-        if (scan.offset < scan.quote_tail_bytes)
-            return;
-        scan.offset -= scan.quote_tail_bytes;
-        PM_TRACE(4, "moved offset back to: %u %s", scan.offset,
-                 "because we were in middle of reading close quote mark between buffers");
-    } else if (bLongOpenQuote != 0) {
-        scan.offset = 0;
-        PM_TRACE(4, "moved offset back to: %u %s", scan.offset,
-                 "because we might be in middle of reading open quote mark between buffers");
-    } else {
+    if (scan.inside_quotes || bLongOpenQuote == 0)
         return;
-    }
+    scan.offset = 0;
+    PM_TRACE(4, "moved offset back to: %u %s", scan.offset,
+             "because we might be in middle of reading open quote mark between buffers");
     // Kept: at the record's first byte an open quote mark of several bytes is data from now on, unlike
     // in a record that lies whole in the buffer.
-    scan.inside_quotes = false;
     scan.at_field_start = false;
 }
 
-// The width that the test for the record's mark needs; an escape mark is needed whole where no repair
-// would come back for it.
+// The width that the test for the record's mark needs; inside quotes, that of the marks which count there.
 uint32_t WantedWidth(const TextScan &scan, uint32_t needed)
 {
-    if (!scan.inside_quotes || CloseQuoteMark.length > 1)
+    if (!scan.inside_quotes)
         return needed;
-    return std::max(needed, static_cast<uint32_t>(EscapeQuoteCharacter.length));
+    return std::max(needed, static_cast<uint32_t>(
+                                std::max(EscapeQuoteCharacter.length, CloseQuoteMark.length)));
 }
 
 int MakeRoom(TextScan &scan, uint32_t needed)
@@ -64,8 +56,6 @@ bool StepIntoQuotes(TextScan &scan)
     const pmFile *file = scan.file;
     if (scan.inside_quotes || !MarkAt(scan, OpenQuoteMark))
         return false;
-    if (CloseQuoteMark.length >= 2)
-        scan.quote_tail_bytes = file->BufferEnd - scan.offset;
     if (!scan.at_field_start && !IsBehindDelimiter(file, scan.offset))
         return false;
     scan.inside_quotes = true;
@@ -80,8 +70,6 @@ int StepOverEscape(TextScan &scan, uint32_t needed)
     scan.offset += static_cast<uint32_t>(EscapeQuoteCharacter.length);
     if (const int code = MakeRoom(scan, needed); code != pmrcOk)
         return code;
-    if (!scan.inside_quotes)
-        return pmrcOk;  // moved back: the field is walked again
     for (const SpecialCharValue *mark : {&EscapeQuoteCharacter, &CloseQuoteMark}) {
         if (MarkAt(scan, *mark)) {
             scan.offset += static_cast<uint32_t>(mark->length);
@@ -91,18 +79,28 @@ int StepOverEscape(TextScan &scan, uint32_t needed)
     return pmrcOk;
 }
 
-// A doubled close quote mark stays inside.
-int StepOverClose(TextScan &scan, uint32_t needed)
+// The data ends within what may be a close quote mark. Anything else is not waited for: behind a quoted
+// field a pipe's last record may be complete.
+bool MayBeginClose(const TextScan &scan)
 {
+    const auto length = static_cast<uint32_t>(CloseQuoteMark.length);
+    const uint32_t left = scan.file->BufferEnd - scan.offset;
+    return left < length &&
+           memcmp(scan.file->Buffer + scan.offset, CloseQuoteMark.value, left) == 0;
+}
+
+// A doubled close quote mark stays inside.
+int StepOverClose(TextScan &scan)
+{
+    int code = pmrcOk;
     scan.offset += static_cast<uint32_t>(CloseQuoteMark.length);
-    scan.inside_quotes = false;
-    scan.quote_tail_bytes = 0;
-    if (const int code = MakeRoom(scan, needed); code != pmrcOk)
+    while (code == pmrcOk && MayBeginClose(scan))
+        code = RefillForScan(scan);
+    if (code != pmrcOk && code != pmrcEOF)
         return code;
-    if (MarkAt(scan, CloseQuoteMark)) {
-        scan.inside_quotes = true;
+    scan.inside_quotes = MarkAt(scan, CloseQuoteMark);
+    if (scan.inside_quotes)
         scan.offset += static_cast<uint32_t>(CloseQuoteMark.length);
-    }
     return pmrcOk;
 }
 
@@ -111,7 +109,7 @@ int StepInsideQuotes(TextScan &scan, uint32_t needed)
     if (MarkAt(scan, EscapeQuoteCharacter))
         return StepOverEscape(scan, needed);
     if (MarkAt(scan, CloseQuoteMark))
-        return StepOverClose(scan, needed);
+        return StepOverClose(scan);
     ++scan.offset;
     return pmrcOk;
 }

@@ -15,8 +15,6 @@ struct TextScan {
     uint32_t length = 0;  // of the record, once its mark is found
     bool inside_quotes = false;
     bool at_field_start = false;  // nothing of the record was looked at yet
-    uint32_t quote_tail_bytes =
-        0;                    // from the open quote mark seen last to the end of the data then
     uint32_t begun_mark = 0;  // bytes of a CR before the offset, while the file's mark is unknown
 };
 
