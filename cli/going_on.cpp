@@ -53,8 +53,33 @@ void RefuseUnfinished(const Job &job, const Generation &found)
     throw refusal;
 }
 
+struct Earlier {
+    Job job;
+    std::string run;
+};
+
+// The last run, when the job file lay elsewhere then, and its folders have come along.
+std::optional<Earlier> BeforeMove(const Job &job)
+{
+    const std::optional<RunState> state = ReadRunState(job);
+    if (!state || state->job_file.empty() || state->job_file == job.file.string())
+        return std::nullopt;
+    Earlier earlier = {job, state->run};
+    earlier.job.file = state->job_file;
+    return earlier;
+}
+
+// A copy leaves the checkpoint to the job file that still lies there.
+void ForgetBeforeMove(const Job &job)
+{
+    std::error_code none;
+    if (const auto before = BeforeMove(job); before && !exists(before->job.file, none))
+        ForgetGeneration(before->job, before->run);
+}
+
 void ForgetEarlierRun(const Job &job)
 {
+    ForgetBeforeMove(job);
     std::optional<Generation> found;
     try {
         found = FindGeneration(job, {});
@@ -116,6 +141,23 @@ void AcceptFiles(const Job &job, Generation &found)
         file.size = now.size;
         file.time_ns = now.time_ns;
     }
+}
+
+// A job whose folder was moved looks as if it had stored nothing, while its rows may be in the target:
+// they would come twice.
+void RefuseMoved(const Job &job)
+{
+    const auto before = BeforeMove(job);
+    const auto found = before ? FindGeneration(before->job, before->run) : std::nullopt;
+    if (!found || !IsUnfinished(job, *found))
+        return;
+    throw UsageError(
+        fmt::format("the last run of {} was of {} and did not come to its end; {}, with {}, is "
+                    "kept for that path",
+                    job.name, before->job.file.string(), CheckpointWords(*found),
+                    Amount(found->rows, "row", "rows")),
+        fmt::format("put the folder back to go on from there; or {} begins anew{}",
+                    JobCommand("run --fresh", job), WhatStays(job, found->rows)));
 }
 
 // What can be done without a generation: begin, or nothing.
@@ -181,6 +223,8 @@ RunPlan PlanRun(const Job &job, bool fresh)
         if (IsUnfinished(job, *found))
             RefuseUnfinished(job, *found);
         ForgetGeneration(job, found->run);
+    } else {
+        RefuseMoved(job);
     }
     return plan;
 }
@@ -194,6 +238,7 @@ RunPlan PlanResume(const Job &job, bool accept_changed)
     plan.folder = std::make_unique<StateFolder>(job.state);
     plan.from = FindGeneration(job, {});
     if (!plan.from) {
+        RefuseMoved(job);
         CheckThatItBegan(job);
         return plan;
     }

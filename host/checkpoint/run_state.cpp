@@ -98,6 +98,7 @@ std::optional<RunState> ReadRunState(const Job &job)
         !Take(object, "reason", state.reason) ||
         !Take(object, "keeps_checkpoints", state.keeps_checkpoints))
         return std::nullopt;
+    (void)Take(object, "job_file", state.job_file);
     const auto *found = std::ranges::find(kOutcomes, outcome);
     if (state.run.empty() || found == std::end(kOutcomes))
         return std::nullopt;
@@ -113,7 +114,8 @@ void WriteRunState(const Job &job, const RunState &state)
                          {"changed", state.changed},
                          {"process", state.process},
                          {"reason", state.reason.substr(0, kMostBytes / 16)},
-                         {"keeps_checkpoints", state.keeps_checkpoints}};
+                         {"keeps_checkpoints", state.keeps_checkpoints},
+                         {"job_file", state.job_file}};
     ReplaceFile(RunPath(job), object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 

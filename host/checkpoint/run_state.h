@@ -26,6 +26,7 @@ struct RunState {
     int process = 0;
     std::string reason;  // why it stopped or failed; one line
     bool keeps_checkpoints = false;
+    std::string job_file;  // what its checkpoints are kept under; empty: not known
 };
 
 std::string NewRunId();

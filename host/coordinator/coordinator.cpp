@@ -126,6 +126,7 @@ void Coordinator::BeginRun()
     run_.began = run_.changed = UtcNow();
     run_.process = getpid();
     run_.keeps_checkpoints = keeps_;
+    run_.job_file = job_.file.string();
     if (keeps_ && place_ == CheckpointPlace::Beside)
         store_ = std::make_unique<CheckpointStore>(job_);
     if (!plan_.from) {

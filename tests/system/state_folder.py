@@ -183,6 +183,14 @@ def store_of_another(job):
         other.execute("UPDATE fenwire_checkpoints SET " + ("job_file" if "job_file" in names else names[0]) + " = '/else/job.toml'")
 
 
+def table_of_another(job):
+    """As if all had been begun in another folder."""
+    with contextlib.closing(sqlite3.connect(job / "out.db")) as database, database:
+        database.execute("UPDATE fenwire_checkpoints SET job_file = '/else/job.toml'")
+    run = (state(job) / "run.json").read_text()
+    (state(job) / "run.json").write_text(run.replace(str(job / "job.toml"), "/else/job.toml"))
+
+
 def nothing(_):
     pass
 
@@ -267,6 +275,9 @@ CASES = [
         (None, "resume", 12, [DAMAGED, "run --fresh"]), (None, "run", 12, [DAMAGED]),
         (None, "run --fresh --set target.replace=true", 4, ["can't be read is forgotten"])]),
     ("store of another job", "write", store_of_another, [(None, "resume", 12, ["a job that is kept elsewhere"]), FRESH]),
+    ("folder moved", "load", table_of_another, [
+        (None, "resume", 2, ["/else/job.toml and did not come to its end"]), (None, "run", 2, ["put the folder back"]),
+        (None, "run --fresh --set target.replace=true", 4, [])]),
     ("list of bad records gone", "load", delete_list, [(None, "resume", 4, ["the list is begun anew"])]),
     ("record error file gone", "load", delete_error_file, [
         (None, "resume", 12, ["bad.txt", "the job can't go on from its checkpoint"]),
