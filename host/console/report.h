@@ -87,6 +87,7 @@ struct CheckpointReport {
     uint64_t resumed_from = 0;          // the generation that this run began with; 0: it began anew
     uint64_t rounds = 0;                // checkpoints that this run took
     double round_seconds = 0;           // they took, target's commits included
+    double drain_seconds = 0;           // of these, until the rows that were under way had arrived
     double commit_seconds = 0;          // of these, until rows and generation were stored
     std::string at_least_once;  // why rows may come twice after a failure; empty: they can't
 };

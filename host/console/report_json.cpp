@@ -72,6 +72,7 @@ Json CheckpointObject(const CheckpointReport &checkpoint)
             {"resumed_from", checkpoint.resumed_from},
             {"rounds", checkpoint.rounds},
             {"round_seconds", Milliseconds(checkpoint.round_seconds)},
+            {"drain_seconds", Milliseconds(checkpoint.drain_seconds)},
             {"commit_seconds", Milliseconds(checkpoint.commit_seconds)},
             {"at_least_once", checkpoint.at_least_once}};
 }

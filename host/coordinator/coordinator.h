@@ -52,7 +52,7 @@ private:
         enum class Step : uint8_t { None, Holding, Draining, Recording, Committing };
         Step step = Step::None;
         Why why = Why::First;
-        Clock::time_point began, stores;
+        Clock::time_point began, records, stores;
         uint64_t drained = 0;  // rows that came out of the rings
         Generation generation;
         InstanceRecords reading, writing;

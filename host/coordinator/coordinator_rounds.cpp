@@ -137,6 +137,7 @@ void Coordinator::Record()
 {
     board_.stop.fetch_and(~uint32_t{kStopSenders | kStopReceivers});
     round_.step = Round::Step::Recording;
+    round_.records = Clock::now();
     if (!KeepsRecords()) {
         Weigh();
         return;
@@ -249,6 +250,7 @@ void Coordinator::Stored()
         ++checkpoint_.rounds;
         using Seconds = std::chrono::duration<double>;
         checkpoint_.round_seconds += Seconds(last_round_ - round_.began).count();
+        checkpoint_.drain_seconds += Seconds(round_.records - round_.began).count();
         checkpoint_.commit_seconds += Seconds(last_round_ - round_.stores).count();
     }
     GoOn();
