@@ -191,8 +191,9 @@ TEST(Summary, AJobThatCanGoOnSaysHow)
         report.exit_code = failed ? 12 : 130;
         report.conserved = false;
         report.loaded = 1200;
-        report.checkpoint = {true, 7, 1200, "2026-11-21T20:15:00Z", "fenwire resume orders.toml",
-                             3,    4, 0.25, "several connections"};
+        report.checkpoint = {
+            true, 7,   1200, "2026-11-21T20:15:00Z", "fenwire resume orders.toml", 3, 4,
+            0.25, 0.1, 0.1,  "several connections"};
         const std::string whole = Whole(report);
         for (const char *line :
              {"go on: fenwire resume orders.toml\n",
