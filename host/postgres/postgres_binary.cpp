@@ -73,7 +73,9 @@ int32_t DaysOf(int year, unsigned month, unsigned day)
 {
     using namespace std::chrono;
     constexpr sys_days kEpoch = 2000y / January / 1;
-    return static_cast<int32_t>((sys_days(std::chrono::year(year) / month / day) - kEpoch).count());
+    const year_month_day date = {std::chrono::year(year), std::chrono::month(month),
+                                 std::chrono::day(day)};
+    return static_cast<int32_t>((sys_days(date) - kEpoch).count());
 }
 
 int32_t DateOf(const uint8_t *value)
