@@ -144,6 +144,24 @@ TEST_F(PostgresTargetTest, ValuesAreTheSameInBinaryAndAsText)
     }
 }
 
+TEST_F(PostgresTargetTest, TextArrivesWhereverItsOddCharactersStand)
+{
+    std::vector<Row> rows;
+    std::string wanted;
+    for (const char *odd :
+         {"\t", "\n", "\r", "\\", "\x01", "\x1f", "\x7f", "\xC3\xA4", " ", "[", "]"}) {
+        for (const size_t length : {1, 5, 15, 16, 17, 40}) {
+            for (size_t at = 0; at < length; ++at) {
+                const std::string text = std::string(length, 'x').replace(at, 1, odd);
+                rows.push_back({std::to_string(rows.size()), text});
+                wanted += text + '|';
+            }
+        }
+    }
+    Load(MakeJob({"n VARCHAR(9)", "a VARCHAR(60)"}), rows);
+    EXPECT_EQ(Sql("SELECT string_agg(a, '|' ORDER BY n::int) || '|' FROM t"), wanted + '\n');
+}
+
 TEST_F(PostgresTargetTest, Utf16ArrivesAsText)
 {
     Job job = MakeJob({"v VARCHAR(20)"});
