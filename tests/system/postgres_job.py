@@ -176,7 +176,7 @@ def main(fenwire, template=None, seed=None):
         hit = unload(fenwire, server, rng)
         print(f"unload: hit {', '.join(hit)}", flush=True)
         hits += hit
-        assert len(hits) >= 6, f"hardly anything was hit: {hits}"
+        assert len(hits) >= 4, f"hardly anything was hit: {hits}"
 
 
 if __name__ == "__main__":
