@@ -249,9 +249,13 @@ void Coordinator::FromInstance(StepRun &step, int instance, InMessage &message)
     case MessageKind::ConsoleLine:
         PublicLine(Warning, who + ": " + message.Text());
         break;
-    case MessageKind::ExitCode:
-        ledger_.RaiseExitCode(step.side, instance, message.I32());
+    case MessageKind::ExitCode: {
+        // What an instance makes of files that a signal left half read is no failure of its own.
+        const int32_t code = message.I32();
+        if (stop_by_ == 0 || !ledger_.failing())
+            ledger_.RaiseExitCode(step.side, instance, code);
         break;
+    }
     case MessageKind::Statistic:
         PublicLine(Information, who + ": statistic " + message.Text());
         break;
