@@ -98,6 +98,8 @@ void PostgresFeed::Use(const char *end)
 
 void PostgresFeed::Append(std::string_view bytes)
 {
+    if (bytes.empty())
+        return;  // text has no head
     char *const to = Reserve(bytes.size() + 1);
     memcpy(to, bytes.data(), bytes.size());
     open_.used += bytes.size();

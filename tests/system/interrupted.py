@@ -44,10 +44,14 @@ def alive(pid):
         return False
 
 
+def has_read(pid, fd):
+    return not re.search(r"^pos:\s*0$", pathlib.Path(f"/proc/{pid}/fdinfo/{fd}").read_text(), re.MULTILINE)
+
+
 def reads_data(pid):
-    """Whether the process has an input file open: an instance, not the target."""
+    """Whether the process has read of an input file: an instance, not the target, and past the first checkpoint."""
     try:
-        return any("/in/" in os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd"))
+        return any("/in/" in os.readlink(f"/proc/{pid}/fd/{fd}") and has_read(pid, fd) for fd in os.listdir(f"/proc/{pid}/fd"))
     except OSError:
         return False
 
