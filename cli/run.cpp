@@ -10,6 +10,7 @@
 #include "cli/going_on.h"
 #include "cli/verbs.h"
 #include "host/console/report.h"
+#include "host/coordinator/signals.h"
 
 namespace fenwire {
 
@@ -54,6 +55,7 @@ JobReport RunWithConsole(const Job &job, const RunOptions &options, RunPlan plan
         throw UsageError("--json and rows on standard output don't go together",
                          "give the print target a file");
     const std::unique_ptr<Console> console = MakeConsole(Progress(options.progress), options.json);
+    Signals::HoldUntilExit();
     return RunJob(job, *console, std::move(plan));
 }
 

@@ -29,6 +29,16 @@ Signals::~Signals()
     sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
 }
 
+void Signals::HoldUntilExit()
+{
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int number : {SIGINT, SIGTERM})
+        sigaddset(&held, number);
+    if (sigprocmask(SIG_BLOCK, &held, nullptr) != 0)
+        ThrowErrno("signals");
+}
+
 int Signals::Next()
 {
     signalfd_siginfo info = {};

@@ -16,6 +16,10 @@ public:
     Signals(const Signals &) = delete;
     Signals &operator=(const Signals &) = delete;
 
+    // For a program that runs one job: no SIGINT or SIGTERM ends it any more, before, behind or while it is
+    // told of them. What the job came to is said to the end, and the exit status is the job's own.
+    static void HoldUntilExit();
+
     int fd() const { return fd_.get(); }
     int Next();                    // the number of one that came; 0: none
     void Close() { fd_.Close(); }  // in a child, which goes its own way
