@@ -143,21 +143,10 @@ void AcceptFiles(const Job &job, Generation &found)
     }
 }
 
-// A job whose folder was moved looks as if it had stored nothing, while its rows may be in the target:
-// they would come twice.
 void RefuseMoved(const Job &job)
 {
-    const auto before = BeforeMove(job);
-    const auto found = before ? FindGeneration(before->job, before->run) : std::nullopt;
-    if (!found || !IsUnfinished(job, *found))
-        return;
-    throw UsageError(
-        fmt::format("the last run of {} was of {} and did not come to its end; {}, with {}, is "
-                    "kept for that path",
-                    job.name, before->job.file.string(), CheckpointWords(*found),
-                    Amount(found->rows, "row", "rows")),
-        fmt::format("put the folder back to go on from there; or {} begins anew{}",
-                    JobCommand("run --fresh", job), WhatStays(job, found->rows)));
+    if (const auto moved = MovedAway(job))
+        throw *moved;
 }
 
 // What can be done without a generation: begin, or nothing.
@@ -209,6 +198,21 @@ bool AddsToFiles(const Job &job)
 bool IsUnfinished(const Job &job, const Generation &generation)
 {
     return generation.number > 0 || AddsToFiles(job);
+}
+
+std::optional<UsageError> MovedAway(const Job &job)
+{
+    const auto before = BeforeMove(job);
+    const auto found = before ? FindGeneration(before->job, before->run) : std::nullopt;
+    if (!found || !IsUnfinished(job, *found))
+        return std::nullopt;
+    return UsageError(
+        fmt::format("the last run of {} was of {} and did not come to its end; {}, with {}, is "
+                    "kept for that path",
+                    job.name, before->job.file.string(), CheckpointWords(*found),
+                    Amount(found->rows, "row", "rows")),
+        fmt::format("put the folder back to go on from there; or {} begins anew{}",
+                    JobCommand("run --fresh", job), WhatStays(job, found->rows)));
 }
 
 RunPlan PlanRun(const Job &job, bool fresh)

@@ -3,6 +3,7 @@
 #ifndef FENWIRE_CLI_GOING_ON_H
 #define FENWIRE_CLI_GOING_ON_H
 
+#include <optional>
 #include <string>
 
 #include "cli/verbs.h"
@@ -18,6 +19,9 @@ RunPlan PlanResume(const Job &job, bool accept_changed);
 
 // Whether a run from the start would do again what the generation holds.
 bool IsUnfinished(const Job &job, const Generation &generation);
+// A job whose folder was moved looks as if it had stored nothing, while its rows may be in the target:
+// they would come twice. None: it was not moved, or can begin anew.
+std::optional<UsageError> MovedAway(const Job &job);
 bool AddsToFiles(const Job &job);  // rather than to begin them anew
 
 std::string

@@ -69,6 +69,8 @@ Status Look(const Job &job)
         status.run = *run;
     try {
         status.generation = FindGeneration(job, {});
+        if (const auto moved = status.generation ? std::nullopt : MovedAway(job))
+            status.no_generation = moved->what();
     } catch (const std::exception &failure) {
         status.no_generation = failure.what();
     }
@@ -136,7 +138,7 @@ void Print(const Job &job, const Status &status)
         PrintCheckpoint(*status.generation);
         PrintFiles(status.generation->inputs);
     } else if (!status.no_generation.empty()) {
-        Line("checkpoint", "can't be read: " + Escaped(status.no_generation));
+        Line("checkpoint", "can't be used: " + Escaped(status.no_generation));
     } else if (status.state != "new" && status.state != "finished") {
         Line("checkpoint", "none");
     }

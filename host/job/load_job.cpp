@@ -155,8 +155,10 @@ Job LoadJob(const fs::path &file, const std::vector<Override> &overrides)
     ApplyOverrides(document, overrides, found);
 
     Job job;
-    job.file = fs::absolute(file).lexically_normal();
-    job.folder = job.file.parent_path();
+    // By whichever links the folder was reached, its checkpoints are kept under one name. The file itself
+    // may be a link: what it names lies beside the link.
+    job.folder = fs::weakly_canonical(fs::absolute(file).parent_path());
+    job.file = job.folder / file.filename();
     job.overrides = overrides;
     ReadSections(document, job, found);
     DefaultName(job, found);

@@ -276,6 +276,7 @@ CASES = [
         (None, "run --fresh --set target.replace=true", 4, ["can't be read is forgotten"])]),
     ("store of another job", "write", store_of_another, [(None, "resume", 12, ["a job that is kept elsewhere"]), FRESH]),
     ("folder moved", "load", table_of_another, [
+        (None, "status", 0, ["/else/job.toml and did not come to its end", "fenwire run --fresh"]),
         (None, "resume", 2, ["/else/job.toml and did not come to its end"]), (None, "run", 2, ["put the folder back"]),
         (None, "run --fresh --set target.replace=true", 4, [])]),
     ("list of bad records gone", "load", delete_list, [(None, "resume", 4, ["the list is begun anew"])]),
@@ -300,12 +301,13 @@ def run_case(stopped, name, kind, change, commands):
         change(job)
         for meanwhile, command, status, words in commands:
             with (meanwhile or contextlib.nullcontext)(*([job] if meanwhile else [])):
-                done = subprocess.run([stopped.fenwire, *command.split(), "job.toml", "--progress", "off"], cwd=job,
-                                      capture_output=True, text=True, check=False, restore_signals=False, timeout=120)
-            missing = [word for word in words if word not in done.stderr]
+                quiet = [] if command == "status" else ["--progress", "off"]
+                done = subprocess.run([stopped.fenwire, *command.split(), "job.toml", *quiet], cwd=job, stdout=subprocess.PIPE,
+                                      stderr=subprocess.STDOUT, text=True, check=False, restore_signals=False, timeout=120)
+            missing = [word for word in words if word not in done.stdout]
             if done.returncode != status or missing:
                 raise Failed(f"fenwire {command}: exit status {done.returncode} instead of {status}, does not say {missing}\n"
-                             f"{done.stderr}")
+                             f"{done.stdout}")
         expect_all_once(kind, job)
 
 

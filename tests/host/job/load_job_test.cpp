@@ -72,6 +72,15 @@ TEST(LoadJob, GoodFileComesOutAsGiven)
     EXPECT_EQ(job.columns[2].sql_type, "DECIMAL(10,2)");
 }
 
+// Checkpoints are kept for the job file, and a resume may come another way.
+TEST(LoadJob, FileIsTheSameByWhateverLinksItWasReached)
+{
+    const JobFolder folder, elsewhere;
+    const auto file = folder.Write("orders.toml", kGood);
+    std::filesystem::create_directory_symlink(folder.path(), elsewhere.path() / "link");
+    EXPECT_EQ(LoadJob(elsewhere.path() / "link" / "orders.toml").file, file);
+}
+
 TEST(LoadJob, CheckpointsAreDueByTimeAndByRows)
 {
     static constexpr struct {
