@@ -13,6 +13,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/system/replace_file.h"
+
 namespace fenwire {
 
 namespace {
@@ -46,6 +48,17 @@ bool TakeLock(int fd)
     return true;
 }
 
+// What is brought to the disk in a folder that has no name there is lost with the power: checkpoints, and
+// with them the knowledge of what output files and tables hold. A folder that may not be read can't be
+// waited for.
+void SyncNamesOf(const std::filesystem::path &folder)
+{
+    for (const auto &parent : {folder.parent_path().parent_path(), folder.parent_path()}) {
+        if (access(parent.c_str(), R_OK) == 0)
+            SyncFolder(parent);
+    }
+}
+
 }  // namespace
 
 StateFolder::StateFolder(const std::filesystem::path &folder)
@@ -55,6 +68,7 @@ StateFolder::StateFolder(const std::filesystem::path &folder)
     if (failure)
         throw std::runtime_error("the state folder " + folder.string() +
                                  " can't be made: " + failure.message());
+    SyncNamesOf(folder);
     const auto path = folder / "lock";
     lock_ = UniqueFd(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!lock_)

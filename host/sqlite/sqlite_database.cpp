@@ -1,8 +1,8 @@
 // host/sqlite/sqlite_database.cpp - a connection to an SQLite database.
 //
-// Journal mode and synchronous stay as the database has them: a job that is cut off at any point leaves
-// what was there before. The page cache is what this process mostly consists of, so it is kept to a
-// size that serves tables with a few indexes.
+// The journal mode stays as the database has it: a job that is cut off at any point leaves what was there
+// before. The page cache is what this process mostly consists of, so it is kept to a size that serves
+// tables with a few indexes.
 
 #include "host/sqlite/sqlite_database.h"
 
