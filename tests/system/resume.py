@@ -16,6 +16,7 @@ checkpoint = "20ms"
 [source]
 type = "generator"
 rows = 30000000
+instances = 2
 [schema]
 columns = ["id INTEGER"]
 [target]
@@ -23,6 +24,13 @@ type = "sqlite"
 file = "out.db"
 table = "t"
 """
+
+HITS = [  # whom, with what, further words of the command, exit status, what is said
+    ("fw-source", signal.SIGKILL, "", 12, "source 1 was ended by signal 9"),
+    ("fw-target", signal.SIGKILL, "", 12, "target process was ended by signal 9"),
+    ("", signal.SIGTERM, "--set job.checkpoint=1h", 143, "resumable from checkpoint"),
+    ("", signal.SIGINT, "", 130, "resumable from checkpoint"),
+]
 
 # Fails at its last record, with ten checkpoints behind it.
 UNLOAD = """[job]
@@ -64,52 +72,80 @@ class Folder:
         return status
 
     def rows(self):
+        """Of the job, behind the one that was there before."""
         with sqlite3.connect(self.path / "out.db") as database:
-            return database.execute("SELECT count(*) FROM t").fetchone()[0]
+            assert database.execute("SELECT * FROM t").fetchone() == (-1,)
+            return database.execute("SELECT count(*) FROM t").fetchone()[0] - 1
+
+    def has_checkpoint(self, job, after=0):
+        checkpoint = self.status(job)["checkpoint"]
+        return checkpoint and checkpoint["generation"] > after
 
 
-def wait_for_checkpoint(at, job, after=0):
+def wait_for(what, happens):
     end = time.monotonic() + 60
-    while time.monotonic() < end:
-        checkpoint = json.loads(at.expect(0, [], "status", job, "--json"))["checkpoint"]
-        if checkpoint and checkpoint["generation"] > after:
-            return checkpoint["generation"]
-        time.sleep(0.05)
-    raise AssertionError("no checkpoint came")
+    while not happens():
+        assert time.monotonic() < end, f"never: {what}"
+        time.sleep(0.02)
+
+
+def is_gone(group):
+    try:
+        os.killpg(group, 0)
+        return False
+    except ProcessLookupError:
+        return True
+
+
+def hit(runner, whom, number):
+    if not whom:
+        return runner.send_signal(number)
+    children = pathlib.Path(f"/proc/{runner.pid}/task/{runner.pid}/children").read_text().split()
+    os.kill(next(int(pid) for pid in children if pathlib.Path(f"/proc/{pid}/comm").read_text().startswith(whom)), number)
 
 
 def killed_and_interrupted(at):
     job = "load.toml"
     (at.path / job).write_text(LOAD)
+    with sqlite3.connect(at.path / "out.db") as database:
+        database.executescript("CREATE TABLE t(id INTEGER); INSERT INTO t VALUES (-1)")
     at.status(job, state="new", checkpoint=None, next="fenwire run load.toml")
     at.expect(2, ["nothing to resume: load has not been run"], "resume", job)
     runner = at.start("run", job, "--progress", "off")
-    wait_for_checkpoint(at, job)
+    wait_for("a checkpoint", lambda: at.has_checkpoint(job))
     at.status(job, state="running", process=runner.pid, next="")
     at.expect(12, ["running already"], "resume", job)
-    os.killpg(runner.pid, signal.SIGKILL)
-    runner.communicate()
+    runner.kill()
+    runner.communicate(timeout=60)
+    wait_for("the end of its processes", lambda: is_gone(runner.pid))
 
     rows = at.rows()
     status = at.status(job, state="killed", next="fenwire resume load.toml")
     assert status["checkpoint"]["rows"] == rows, "the checkpoint and the table differ"
     at.expect(2, ["fenwire resume load.toml ", "fenwire run --fresh load.toml "], "run", job)
     at.expect(2, ["[source] rows: 30000000 at the checkpoint, 7 now"], "resume", job, "--set", "source.rows=7")
-    at.expect(2, ["[source] instances: 1 at the checkpoint, 2 now"], "resume", job, "--instances", "2")
+    at.expect(2, ["[source] instances: 2 at the checkpoint, 3 now"], "resume", job, "--instances", "3")
     assert at.rows() == rows, "a refusal changed the table"
 
-    runner = at.start("resume", job, "--progress", "off", "--json")
-    wait_for_checkpoint(at, job, status["checkpoint"]["generation"])
-    runner.send_signal(signal.SIGINT)
-    out, err = runner.communicate(timeout=60)
-    report = json.loads(out)
-    assert runner.returncode == 130 and report["checkpoint"]["resumable"], err
-    assert report["checkpoint"]["resume"] == "fenwire resume load.toml", report["checkpoint"]
-    assert report["checkpoint"]["rows"] == at.rows() > rows
-    at.status(job, state="stopped", next="fenwire resume load.toml")
+    for whom, number, more, code, said in HITS:
+        rows, before = at.rows(), at.status(job)["checkpoint"]["generation"]
+        runner = at.start("resume", job, "--progress", "off", "--json", *more.split())
+        if more:  # no checkpoint comes but that of the signal
+            wait_for("rows in the table", (at.path / "out.db-journal").exists)
+        else:
+            wait_for("a checkpoint", lambda: at.has_checkpoint(job, before))
+        hit(runner, whom, number)
+        out, err = runner.communicate(timeout=60)
+        assert runner.returncode == code and said in err, f"exit status {runner.returncode}\n{err}"
+        assert is_gone(runner.pid), f"{whom} {number}: processes are left behind"
+        status = at.status(job, state="failed" if whom else "stopped", next="fenwire resume load.toml")
+        assert status["checkpoint"]["rows"] == at.rows() > rows, f"{whom} {number}: the checkpoint and the table differ"
+    report = json.loads(out)["checkpoint"]
+    assert report["resumable"] and report["resume"] == "fenwire resume load.toml" and report["rows"] == at.rows(), report
+    assert f"{at.rows():,} rows are in" in err, err
 
     at.expect(0, [], "run", "--fresh", job, "--set", "source.rows=5")
-    assert at.rows() == report["checkpoint"]["rows"] + 5, "--fresh adds its rows to those that were in"
+    assert at.rows() == report["rows"] + 5, "--fresh adds its rows to those that were in"
     at.expect(2, ["came to its end"], "resume", job)
 
 

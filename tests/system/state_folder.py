@@ -6,11 +6,12 @@
 Each case begins with a job that was stopped at a checkpoint, does something to it, and runs commands. In the
 end all rows are there once.
 """
+import concurrent.futures
 import contextlib
 import fcntl
+import json
 import os
 import pathlib
-import resource
 import shutil
 import signal
 import sqlite3
@@ -21,6 +22,7 @@ import threading
 import time
 
 ROWS = 8000
+WORKERS = 4  # side by side: most cases wait for something
 JOB = """[job]
 name = "j"
 {checkpoint}
@@ -70,8 +72,8 @@ class Stopped:
 
     def has_checkpoint(self, kind):
         job = self.folder / kind
-        told = subprocess.run([self.fenwire, "status", "job.toml"], cwd=job, capture_output=True, text=True, check=False)
-        return "checkpoint  " in told.stdout and "none" not in told.stdout
+        told = subprocess.run([self.fenwire, "status", "job.toml", "--json"], cwd=job, capture_output=True, check=False)
+        return ((json.loads(told.stdout or "{}").get("checkpoint") or {}).get("rows") or 0) >= 200
 
     # The files themselves stay, since a job knows its files again.
     @contextlib.contextmanager
@@ -116,29 +118,8 @@ def state(job):
     return job / ".fenwire/j"
 
 
-def delete_folder(job):
-    shutil.rmtree(job / ".fenwire")
-
-
-def cut_run_json(job):
-    data = (state(job) / "run.json").read_bytes()
-    (state(job) / "run.json").write_bytes(data[:len(data) // 2])
-
-
-def run_json_of_zeros(job):
-    (state(job) / "run.json").write_bytes(bytes(5_000_000))
-
-
-def cut_store(job):
-    os.truncate(state(job) / "checkpoint.db", 5000)
-
-
-def empty_store(job):
-    os.truncate(state(job) / "checkpoint.db", 0)
-
-
-def text_as_store(job):
-    (state(job) / "checkpoint.db").write_text("not a database at all\n" * 1000)
+def cut_in_half(path):
+    os.truncate(path, path.stat().st_size // 2)
 
 
 def change_bytes(path):
@@ -149,31 +130,6 @@ def change_bytes(path):
         (data,) = database.execute(f"SELECT {names[-1]} FROM fenwire_checkpoints").fetchone()
         data = data[:len(data) // 2] + bytes([data[len(data) // 2] ^ 1]) + data[len(data) // 2 + 1:]
         database.execute(f"UPDATE fenwire_checkpoints SET {names[-1]} = ?", (data,))
-
-
-def change_row_of_store(job):
-    change_bytes(state(job) / "checkpoint.db")
-
-
-def change_row_of_table(job):
-    change_bytes(job / "out.db")
-
-
-def delete_list(job):
-    (job / "bad.txt.jsonl").unlink()
-
-
-def delete_error_file(job):
-    (job / "bad.txt").unlink()
-
-
-def shorten_output(job):
-    os.truncate(job / "out.txt", 100)
-
-
-def longer_output(job):
-    with open(job / "out.txt", "a", encoding="ascii") as out:
-        out.write("half a ro")
 
 
 def store_of_another(job):
@@ -189,10 +145,6 @@ def table_of_another(job):
         database.execute("UPDATE fenwire_checkpoints SET job_file = '/else/job.toml'")
     run = (state(job) / "run.json").read_text()
     (state(job) / "run.json").write_text(run.replace(str(job / "job.toml"), "/else/job.toml"))
-
-
-def nothing(_):
-    pass
 
 
 # ---- What happens while it runs -------------------------------------------------------------------------
@@ -214,64 +166,47 @@ def no_run_json(job):
     (state(job) / "run.json").rmdir()
 
 
-@contextlib.contextmanager
-def table_read(job):
-    """Another program reads the table all the while, so that nothing can be committed."""
-    database = sqlite3.connect(job / "out.db", isolation_level=None)
-    database.execute("BEGIN")
-    database.execute("SELECT * FROM t").fetchone()
-    yield
-    database.close()
-
-
-@contextlib.contextmanager
-def table_read_shortly(job):
-    database = sqlite3.connect(job / "out.db", isolation_level=None, check_same_thread=False)
-    database.execute("BEGIN")
-    database.execute("SELECT * FROM t").fetchone()
-    timer = threading.Timer(1, database.close)
-    timer.start()
-    yield
-    timer.join()
-
-
-@contextlib.contextmanager
-def database_locked(job):
-    database = sqlite3.connect(job / "out.db", isolation_level=None)
-    database.execute("BEGIN EXCLUSIVE")
-    yield
-    database.close()
-
-
-@contextlib.contextmanager
-def disk_full(_):
-    """No file can become larger than it is allowed here, which a write says like a full disk."""
-    resource.setrlimit(resource.RLIMIT_FSIZE, (4096, resource.RLIM_INFINITY))
-    try:
+def database_held(*statements, seconds=None):
+    """By another program, all the while or so long: nothing can be committed."""
+    @contextlib.contextmanager
+    def holding(job):
+        database = sqlite3.connect(job / "out.db", isolation_level=None, check_same_thread=False)
+        for statement in statements:
+            database.execute(statement).fetchone()
+        timer = threading.Timer(seconds or 0, database.close)
+        if seconds:
+            timer.start()
         yield
-    finally:
-        resource.setrlimit(resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))
+        timer.join() if seconds else database.close()
+    return holding
 
 
+TABLE_READ = ("BEGIN", "SELECT * FROM t")
+# No file can become larger than it is allowed here, which a write says like a full disk.
+DISK_FULL = "prlimit --fsize=4096 "
 FRESH = (None, "run --fresh", 4, [])
-ON = (None, "resume", 4, ["goes on from checkpoint"])
+ON = (None, "resume --set job.checkpoint=4000rows", 4, ["goes on from checkpoint"])
 DAMAGED = "the checkpoint is damaged"
 STORE = "the checkpoints of the job can't be used"
 
 CASES = [
-    # name, kind, what is done, [(while, command, exit status, words)]
-    ("state folder deleted, table", "load", delete_folder, [ON]),
-    ("state folder deleted, files", "write", delete_folder, [
+    # name, kind, what is done, [(while or before the command, command, exit status, words)]
+    ("lock held", "load", None, [(lock_held, "resume", 12, ["running already"]), ON]),  # longest
+    ("state folder deleted, table", "load", lambda job: shutil.rmtree(job / ".fenwire"), [ON]),
+    ("state folder deleted, files", "write", lambda job: shutil.rmtree(job / ".fenwire"), [
         (None, "resume", 2, ["nothing to resume", "fenwire run job.toml"]), (None, "run", 4, [])]),
-    ("run.json cut", "load", cut_run_json, [(None, "run", 2, ["fenwire resume job.toml", "fenwire run --fresh"]), ON]),
-    ("run.json of zeros", "write", run_json_of_zeros, [ON]),
-    ("store cut", "write", cut_store, [
+    ("run.json cut", "load", lambda job: cut_in_half(state(job) / "run.json"), [
+        (None, "run", 2, ["fenwire resume job.toml", "fenwire run --fresh"]), ON]),
+    ("run.json of zeros", "write", lambda job: (state(job) / "run.json").write_bytes(bytes(5_000_000)), [ON]),
+    ("store cut", "write", lambda job: os.truncate(state(job) / "checkpoint.db", 5000), [
         (None, "resume", 12, [STORE, "fenwire run --fresh"]), (None, "run", 12, [STORE]), FRESH]),
-    ("store empty", "write", empty_store, [(None, "resume", 4, ["no checkpoint is stored, so it starts from the beginning"])]),
-    ("text as store", "write", text_as_store, [(None, "resume", 12, [STORE, "is no store of checkpoints"]), FRESH]),
-    ("bytes changed in the store", "write", change_row_of_store, [
+    ("store empty", "write", lambda job: os.truncate(state(job) / "checkpoint.db", 0), [
+        (None, "resume", 4, ["no checkpoint is stored, so it starts from the beginning"])]),
+    ("text as store", "write", lambda job: (state(job) / "checkpoint.db").write_text("not a database at all\n" * 1000), [
+        (None, "resume", 12, [STORE, "is no store of checkpoints"]), FRESH]),
+    ("bytes changed in the store", "write", lambda job: change_bytes(state(job) / "checkpoint.db"), [
         (None, "resume", 12, [DAMAGED]), (None, "run", 12, [DAMAGED]), FRESH]),
-    ("bytes changed in the table", "load", change_row_of_table, [
+    ("bytes changed in the table", "load", lambda job: change_bytes(job / "out.db"), [
         (None, "resume", 12, [DAMAGED, "run --fresh"]), (None, "run", 12, [DAMAGED]),
         (None, "run --fresh --set target.replace=true", 4, ["can't be read is forgotten"])]),
     ("store of another job", "write", store_of_another, [(None, "resume", 12, ["a job that is kept elsewhere"]), FRESH]),
@@ -279,52 +214,61 @@ CASES = [
         (None, "status", 0, ["/else/job.toml and did not come to its end", "fenwire run --fresh"]),
         (None, "resume", 2, ["/else/job.toml and did not come to its end"]), (None, "run", 2, ["put the folder back"]),
         (None, "run --fresh --set target.replace=true", 4, [])]),
-    ("list of bad records gone", "load", delete_list, [(None, "resume", 4, ["the list is begun anew"])]),
-    ("record error file gone", "load", delete_error_file, [
+    ("list of bad records gone", "load", lambda job: (job / "bad.txt.jsonl").unlink(), [
+        (None, "resume", 4, ["the list is begun anew"])]),
+    ("record error file gone", "load", lambda job: (job / "bad.txt").unlink(), [
         (None, "resume", 12, ["bad.txt", "the job can't go on from its checkpoint"]),
         (None, "run --fresh --set target.replace=true", 4, [])]),
-    ("output cut", "write", shorten_output, [(None, "resume", 2, ["out.txt", "run --fresh"]), FRESH]),
-    ("half a row behind the output", "write", longer_output, [ON]),
-    ("lock held", "load", nothing, [(lock_held, "resume", 12, ["running already"]), ON]),
-    ("run.json can't be written", "load", nothing, [(no_run_json, "resume", 12, ["run.json"]), ON]),
-    ("table locked before", "load", nothing, [(database_locked, "resume", 12, ["another program holds it"]), ON]),
-    ("table read all the while", "load", nothing, [(table_read, "resume", 12, ["another program holds it"]), ON]),
-    ("table read for a second", "load", nothing, [(table_read_shortly, "resume", 4, [])]),
-    ("table read at the end", "load", nothing, [
-        (table_read, "resume --set job.checkpoint=1h", 12, ["another program holds it"]), ON]),
-    ("disk full", "write", nothing, [(disk_full, "resume", 12, []), ON]),
+    ("output cut", "write", lambda job: cut_in_half(job / "out.txt"), [(None, "resume", 2, ["out.txt", "run --fresh"]), FRESH]),
+    ("half a row behind the output", "write", lambda job: (job / "out.txt").open("a").write("half a ro"), [ON]),
+    ("run.json can't be written", "load", None, [(no_run_json, "resume", 12, ["run.json"]), ON]),
+    ("table locked before", "load", None, [(database_held("BEGIN EXCLUSIVE"), "resume", 12, ["another program holds it"]), ON]),
+    ("table read all the while", "load", None, [(database_held(*TABLE_READ), "resume", 12, ["another program holds it"]), ON]),
+    ("table read for a second", "load", None, [(database_held(*TABLE_READ, seconds=1), "resume", 4, [])]),
+    ("table read at the end", "load", None, [
+        (database_held(*TABLE_READ), "resume --set job.checkpoint=1h", 12, ["another program holds it"]), ON]),
+    ("disk full", "write", None, [(DISK_FULL, "resume", 12, []), ON]),
 ]
 
 
 def run_case(stopped, name, kind, change, commands):
     with stopped.begin(kind) as job:
-        change(job)
+        if change:
+            change(job)
         for meanwhile, command, status, words in commands:
-            with (meanwhile or contextlib.nullcontext)(*([job] if meanwhile else [])):
+            before = meanwhile.split() if isinstance(meanwhile, str) else []
+            with meanwhile(job) if callable(meanwhile) else contextlib.nullcontext():
                 quiet = [] if command == "status" else ["--progress", "off"]
-                done = subprocess.run([stopped.fenwire, *command.split(), "job.toml", *quiet], cwd=job, stdout=subprocess.PIPE,
-                                      stderr=subprocess.STDOUT, text=True, check=False, restore_signals=False, timeout=120)
+                done = subprocess.run([*before, stopped.fenwire, *command.split(), "job.toml", *quiet], cwd=job,
+                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
+                                      restore_signals=False, timeout=120)
             missing = [word for word in words if word not in done.stdout]
             if done.returncode != status or missing:
-                raise Failed(f"fenwire {command}: exit status {done.returncode} instead of {status}, does not say {missing}\n"
-                             f"{done.stdout}")
+                raise Failed(f"{name}: fenwire {command}: exit status {done.returncode} instead of {status}, does not say "
+                             f"{missing}\n{done.stdout}")
         expect_all_once(kind, job)
 
 
-def main(fenwire, only=""):
-    folder = pathlib.Path(tempfile.mkdtemp(prefix="state-folder-"))
-    stopped, failures = Stopped(os.path.abspath(fenwire), folder), 0
-    for case in CASES:
-        if only not in case[0]:
-            continue
+def run_some(fenwire, folder, cases):
+    """Those that no other worker has taken; what failed."""
+    folder.mkdir()
+    stopped, failures = Stopped(fenwire, folder), []
+    for case in cases:
         try:
             run_case(stopped, *case)
-            print(f"{case[0]}: ok")
         except Failed as failed:
-            failures += 1
-            print(f"{case[0]}: FAILED: {failed}")
-    shutil.rmtree(folder)
-    return failures != 0
+            failures.append(str(failed))
+    return failures
+
+
+def main(fenwire, only=""):
+    cases = iter([case for case in CASES if only in case[0]])
+    with tempfile.TemporaryDirectory(prefix="state-folder-") as folder:
+        with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
+            runs = [pool.submit(run_some, os.path.abspath(fenwire), pathlib.Path(folder, str(i)), cases) for i in range(WORKERS)]
+        failures = [failure for run in runs for failure in run.result()]
+    print(*failures, f"{len(failures)} cases failed", sep="\n")
+    return bool(failures)
 
 
 if __name__ == "__main__":
