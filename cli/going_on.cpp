@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 
+#include "cli/verbs.h"
 #include "host/checkpoint/checkpoints.h"
 #include "host/checkpoint/fingerprint.h"
 #include "host/checkpoint/run_state.h"
@@ -21,10 +22,6 @@
 namespace fenwire {
 
 namespace {
-
-constexpr uint32_t kFinished = 2;
-
-void Say(const std::string &text) { fmt::print(stderr, "{}\n", Escaped(text)); }
 
 // What becomes of the rows that the earlier run has stored, when the job begins anew.
 std::string WhatStays(const Job &job, uint64_t rows)
@@ -133,7 +130,7 @@ void AcceptFiles(const Job &job, Generation &found)
     for (const std::string &change : ChangedFiles(job, found))
         Say(change + ": accepted");
     for (FileIdentity &file : found.inputs) {
-        if (file.status == kFinished)
+        if (file.status == FileIdentity::kFinished)
             continue;
         const FileIdentity now = IdentityOf(job, file.path);
         file.device = now.device;
@@ -179,11 +176,6 @@ void SayWhereFrom(const Job &job, const Generation &found)
 }
 
 }  // namespace
-
-std::string Amount(uint64_t number, const char *one, const char *many)
-{
-    return fmt::format("{} {}", Grouped(number), number == 1 ? one : many);
-}
 
 std::string CheckpointWords(const Generation &generation)
 {

@@ -26,7 +26,6 @@ bool AddsToFiles(const Job &job);  // rather than to begin them anew
 
 std::string
 CheckpointWords(const Generation &generation);  // "checkpoint 7 of 2026-11-21 20:15:00 UTC"
-std::string Amount(uint64_t number, const char *one, const char *many);  // "1,234 rows"
 
 }  // namespace fenwire
 

@@ -27,6 +27,8 @@ void PrintError(const std::string &what, const std::string &hint,
         fmt::print(stderr, "{:>9}hint: {}\n", "", hint);
 }
 
+void Say(const std::string &text) { fmt::print(stderr, "{}\n", Escaped(text)); }
+
 namespace {
 
 constexpr char kHelp[] =

@@ -30,11 +30,6 @@ void CheckInput(const Job &job, const std::string &file)
     throw MakeJobError(file, source, std::move(found));
 }
 
-std::string Amount(uint64_t number, const char *what)
-{
-    return fmt::format("{} {}{}", Grouped(number), what, number == 1 ? "" : "s");
-}
-
 void PrintLines(const std::vector<std::string> &lines)
 {
     for (const std::string &line : lines)
@@ -46,7 +41,7 @@ void PrintRefused(const Preview &preview)
     const uint64_t refused = preview.report.rejects.left_out;
     if (refused == 0)
         return;
-    fmt::print("\n{} refused{}:\n", Amount(refused, "record"),
+    fmt::print("\n{} refused{}:\n", Amount(refused, "record", "records"),
                preview.refused.size() < refused
                    ? fmt::format(", the first {}", preview.refused.size())
                    : "");

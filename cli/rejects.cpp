@@ -39,8 +39,6 @@ void PrintTable(const std::vector<RejectEntry> &entries, uint64_t all, uint64_t 
                Grouped(all - left_out));
 }
 
-void Say(const std::string &text) { fmt::print(stderr, "{}\n", Escaped(text)); }
-
 void SayWhatIsLeftAside(const Retry &retry)
 {
     const SortedRecords &records = retry.records;

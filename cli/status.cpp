@@ -60,7 +60,7 @@ std::string NextCommand(const Job &job, const Status &status)
     return JobCommand(status.generation ? "resume" : "run", job);
 }
 
-Status Look(const Job &job)
+Status LookAt(const Job &job)
 {
     Status status;
     status.process = RunningProcess(job.state);
@@ -192,7 +192,7 @@ int StatusVerb(const StatusOptions &options)
 {
     return WithRefusals(options.json, [&] {
         const Job job = LoadJob(options.job.file, Overrides(options.job));
-        const Status status = Look(job);
+        const Status status = LookAt(job);
         options.json ? PrintJson(job, status) : Print(job, status);
         return kExitGood;
     });

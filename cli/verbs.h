@@ -95,6 +95,8 @@ int WithRefusals(bool json, const std::function<int()> &run);
 void PrintError(const std::string &what, const std::string &hint = {},
                 const std::vector<std::string> &details = {});
 
+void Say(const std::string &text);  // a line on standard error
+
 std::vector<Override> Overrides(const JobOptions &options);  // UsageError for a bad --set
 
 }  // namespace fenwire

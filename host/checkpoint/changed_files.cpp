@@ -11,7 +11,6 @@ namespace fenwire {
 
 namespace {
 
-constexpr uint32_t kFinished = 2;
 constexpr int64_t kNanoseconds = 1'000'000'000;
 
 std::string Bytes(int64_t bytes) { return bytes == 1 ? "1 byte" : fmt::format("{} bytes", bytes); }
@@ -79,7 +78,7 @@ FileIdentity IdentityOf(const Job &job, const std::string &path)
 std::vector<std::string> ChangedFiles(const Job &job, const Generation &generation)
 {
     return Tell(job, generation.inputs, [](const FileIdentity &then, const FileIdentity &now) {
-        return then.status == kFinished ? std::string() : Change(then, now);
+        return then.status == FileIdentity::kFinished ? std::string() : Change(then, now);
     });
 }
 

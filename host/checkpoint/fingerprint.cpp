@@ -23,9 +23,9 @@ namespace fenwire {
 
 namespace {
 
-using Json = nlohmann::json;  // its keys are sorted
+using SortedJson = nlohmann::json;  // its keys are sorted
 
-constexpr int kVersion = 1;
+constexpr int kFingerprintVersion = 1;
 
 // ---- What may change --------------------------------------------------------------------------
 
@@ -60,7 +60,7 @@ bool MayChange(std::string_view section, std::string_view key)
 
 // ---- The text ---------------------------------------------------------------------------------
 
-Json NumberOrText(const Attribute &attribute)
+SortedJson NumberOrText(const Attribute &attribute)
 {
     if (const auto *list = std::get_if<std::vector<std::string>>(&attribute.value))
         return *list;
@@ -70,14 +70,14 @@ Json NumberOrText(const Attribute &attribute)
 }
 
 // The value in the one way that it is written; null: it is what holds without the attribute.
-Json Canonical(const Attribute &attribute)
+SortedJson Canonical(const Attribute &attribute)
 {
-    Json value = NumberOrText(attribute);
+    SortedJson value = NumberOrText(attribute);
     const AttributeInfo *info = FindAttribute(attribute.name);
     if (info == nullptr)
         return value;
     if (value.is_number())
-        return info->absent == fmt::format("{}", value.get<int32_t>()) ? Json() : value;
+        return info->absent == fmt::format("{}", value.get<int32_t>()) ? SortedJson() : value;
     if (!value.is_string())
         return value;
     const auto text = value.get<std::string>();
@@ -85,18 +85,19 @@ Json Canonical(const Attribute &attribute)
         static constexpr const char *kWords[] = {"No", "Yes", "Optional", "YesWithoutLog"};
         const int word = YesNoValue(info->kind, text);
         if (word >= 0)
-            return word == YesNoValue(info->kind, info->absent) ? Json() : Json(kWords[word]);
+            return word == YesNoValue(info->kind, info->absent) ? SortedJson()
+                                                                : SortedJson(kWords[word]);
     }
     if (info->kind == AttributeKind::Word)
-        return SameWord(text, info->absent) ? Json() : Json(UpperCase(text));
+        return SameWord(text, info->absent) ? SortedJson() : SortedJson(UpperCase(text));
     return value;
 }
 
-Json SectionOf(const char *name, const Step &step)
+SortedJson SectionOf(const char *name, const Step &step)
 {
-    Json section = {{"instances", step.instances}};
+    SortedJson section = {{"instances", step.instances}};
     for (const Attribute &attribute : step.attributes) {
-        const Json value = Canonical(attribute);
+        const SortedJson value = Canonical(attribute);
         if (!MayChange(name, attribute.name) && !value.is_null())
             section[attribute.name] = value;
     }
@@ -104,17 +105,18 @@ Json SectionOf(const char *name, const Step &step)
 }
 
 // No secret is kept: the password of a connection may change.
-Json ValueOf(const Setting &setting)
+SortedJson ValueOf(const Setting &setting)
 {
     const auto *text = std::get_if<std::string>(&setting.value);
     if (text != nullptr && setting.key == "connection")
         return WithoutPassword(*text);
-    return std::visit([](const auto &value) { return Json(value); }, setting.value);
+    return std::visit([](const auto &value) { return SortedJson(value); }, setting.value);
 }
 
-Json SectionOf(const char *name, const std::string &type, const std::vector<Setting> &settings)
+SortedJson SectionOf(const char *name, const std::string &type,
+                     const std::vector<Setting> &settings)
 {
-    Json section = {{"type", type}};
+    SortedJson section = {{"type", type}};
     for (const Setting &setting : settings) {
         if (!MayChange(name, setting.key))
             section[setting.key] = ValueOf(setting);
@@ -135,9 +137,9 @@ std::string WordsOf(const Column &column)
     return column.file_name ? words + ", takes the file's name" : words;
 }
 
-Json DescriptionOf(const Job &job)
+SortedJson DescriptionOf(const Job &job)
 {
-    Json sections = {{"job", {{"charset", UpperCase(job.charset)}}}};
+    SortedJson sections = {{"job", {{"charset", UpperCase(job.charset)}}}};
     if (job.has_source()) {
         sections["source"] = SectionOf("source", job.source_type, job.source);
         sections["source"]["instances"] = job.source_instances;
@@ -148,30 +150,30 @@ Json DescriptionOf(const Job &job)
         sections["target"] = SectionOf("target", job.target_type, job.target);
     else
         sections["consumer"] = SectionOf("consumer", job.consumer);
-    Json columns = Json::array();
+    SortedJson columns = SortedJson::array();
     for (const Column &column : job.columns)
         columns.push_back({column.name, WordsOf(column)});
-    return {{"version", kVersion}, {"sections", sections}, {"columns", columns}};
+    return {{"version", kFingerprintVersion}, {"sections", sections}, {"columns", columns}};
 }
 
 // ---- Differences ------------------------------------------------------------------------------
 
 // A value as it would stand in a job file; null: the key is not there.
-std::string Shown(const Json &value)
+std::string Shown(const SortedJson &value)
 {
     if (value.is_null())
         return "not given";
     return value.is_string() ? Quoted(value.get<std::string>()) : Escaped(value.dump());
 }
 
-Json ValueOf(const Json &section, const std::string &key)
+SortedJson ValueOf(const SortedJson &section, const std::string &key)
 {
-    return section.contains(key) ? section[key] : Json();
+    return section.contains(key) ? section[key] : SortedJson();
 }
 
 class Differences {
 public:
-    Differences(const Json &then, const Json &now) : then_(then), now_(now) {}
+    Differences(const SortedJson &then, const SortedJson &now) : then_(then), now_(now) {}
 
     std::vector<std::string> Find()
     {
@@ -185,10 +187,10 @@ public:
 private:
     // Every key of either, once.
     template <class Act>
-    static void Each(const Json &a, const Json &b, Act &&act)
+    static void Each(const SortedJson &a, const SortedJson &b, Act &&act)
     {
-        Json both = a.is_object() ? a : Json::object();
-        both.update(b.is_object() ? b : Json::object());
+        SortedJson both = a.is_object() ? a : SortedJson::object();
+        both.update(b.is_object() ? b : SortedJson::object());
         for (const auto &entry : both.items())
             act(entry.key());
     }
@@ -198,14 +200,14 @@ private:
         lines_.push_back(fmt::format("{}: {} at the checkpoint, {} now", what, then, now));
     }
 
-    void Section(const std::string &name, const Json &then, const Json &now)
+    void Section(const std::string &name, const SortedJson &then, const SortedJson &now)
     {
         const std::string title = fmt::format("[{}]", Escaped(name));
         if (then.is_object() != now.is_object())
             return Add(title, then.is_object() ? "there" : "not there",
                        now.is_object() ? "there" : "not there");
         Each(then, now, [&](const std::string &key) {
-            const Json before = ValueOf(then, key), after = ValueOf(now, key);
+            const SortedJson before = ValueOf(then, key), after = ValueOf(now, key);
             if (before != after)
                 Add(fmt::format("{} {}", title, Escaped(key)), Shown(before), Shown(after));
         });
@@ -213,7 +215,7 @@ private:
 
     using ColumnList = std::vector<std::pair<std::string, std::string>>;
 
-    static ColumnList ColumnsOf(const Json &description)
+    static ColumnList ColumnsOf(const SortedJson &description)
     {
         return description["columns"].get<ColumnList>();
     }
@@ -238,7 +240,7 @@ private:
             lines_.emplace_back("[schema] columns: they stood in another order at the checkpoint");
     }
 
-    const Json &then_, &now_;
+    const SortedJson &then_, &now_;
     std::vector<std::string> lines_;
 };
 
@@ -247,7 +249,7 @@ private:
 std::string FingerprintOf(const Job &job)
 {
     // Names of files may be no UTF-8.
-    return DescriptionOf(job).dump(-1, ' ', true, Json::error_handler_t::replace);
+    return DescriptionOf(job).dump(-1, ' ', true, SortedJson::error_handler_t::replace);
 }
 
 std::vector<std::string> DifferencesFrom(const std::string &fingerprint, const Job &job)
@@ -255,12 +257,13 @@ std::vector<std::string> DifferencesFrom(const std::string &fingerprint, const J
     const std::string mine = FingerprintOf(job);
     if (mine == fingerprint)
         return {};
-    const Json then = Json::parse(fingerprint, nullptr, false), now = Json::parse(mine);
+    const SortedJson then = SortedJson::parse(fingerprint, nullptr, false),
+                     now = SortedJson::parse(mine);
     try {
-        if (then.is_object() && then.at("version") == kVersion && then.at("sections").is_object() &&
-            then.at("columns").is_array())
+        if (then.is_object() && then.at("version") == kFingerprintVersion &&
+            then.at("sections").is_object() && then.at("columns").is_array())
             return Differences(then, now).Find();
-    } catch (const Json::exception &) {
+    } catch (const SortedJson::exception &) {
         // Told below.
     }
     return {

@@ -24,9 +24,8 @@ namespace fenwire {
 namespace {
 
 constexpr std::string_view kMagic = "FENWCKPT";
-constexpr uint32_t kVersion = 1;
+constexpr uint32_t kLayoutVersion = 1;
 constexpr size_t kHeaderBytes = 24;
-constexpr uint32_t kPending = 0, kFinished = 2;
 
 // Eight bytes at a time: table [i] is what a byte does that i more bytes follow.
 constexpr auto kCrcTables = [] {
@@ -224,7 +223,7 @@ void Writer::operator()(const FileIdentity &file) { EachOfFile(*this, file); }
 void Reader::operator()(FileIdentity &file)
 {
     EachOfFile(*this, file);
-    if (file.size < -1 || file.status < kPending || file.status > kFinished || file.instance < 0)
+    if (file.size < -1 || file.status > FileIdentity::kFinished || file.instance < 0)
         Damaged("a file is told of in a way that none can be");
 }
 
@@ -236,7 +235,7 @@ std::string EncodeGeneration(const Generation &generation)
     EachMember(body, generation);
     const std::string bytes = body.Take();
     Writer header;
-    header(kVersion);
+    header(kLayoutVersion);
     header(Crc32c(bytes));
     header(uint64_t{bytes.size()});
     return std::string(kMagic) + header.Take() + bytes;
@@ -252,11 +251,11 @@ Generation DecodeGeneration(std::string_view bytes)
     header(version);
     header(crc);
     header(length);
-    if (version != kVersion)
+    if (version != kLayoutVersion)
         throw DamagedCheckpoint(fmt::format(
             "the checkpoint is of version {}, and this fenwire reads version {}; go on with the "
             "fenwire that took it",
-            version, kVersion));
+            version, kLayoutVersion));
     bytes.remove_prefix(kHeaderBytes);
     if (bytes.size() != length)
         Damaged(fmt::format("{} bytes are there of {}", bytes.size(), length));

@@ -19,11 +19,13 @@ namespace fenwire {
 
 // A file as it was when a job first saw it.
 struct FileIdentity {
+    static constexpr uint32_t kFinished = 2;
+
     std::string path;  // as the job opens it, from the job's folder
     uint64_t device = 0, inode = 0;
     int64_t size = -1;     // bytes; -1: it was not there
     int64_t time_ns = 0;   // of the last change
-    uint32_t status = 0;   // at the checkpoint: 0 pending, 1 in work, 2 finished
+    uint32_t status = 0;   // at the checkpoint: 0 pending, 1 in work, kFinished
     int32_t instance = 0;  // whose it is, from 1
     bool operator==(const FileIdentity &) const = default;
 };

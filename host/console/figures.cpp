@@ -115,6 +115,11 @@ std::string Grouped(uint64_t number)
     return digits;
 }
 
+std::string Amount(uint64_t number, const char *one, const char *many)
+{
+    return fmt::format("{} {}", Grouped(number), number == 1 ? one : many);
+}
+
 std::string Brief(uint64_t number)
 {
     constexpr char kUnits[] = {'k', 'M', 'G', 'T', 'P', 'E'};

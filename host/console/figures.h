@@ -10,7 +10,8 @@
 
 namespace fenwire {
 
-std::string Grouped(uint64_t number);            // "1,234,567"
+std::string Grouped(uint64_t number);                                    // "1,234,567"
+std::string Amount(uint64_t number, const char *one, const char *many);  // "1,234 rows"
 std::string Brief(uint64_t number);              // "999", "1.2k", "123k", "1.2M"
 std::string Size(uint64_t bytes);                // "512 B", "1.5 KiB", "2.0 GiB"
 std::string Megabytes(double bytes_per_second);  // "12.3 MB/s", of a million bytes

@@ -11,11 +11,6 @@ namespace {
 
 constexpr uint64_t kMostRecordBytes = uint64_t{1} << 31;
 
-std::string NameOf(const PxFileNamesEntry &file)
-{
-    return {file.name, strnlen(file.name, sizeof file.name)};
-}
-
 }  // namespace
 
 // ---- Records -----------------------------------------------------------------------------------

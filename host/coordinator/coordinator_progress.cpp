@@ -10,11 +10,6 @@ namespace fenwire {
 
 namespace {
 
-std::string NameOf(const PxFileNamesEntry &file)
-{
-    return {file.name, strnlen(file.name, sizeof file.name)};
-}
-
 uint64_t SizeOf(const PxFileNamesEntry &file)
 {
     return static_cast<uint64_t>(std::max<int64_t>(file.size, 0));

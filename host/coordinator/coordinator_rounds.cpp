@@ -20,7 +20,7 @@ namespace fenwire {
 
 namespace {
 
-constexpr int kTickMs = 200;  // progress display, and how soon a lost process is noticed
+constexpr int kLongestWaitMs = 200;  // progress display, and how soon a lost process is noticed
 constexpr int kStopSeconds =
     5;  // for a signal: who does not come back by then ends the job without a round
 
@@ -30,10 +30,10 @@ int Coordinator::Timeout() const
 {
     if (!KeepsRecords() || job_.checkpoint.interval.count() == 0 ||
         round_.step != Round::Step::None)
-        return kTickMs;
+        return kLongestWaitMs;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(
         last_round_ + job_.checkpoint.interval - Clock::now());
-    return static_cast<int>(std::clamp<int64_t>(left.count(), 1, kTickMs));
+    return static_cast<int>(std::clamp<int64_t>(left.count(), 1, kLongestWaitMs));
 }
 
 void Coordinator::AdvanceRound()

@@ -5,6 +5,7 @@
 #ifndef FENWIRE_HOST_COORDINATOR_SHARED_OBJECTS_H
 #define FENWIRE_HOST_COORDINATOR_SHARED_OBJECTS_H
 
+#include <cstring>
 #include <map>
 #include <span>
 #include <string>
@@ -15,6 +16,12 @@
 #include "infrastructure/infrastructure.h"
 
 namespace fenwire {
+
+// However hostile the instance was that filled it in.
+inline std::string NameOf(const PxFileNamesEntry &file)
+{
+    return {file.name, strnlen(file.name, sizeof file.name)};
+}
 
 class SharedObjects {
 public:

@@ -28,15 +28,6 @@ constexpr int64_t kMaxRows = 1'000'000'000'000'000;
 constexpr char kForms[] =
     R"(write "60s", "100000 rows", or "60s or 100000 rows"; units are ms, s, min, h and rows)";
 
-std::string_view Trimmed(std::string_view text)
-{
-    while (text.starts_with(' '))
-        text.remove_prefix(1);
-    while (text.ends_with(' '))
-        text.remove_suffix(1);
-    return text;
-}
-
 // What is wrong with a term; empty: nothing, and the rule has it.
 std::string TakeTerm(std::string_view term, CheckpointRule &rule)
 {

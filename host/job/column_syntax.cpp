@@ -20,17 +20,8 @@ namespace fenwire {
 
 namespace {
 
-constexpr size_t kMaxNameBytes = 255;
-constexpr std::string_view kBlanks = " \t\r\n";
+constexpr size_t kMaxColumnNameBytes = 255;
 constexpr uint32_t kMaxDecimalDigits = 38, kMaxSecondDigits = 6;
-
-std::string_view Trimmed(std::string_view text)
-{
-    const size_t from = text.find_first_not_of(kBlanks);
-    if (from == std::string_view::npos)
-        return {};
-    return text.substr(from, text.find_last_not_of(kBlanks) - from + 1);
-}
 
 // Upper case, single blanks between words, none at parentheses.
 std::string Normalised(std::string_view text)
@@ -234,9 +225,9 @@ bool CheckColumnName(std::string_view name, SourcePosition at, std::vector<Compl
     std::string what;
     if (name.empty())
         what = "a column needs a name";
-    else if (name.size() > kMaxNameBytes)
+    else if (name.size() > kMaxColumnNameBytes)
         what = fmt::format("column name {} is {} bytes long; the limit is {}", Quoted(name),
-                           name.size(), kMaxNameBytes);
+                           name.size(), kMaxColumnNameBytes);
     else if (std::ranges::any_of(name, [](unsigned char c) { return c < 0x20 || c == 0x7F; }))
         what = fmt::format("column name {} holds a control character", Quoted(name));
     if (what.empty())

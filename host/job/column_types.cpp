@@ -8,7 +8,7 @@ namespace fenwire {
 
 namespace {
 
-constexpr uint32_t kLongest = 64000;
+constexpr uint32_t kLongestBytes = 64000;
 using enum SizeRule;
 
 // Dates and times of the binary formats lie as they are laid out in periods: a time is seconds (4 bytes),
@@ -24,31 +24,31 @@ constexpr ColumnType kTypes[] = {
     {"CHAR",                            Bytes,    1},        //  5
     {"BYTEINT",                         Fixed,    1},
     {"VARCHAR",                         Bytes,    1},
-    {"LONG VARCHAR",                    Fixed,    kLongest},
+    {"LONG VARCHAR",                    Fixed,    kLongestBytes},
     {"BYTE",                            Bytes,    1},
     {"VARBYTE",                         Bytes,    1},        // 10
     {"INTDATE",                         Fixed,    4},
     {"GRAPHIC",                         Bytes,    2},
     {"VARGRAPHIC",                      Bytes,    2},
-    {"LONG VARGRAPHIC",                 Fixed,    kLongest},
+    {"LONG VARGRAPHIC",                 Fixed,    kLongestBytes},
     {"ANSIDATE",                        Fixed,    10},       // 15
     {"BOOLEAN",                         Fixed,    1},
-    {"LONG VARBYTE",                    Fixed,    kLongest},
+    {"LONG VARBYTE",                    Fixed,    kLongestBytes},
     {"NULLABLE VARCHAR",                Bytes,    1},
     {"NULLABLE FLOAT",                  Fixed,    8},
     {"NULLABLE DECIMAL",                Decimal,  0},        // 20
     {"NULLABLE CHAR",                   Bytes,    1},
-    {"NULLABLE LONG VARCHAR",           Fixed,    kLongest},
+    {"NULLABLE LONG VARCHAR",           Fixed,    kLongestBytes},
     {"NULLABLE INTEGER",                Fixed,    4},
     {"NULLABLE SMALLINT",               Fixed,    2},
     {"NULLABLE BYTE",                   Bytes,    1},        // 25
     {"NULLABLE VARBYTE",                Bytes,    1},
-    {"NULLABLE LONG VARBYTE",           Fixed,    kLongest},
+    {"NULLABLE LONG VARBYTE",           Fixed,    kLongestBytes},
     {"NULLABLE BYTEINT",                Fixed,    1},
     {"NULLABLE INTDATE",                Fixed,    4},
     {"NULLABLE GRAPHIC",                Bytes,    2},        // 30
     {"NULLABLE VARGRAPHIC",             Bytes,    2},
-    {"NULLABLE LONG VARGRAPHIC",        Fixed,    kLongest},
+    {"NULLABLE LONG VARGRAPHIC",        Fixed,    kLongestBytes},
     {"NULLABLE ANSIDATE",               Fixed,    10},
     {"NULLABLE BOOLEAN",                Fixed,    1},
     {"TIME",                            Fraction, 6},        // 35

@@ -13,7 +13,7 @@ namespace fenwire {
 namespace {
 
 // One word for a shell.
-std::string Word(const std::string &text)
+std::string ShellWord(const std::string &text)
 {
     constexpr std::string_view kHarmless = "_./=+,:@%-";
     const auto plain = [&](char c) {
@@ -32,11 +32,11 @@ std::string Word(const std::string &text)
 
 std::string JobCommand(const std::string &verb, const Job &job)
 {
-    std::string command = fmt::format("fenwire {} {}", verb, Word(ShownPath(job.file)));
+    std::string command = fmt::format("fenwire {} {}", verb, ShellWord(ShownPath(job.file)));
     for (const Override &given : job.overrides)
         command += given.step == kReadingStep
-                       ? fmt::format(" --{} {}", given.name, Word(given.value))
-                       : " --set " + Word(given.step + "." + given.name + "=" + given.value);
+                       ? fmt::format(" --{} {}", given.name, ShellWord(given.value))
+                       : " --set " + ShellWord(given.step + "." + given.name + "=" + given.value);
     return command;
 }
 

@@ -86,7 +86,7 @@ void RequireUtf8(const std::string &file, const std::string &source)
 
 // ---- Environment variables --------------------------------------------------------------------
 
-bool IsNameByte(char c) { return isalnum(static_cast<unsigned char>(c)) != 0 || c == '_'; }
+bool IsVariableByte(char c) { return isalnum(static_cast<unsigned char>(c)) != 0 || c == '_'; }
 
 // ${NAME} becomes the variable's text, $${ becomes ${. What is wrong, or nothing.
 std::optional<Complaint> PutInEnvironment(std::string &text, SourcePosition at)
@@ -105,7 +105,7 @@ std::optional<Complaint> PutInEnvironment(std::string &text, SourcePosition at)
         const size_t end = text.find('}', i);
         const std::string name =
             end == std::string::npos ? std::string() : text.substr(i + 2, end - i - 2);
-        if (name.empty() || !std::ranges::all_of(name, IsNameByte))
+        if (name.empty() || !std::ranges::all_of(name, IsVariableByte))
             return Complaint{at, "\"${\" begins no environment variable",
                              "write ${NAME}, or $${ for the two characters themselves"};
         const char *value = getenv(name.c_str());

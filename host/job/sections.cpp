@@ -12,10 +12,10 @@ namespace fenwire {
 
 namespace {
 
-constexpr size_t kMaxNameBytes = 64;
+constexpr size_t kMaxJobNameBytes = 64;
 constexpr int64_t kMaxInstances = 512;
 
-bool IsNameByte(char c)
+bool IsJobNameByte(char c)
 {
     return isalnum(static_cast<unsigned char>(c)) != 0 || c == '.' || c == '_' || c == '-';
 }
@@ -31,7 +31,7 @@ void ReadName(const Entry &entry, Job &job, std::vector<Complaint> &found)
             {entry.value.at,
              fmt::format("{} can't be the name of a job: it names a folder too", Quoted(*name)),
              fmt::format("1 to {} letters, digits, '.', '_' and '-', not a dot or dash first",
-                         kMaxNameBytes)});
+                         kMaxJobNameBytes)});
     if (job.name.empty())
         job.name = "-";  // complained of; not the file's name instead
 }
@@ -53,8 +53,8 @@ void ReadStep(const Value &section, Role role, Step &step, std::vector<Complaint
 
 bool IsJobName(std::string_view name)
 {
-    return !name.empty() && name.size() <= kMaxNameBytes && name[0] != '.' && name[0] != '-' &&
-           std::ranges::all_of(name, IsNameByte);
+    return !name.empty() && name.size() <= kMaxJobNameBytes && name[0] != '.' && name[0] != '-' &&
+           std::ranges::all_of(name, IsJobNameByte);
 }
 
 const std::string *TextOf(const Entry &entry, std::vector<Complaint> &found)

@@ -26,6 +26,14 @@ bool SameWord(std::string_view a, std::string_view b)
     return std::ranges::equal(a, b, {}, Upper, Upper);
 }
 
+std::string_view Trimmed(std::string_view text)
+{
+    const size_t from = text.find_first_not_of(kBlanks);
+    if (from == std::string_view::npos)
+        return {};
+    return text.substr(from, text.find_last_not_of(kBlanks) - from + 1);
+}
+
 size_t EditDistance(std::string_view a, std::string_view b)
 {
     std::vector<size_t> before_last, last(b.size() + 1), row(b.size() + 1);
@@ -48,8 +56,9 @@ size_t EditDistance(std::string_view a, std::string_view b)
 
 std::string_view NearestWord(std::string_view word, std::span<const std::string_view> words)
 {
-    constexpr size_t kLongest = 80;  // nobody mistypes longer words, and the search is quadratic
-    if (word.empty() || word.size() > kLongest)
+    constexpr size_t kLongestWord =
+        80;  // nobody mistypes longer words, and the search is quadratic
+    if (word.empty() || word.size() > kLongestWord)
         return {};
     std::string_view nearest;
     size_t best = std::max<size_t>(1, word.size() / 3) + 1;
@@ -122,8 +131,8 @@ std::string Escaped(std::string_view text)
 
 std::string Quoted(std::string_view text)
 {
-    constexpr size_t kLongest = 80;
-    size_t end = std::min(text.size(), kLongest);
+    constexpr size_t kLongestShown = 80;
+    size_t end = std::min(text.size(), kLongestShown);
     while (end < text.size() && end > 0 && (static_cast<uint8_t>(text[end]) & 0xC0) == 0x80)
         --end;
     return fmt::format("\"{}{}\"", Escaped(text.substr(0, end)), end < text.size() ? "..." : "");

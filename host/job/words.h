@@ -14,6 +14,9 @@ namespace fenwire {
 std::string UpperCase(std::string_view text);           // ASCII letters only
 bool SameWord(std::string_view a, std::string_view b);  // but for the case of ASCII letters
 
+inline constexpr std::string_view kBlanks = " \t\r\n";
+std::string_view Trimmed(std::string_view text);  // without the blanks around it
+
 // Single edits (insert, delete, replace, exchange of neighbours) between two words, case aside.
 size_t EditDistance(std::string_view a, std::string_view b);
 

@@ -18,7 +18,6 @@ namespace fenwire {
 
 namespace {
 
-constexpr size_t kReadBytes = 64 * 1024;
 constexpr size_t kMostPoolBytes = size_t{256} << 20;
 
 constexpr std::pair<std::string_view, TextStyle> kStyles[] = {{"plain", TextStyle::Plain},
@@ -67,7 +66,7 @@ public:
     bool Read(RowOutlet &rows) override
     {
         size_t bytes = 0;
-        for (; next_ < end_ && bytes < kReadBytes; ++next_) {
+        for (; next_ < end_ && bytes < kBatchBytes; ++next_) {
             uint8_t *to = rows.Reserve();
             const size_t row = repeat_ != 0 ? CopyRow(to) : maker_.Make(next_, to);
             rows.Append(row);

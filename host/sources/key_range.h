@@ -14,10 +14,11 @@ struct KeyRange {
     // Where part 1, 2 .. begins.
     int64_t BoundBefore(int part, int parts) const
     {
-        __extension__ using Wide = unsigned __int128;
+        __extension__ using Product = unsigned __int128;
         const uint64_t span = static_cast<uint64_t>(high) - static_cast<uint64_t>(low);
-        const auto offset = static_cast<uint64_t>(
-            (static_cast<Wide>(span) + 1) * static_cast<Wide>(part - 1) / static_cast<Wide>(parts));
+        const auto offset =
+            static_cast<uint64_t>((static_cast<Product>(span) + 1) *
+                                  static_cast<Product>(part - 1) / static_cast<Product>(parts));
         return static_cast<int64_t>(static_cast<uint64_t>(low) + offset);
     }
 };

@@ -7,6 +7,9 @@
 
 namespace fenwire {
 
+inline constexpr size_t kBatchBytes =
+    64 * 1024;  // that a source hands out in one call, and a little more
+
 std::unique_ptr<Source> MakeGeneratorSource(const Job &job);
 void CheckGeneratorSettings(const Job &job, std::vector<Complaint> &found);
 

@@ -29,14 +29,12 @@ namespace fenwire {
 
 namespace {
 
-constexpr size_t kBatchBytes = 64 * 1024;
 constexpr uint64_t kMostTransactions = uint64_t{1}
                                        << 31;  // that can be told apart by their numbers
 // Rows must come in their order whoever else reads the table.
-constexpr const char *kPrepareReading =
-    "SELECT set_config('synchronize_seqscans', 'off', false), "
-    "set_config('max_parallel_workers_per_gather', '0', false), "
-    "set_config('IntervalStyle', 'sql_standard', false)";
+constexpr const char *kInTableOrder = "SELECT set_config('synchronize_seqscans', 'off', false), "
+                                      "set_config('max_parallel_workers_per_gather', '0', false), "
+                                      "set_config('IntervalStyle', 'sql_standard', false)";
 
 class PostgresSource final : public Source {
 public:
@@ -118,7 +116,7 @@ private:
                             Quoted(job_.charset)));
         connection_.emplace(SettingOr<std::string>(job_.source, "connection", {}),
                             PostgresConnection::Access::Read);
-        connection_->Run(kPrepareReading);
+        connection_->Run(kInTableOrder);
         relation_ = FindPostgresRelation(*connection_, job_);
         rows_ = PostgresRows(IsUtf16(job_.charset));
         list_ = PostgresSelectList(relation_, job_, rows_);

@@ -47,8 +47,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr size_t kBatchBytes = 64 * 1024;
-constexpr const char *kPrepareReading = "PRAGMA trusted_schema = 0";
+constexpr const char *kTrustNoSchema = "PRAGMA trusted_schema = 0";
 // A table's pages are read once. A cache that stays in the processor's own is faster than a large one, and than
 // pages that are mapped, where each row waits for memory.
 constexpr const char *kSmallCache = "PRAGMA cache_size = -400";
@@ -198,7 +197,7 @@ private:
         file_ = FileOf(job_);
         database_.emplace(file_, SqliteDatabase::Access::Read);
         database_->WaitForLocks(kLongestSqliteWait);
-        database_->Run(kPrepareReading);
+        database_->Run(kTrustNoSchema);
         relation_ =
             table_.empty() ? SqliteQuery(*database_, query_) : SqliteTableNamed(*database_, table_);
         if (!relation_.row_id.empty() && split_.empty())
@@ -401,7 +400,7 @@ void CheckSqliteSourceSettings(const Job &job, std::vector<Complaint> &found)
 std::vector<Column> SqliteSourceColumns(const Job &job)
 {
     SqliteDatabase database(FileOf(job), SqliteDatabase::Access::Read);
-    database.Run(kPrepareReading);
+    database.Run(kTrustNoSchema);
     const auto table = SettingOr<std::string>(job.source, "table", {});
     const SqliteRelation relation =
         table.empty() ? SqliteQuery(database, SettingOr<std::string>(job.source, "query", {}))

@@ -16,8 +16,6 @@ namespace fenwire {
 
 namespace {
 
-constexpr size_t kReadBytes = 64 * 1024;
-
 // Text has up to twice the bytes of its value in hexadecimal digits, and twice that with every byte a
 // quote; kMostValueText covers what numbers and dates look like.
 size_t MostTextBytes(const Job &job)
@@ -63,7 +61,7 @@ public:
             const size_t row = PutRow(rows.Reserve());
             rows.Append(row);
             bytes += row;
-        } while (bytes < kReadBytes && !reader_.Dry());
+        } while (bytes < kBatchBytes && !reader_.Dry());
         return true;
     }
 

@@ -12,8 +12,6 @@ namespace fenwire {
 
 namespace {
 
-constexpr size_t kHead = 8;  // of a record without lengths
-
 constexpr size_t Aligned(size_t bytes) { return (bytes + 7) & ~size_t{7}; }
 
 void WriteHead(uint8_t *record, size_t bytes, size_t data_bytes)
@@ -75,14 +73,14 @@ uint8_t *RingOutlet::Reserve()
 {
     const size_t most = layout_.most_bytes();
     if (form_ == RowForm::Layout && most <= kMostInPlace)
-        return current_->Reserve(Aligned(kHead + most)) + kHead;
+        return current_->Reserve(Aligned(kRecordHead + most)) + kRecordHead;
     row_.resize(most);
     return row_.data();
 }
 
 void RingOutlet::AppendToRing(size_t row_bytes)
 {
-    const size_t bytes = Aligned(kHead + row_bytes);
+    const size_t bytes = Aligned(kRecordHead + row_bytes);
     WriteHead(current_->Reserve(bytes), bytes, row_bytes);
     current_->Append(bytes);
     TakeTurns();
@@ -102,9 +100,9 @@ void RingOutlet::Append(size_t row_bytes)
 void RingOutlet::MakeRecord(const uint8_t *row, size_t bytes)
 {
     const uint32_t columns = layout_.columns();
-    const size_t head = kHead + 4 * size_t{columns};
+    const size_t head = kRecordHead + 4 * size_t{columns};
     uint8_t *record = current_->Reserve(Aligned(head + bytes));
-    auto *lengths = reinterpret_cast<uint32_t *>(record + kHead);
+    auto *lengths = reinterpret_cast<uint32_t *>(record + kRecordHead);
     uint8_t *data = record + head;
     for (uint32_t i = 0; i < columns; ++i) {
         const bool null = indicators_[i] != 0;
@@ -122,7 +120,7 @@ void RingOutlet::MakeRecord(const uint8_t *row, size_t bytes)
 PxStatus RingOutlet::PutLayout(const uint8_t *row, size_t bytes)
 {
     uint32_t bad = 0;
-    if (Aligned(kHead + 4 * size_t{layout_.columns()} + bytes) > RowRing::kMaxRecordBytes ||
+    if (Aligned(kRecordHead + 4 * size_t{layout_.columns()} + bytes) > RowRing::kMaxRecordBytes ||
         !layout_.Walk(row, bytes, indicators_.data(), offsets_.data(), lengths_.data(), &bad))
         return PXSTC_Length;
     if (form_ == RowForm::CountsOnly) {
@@ -130,7 +128,7 @@ PxStatus RingOutlet::PutLayout(const uint8_t *row, size_t bytes)
     } else if (form_ == RowForm::Records) {
         MakeRecord(row, bytes);
     } else {
-        memcpy(current_->Reserve(Aligned(kHead + bytes)) + kHead, row, bytes);
+        memcpy(current_->Reserve(Aligned(kRecordHead + bytes)) + kRecordHead, row, bytes);
         AppendToRing(bytes);
     }
     return PXSTC_Success;
@@ -144,9 +142,9 @@ PxStatus RingOutlet::PutColumns(const uint8_t *indicators, const uint32_t *offse
     // Besides the values: indicators, prefixes, and zeros for NULL.
     const uint64_t room = std::min(layout_.most_bytes(), size + layout_.indicator_bytes() +
                                                              layout_.fixed_and_prefix_bytes());
-    if (size > RowRing::kMaxRecordBytes || kHead + room + 7 > RowRing::kMaxRecordBytes)
+    if (size > RowRing::kMaxRecordBytes || kRecordHead + room + 7 > RowRing::kMaxRecordBytes)
         return PXSTC_Length;
-    RowBuilder builder(layout_, current_->Reserve(Aligned(kHead + room)) + kHead);
+    RowBuilder builder(layout_, current_->Reserve(Aligned(kRecordHead + room)) + kRecordHead);
     uint64_t taken = 0;
     for (uint32_t i = 0; i < layout_.columns(); ++i) {
         if (indicators[i] != 0) {

@@ -11,7 +11,6 @@ namespace {
 
 constexpr ptrdiff_t kGiveBackBytes = 256 << 10;
 constexpr uint32_t kNoLengths = 0;  // rows in the job's layout have no lengths in their records
-constexpr size_t kHead = 8;
 
 }  // namespace
 
@@ -80,7 +79,7 @@ RowInlet::Result RowInlet::Next(InletRow &row)
     const RowRecord record = {at_};
     const size_t left = static_cast<size_t>(end_ - at_), size = record.bytes();
     const uint32_t bytes = record.data_bytes();
-    if (size > left || size % 8 != 0 || size < kHead + bytes) [[unlikely]]
+    if (size > left || size % 8 != 0 || size < kRecordHead + bytes) [[unlikely]]
         throw std::runtime_error("a row record in the ring of a consumer is damaged");
     const uint8_t *start = record.data(kNoLengths);
     if (!layout_.Walk(start, bytes, indicators_.data(), offsets_.data(), lengths_.data(), &bad))

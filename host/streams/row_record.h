@@ -20,6 +20,8 @@
 namespace fenwire {
 
 inline constexpr uint32_t kNullColumn = 0xFFFFFFFF;
+inline constexpr size_t kRecordHead =
+    8;  // bytes before the lengths, or before the data where there are none
 
 struct RowRecord {
     const uint8_t *start;

@@ -14,14 +14,14 @@ namespace fenwire {
 
 namespace {
 
-using Access = PostgresConnection::Access;
+using PostgresAccess = PostgresConnection::Access;
 
 struct OpenStore {
     PostgresConnection connection;
     PostgresCheckpoints checkpoints;
 
     explicit OpenStore(const Job &job)
-        : connection(PostgresConnectionOf(job), Access::Write), checkpoints(job, connection)
+        : connection(PostgresConnectionOf(job), PostgresAccess::Write), checkpoints(job, connection)
     {
         checkpoints.Settle(connection);
     }
@@ -47,7 +47,7 @@ void CheckPostgresSettings(const Job &job, std::vector<Complaint> &found)
 
 std::vector<Column> PostgresTargetColumns(const Job &job)
 {
-    PostgresConnection connection(PostgresConnectionOf(job), Access::Write);
+    PostgresConnection connection(PostgresConnectionOf(job), PostgresAccess::Write);
     const PostgresName name = PostgresTableOf(job);
     const std::optional<PostgresTable> table = FindPostgresTable(connection, name);
     if (!table)

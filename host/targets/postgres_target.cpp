@@ -34,13 +34,13 @@ namespace fenwire {
 
 namespace {
 
-using Access = PostgresConnection::Access;
+using PostgresAccess = PostgresConnection::Access;
 
 // clang-format off
 constexpr struct {
     std::string_view state;  // SQLSTATE, or its first characters
     const char *remedy;
-} kRowFaults[] = {
+} kPostgresRowFaults[] = {
     {"23505", "a row with this key is in the table already, or came earlier in this job"},
     {"23502", "the column takes no NULL; give it a value, or let the table allow NULL"},
     {"23503", "the row refers to one that is not there"},
@@ -55,7 +55,7 @@ constexpr struct {
 
 const char *RemedyFor(std::string_view state)
 {
-    for (const auto &fault : kRowFaults) {
+    for (const auto &fault : kPostgresRowFaults) {
         if (state.starts_with(fault.state))
             return fault.remedy;
     }
@@ -75,7 +75,7 @@ public:
 
     void Check() override
     {
-        PostgresConnection connection(where_, Access::Write);
+        PostgresConnection connection(where_, PostgresAccess::Write);
         PostgresCheckpoints(job_, connection).RequireRights(connection);
         connection.Run("BEGIN");  // and never a commit: what is made here goes with the connection
         if (!FindPostgresTable(connection, name_))
@@ -182,7 +182,7 @@ private:
     {
         report_ = {};
         rows_of_.clear();
-        control_.emplace(where_, Access::Write);
+        control_.emplace(where_, PostgresAccess::Write);
         checkpoints_.emplace(job_, *control_);
         checkpoints_->RequireRights(*control_);
         checkpoints_->Settle(*control_);

@@ -19,7 +19,7 @@ namespace {
 constexpr struct {
     int code;  // extended, or primary
     const char *remedy;
-} kRowFaults[] = {
+} kSqliteRowFaults[] = {
     {SQLITE_CONSTRAINT_PRIMARYKEY, "a row with this key is in the table already, or came earlier in this job"},
     {SQLITE_CONSTRAINT_ROWID,      "a row with this key is in the table already, or came earlier in this job"},
     {SQLITE_CONSTRAINT_UNIQUE,     "a row with this value is in the table already, or came earlier in this job"},
@@ -36,7 +36,7 @@ constexpr struct {
 
 const char *RowFaultRemedy(int code)
 {
-    for (const auto &fault : kRowFaults) {
+    for (const auto &fault : kSqliteRowFaults) {
         if (fault.code == code || fault.code == (code & 0xFF))
             return fault.remedy;
     }

@@ -35,7 +35,7 @@ namespace fenwire {
 namespace {
 
 namespace fs = std::filesystem;
-using Access = SqliteDatabase::Access;
+using SqliteAccess = SqliteDatabase::Access;
 
 // Programs that still read are waited for at the end, as long as the job has taken within these limits.
 constexpr std::chrono::milliseconds kShortestCommitWait{3000}, kLongestCommitWait{60'000};
@@ -72,7 +72,7 @@ public:
             TryCreating();
             return;
         }
-        SqliteDatabase database(file_, Access::Look);
+        SqliteDatabase database(file_, SqliteAccess::Look);
         if (HasSqliteTable(database, table_)) {
             CompareSqliteTable(database, table_, job_);
             return;
@@ -201,7 +201,7 @@ private:
             Gone("the database is not there any more");
         if (!there)
             MakeFile();
-        database_.emplace(file_, Access::Write);
+        database_.emplace(file_, SqliteAccess::Write);
         CommitForGood(*database_);
         database_->Run("BEGIN IMMEDIATE");
         const bool has_table = HasSqliteTable(*database_, table_);
@@ -264,7 +264,7 @@ std::vector<Column> SqliteTargetColumns(const Job &job)
     if (access(file.c_str(), F_OK) != 0)
         throw TargetError(fmt::format("database {} has no columns yet: it can't be opened: {}",
                                       Quoted(file.string()), strerror(errno)));
-    SqliteDatabase database(file, Access::Look);
+    SqliteDatabase database(file, SqliteAccess::Look);
     const auto table = SettingOr<std::string>(job.target, "table", {});
     const SqliteRelation relation = SqliteTableNamed(database, table);
     std::vector<Column> columns = ColumnsOf(database, relation);
@@ -280,7 +280,7 @@ std::optional<StoredGeneration> FindInSqlite(const Job &job, const std::string &
     const fs::path file = PathSetting(job, job.target, "file");
     if (access(file.c_str(), F_OK) != 0 && errno == ENOENT)
         return std::nullopt;
-    SqliteDatabase database(file, Access::Look);
+    SqliteDatabase database(file, SqliteAccess::Look);
     return SqliteCheckpoints(database).Find(job, run);
 }
 
@@ -288,7 +288,7 @@ void ForgetInSqlite(const Job &job, const std::string &run)
 {
     if (!FindInSqlite(job, run))
         return;
-    SqliteDatabase database(PathSetting(job, job.target, "file"), Access::Write);
+    SqliteDatabase database(PathSetting(job, job.target, "file"), SqliteAccess::Write);
     CommitForGood(database);
     database.Run("BEGIN IMMEDIATE");
     SqliteCheckpoints(database).Forget(job, run);
