@@ -6,8 +6,11 @@
 Each job runs undisturbed in one folder, and in another it is hit up to five times: an instance, the target,
 the coordinator or all of them killed, or the coordinator interrupted. What is there in the end must be what
 the undisturbed run left. JOB runs one job of a seed again.
+
+With a server of support/postgres_server.py every other job is one of PostgreSQL, and the server is hit as well.
 """
 import concurrent.futures
+import itertools
 import json
 import os
 import pathlib
@@ -20,6 +23,7 @@ import tempfile
 import threading
 import time
 
+import postgres_torture
 import torture_jobs
 
 PATIENCE = 120  # seconds until a run counts as one that hangs
@@ -35,14 +39,13 @@ class Failed(Exception):
 class Process:
     """fenwire at work on a job, and the processes that it starts."""
 
-    def __init__(self, fenwire, verb, folder):
-        self.folder = folder
+    def __init__(self, fenwire, verb, folder, environment=None):
         self.out, self.err = folder / "stdout", folder / "stderr"
         words = [fenwire, verb, "job.toml", "--json"] + (["--progress", "off"] if verb != "status" else [])
         with open(self.out, "wb") as out, open(self.err, "wb") as err:
             self.began = time.monotonic()
             self.process = subprocess.Popen(words, cwd=folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
-                                            start_new_session=True)
+                                            env={**os.environ, **(environment or {})}, start_new_session=True)
         self.pid = self.process.pid
 
     def children(self):
@@ -103,7 +106,7 @@ class Process:
 # ---- The moment, and who is hit -------------------------------------------------------------------------
 
 
-def wait_for_moment(rng, process, moment, seconds, hits):
+def wait_for_moment(rng, process, moment, seconds, hits, seen_files):
     """Returns when the time has come, or the process has ended."""
     end, changes = process.began + seconds * 1.5 + 1, 0
     if moment == "checkpoint":
@@ -111,10 +114,10 @@ def wait_for_moment(rng, process, moment, seconds, hits):
     else:
         share = {"time": rng.random() / (1 + hits / 2), "start": rng.random() * 0.15, "end": rng.uniform(0.85, 1.05)}[moment]
         end = process.began + seconds * share
-    seen = torture_jobs.checkpoint_files(process.folder) if changes else None
+    seen = seen_files() if changes else None
     while not process.ended() and time.monotonic() < end:
         if changes:
-            now = torture_jobs.checkpoint_files(process.folder)
+            now = seen_files()
             changes -= now != seen
             if changes == 0:
                 return
@@ -122,8 +125,10 @@ def wait_for_moment(rng, process, moment, seconds, hits):
         time.sleep(0.0005)
 
 
-def strike(rng, process, victim):
+def strike(rng, process, victim, server):
     """Hits it, and says what was hit."""
+    if victim in postgres_torture.VICTIMS and server.strike(rng, victim, process):
+        return victim
     if victim in SIGNALS:
         if rng.random() < 0.5:
             os.killpg(process.pid, SIGNALS[victim][0])
@@ -143,6 +148,8 @@ def strike(rng, process, victim):
 
 
 def statuses(hit):
+    if hit in postgres_torture.VICTIMS:
+        return [12, 2]
     if hit in SIGNALS:
         return [SIGNALS[hit][1]]
     return {"": [], "group": [-9], "coordinator": [-9]}.get(hit, [12])
@@ -151,24 +158,32 @@ def statuses(hit):
 class Torture:
     """One job: its folders, and what was done to it."""
 
-    def __init__(self, fenwire, seed, number):
-        self.fenwire, self.rng = fenwire, random.Random(f"{seed} {number}")
+    def __init__(self, fenwire, seed, number, server):
+        self.fenwire, self.rng, self.server = fenwire, random.Random(f"{seed} {number}"), server
         self.root = pathlib.Path(tempfile.mkdtemp(prefix=f"torture-{number}-"))
         self.calm, self.folder = self.root / "calm", self.root / "hit"
         self.calm.mkdir()
         self.hits = []
 
+    def process(self, verb, folder):
+        return Process(self.fenwire, verb, folder, self.server and self.server.environment(folder))
+
     def run(self):
-        self.job = torture_jobs.TortureJob(self.rng, self.calm)
+        self.job = (postgres_torture.PostgresJob(self.rng, self.calm, self.server) if self.server else
+                    torture_jobs.TortureJob(self.rng, self.calm))
         shutil.copytree(self.calm, self.folder)
-        process = Process(self.fenwire, "run", self.calm)
+        process = self.process("run", self.calm)
         status = process.wait()
         self.seconds = time.monotonic() - process.began
         if status not in (0, 4):
             raise Failed(f"undisturbed: exit status {status}\n{process.said()}")
+        if ("may come twice" in process.said()) != self.job.twice:
+            raise Failed(f"rows may come twice, which is not said; or it is said of a job that has each once\n{process.said()}")
         self.wanted = torture_jobs.result(self.job, self.calm, process.report())
         last = self.torment(status)
         got = torture_jobs.result(self.job, self.folder, last.report() if last else self.wanted)
+        if self.emptied:
+            got["rows"] = self.wanted["rows"]
         if last is None:  # it was cut short while it tidied up, which the next run does
             got["files"] = [name for name in got["files"] if not name.startswith(".fenwire/torture/bad-records-")]
         if found := list(torture_jobs.differences(got, self.wanted)):
@@ -179,13 +194,13 @@ class Torture:
         hits = self.rng.choice([1, 2, 3, 3, 4, 5, 5])
         for left in range(hits, -1, -1):
             begun = (self.folder / ".fenwire/torture/run.json").exists()
-            process = Process(self.fenwire, "resume" if begun else "run", self.folder)
+            process = self.process("resume" if begun else "run", self.folder)
             hit = self.hit(process) if left else ""
             status = process.wait()
-            if status == done:
-                return process
-            if status == 2 and "came to its end" in process.said():
-                return None
+            ended = status == 2 and "came to its end" in process.said()
+            if status == done or ended:
+                self.emptied = self.job.unlogged and hit in postgres_torture.CRASHES
+                return None if ended else process
             said = process.said().strip()
             if hit in SIGNALS and status == -SIGNALS[hit][0] and (not said or "\n" not in said and ": goes on from " in said):
                 continue  # before it had begun to listen
@@ -197,7 +212,7 @@ class Torture:
 
     def look(self):
         """What `fenwire status` tells is what is there, and a run from the start is refused while there is more."""
-        process = Process(self.fenwire, "status", self.folder)
+        process = self.process("status", self.folder)
         if process.wait() != 0:
             raise Failed(f"status fails: {process.said()}")
         told = process.report()
@@ -208,17 +223,19 @@ class Torture:
         if told["state"] != "finished" and (lie := torture_jobs.difference_from(told, self.job, self.folder)):
             raise Failed(f"status tells {told}\nbut {lie}")
         if checkpoint and checkpoint["generation"] > 0 and self.rng.random() < 0.3:
-            process = Process(self.fenwire, "run", self.folder)
+            process = self.process("run", self.folder)
             if process.wait() != 2 or "resume" not in process.said():
                 raise Failed(f"a run from the start is not refused\n{process.said()}")
 
     def hit(self, process):
-        moment, victim = self.rng.choice(MOMENTS), self.rng.choice(VICTIMS)
-        wait_for_moment(self.rng, process, moment, self.seconds, len(self.hits))
+        victims = VICTIMS + (postgres_torture.VICTIMS if self.server else [])
+        moment, victim = self.rng.choice(MOMENTS), self.rng.choice(victims)
+        wait_for_moment(self.rng, process, moment, self.seconds, len(self.hits),
+                        lambda: self.job.checkpoint_files(self.folder))
         if process.ended():
             return ""
         when = time.monotonic() - process.began
-        hit = strike(self.rng, process, victim)
+        hit = strike(self.rng, process, victim, self.server)
         self.hits.append(f"{hit} at {when:.3f} s ({moment})")
         return hit
 
@@ -228,16 +245,19 @@ class Campaign:
 
     def __init__(self, fenwire, kills, seed):
         self.fenwire, self.kills, self.seed = fenwire, kills, seed
-        self.lock, self.number, self.done, self.failures = threading.Lock(), 0, 0, 0
+        self.lock, self.done, self.failures = threading.Lock(), 0, 0
+        folder = os.environ.get("FENWIRE_TEST_POSTGRES_FOLDER")
+        self.server = postgres_torture.TortureServer(folder) if folder else None
 
-    def work(self):
-        while self.done < self.kills and self.failures < 5:
-            with self.lock:
-                number, self.number = self.number, self.number + 1
+    def work(self, worker):
+        """Jobs of PostgreSQL, which want their server for themselves, have one worker, and even numbers."""
+        for number in itertools.count(worker, 2):
+            if self.done >= self.kills or self.failures >= 5:
+                break
             self.one(number)
 
     def one(self, number):
-        torture = Torture(self.fenwire, self.seed, number)
+        torture = Torture(self.fenwire, self.seed, number, None if number % 2 else self.server)
         failed = ""
         try:
             torture.run()
@@ -256,13 +276,15 @@ class Campaign:
 def main(fenwire, kills=50, seed=None, number=None):
     seed = int(seed) if seed is not None else random.randrange(1 << 32)
     campaign = Campaign(os.path.abspath(fenwire), int(kills), seed)
-    print(f"seed {seed}")
+    print(f"seed {seed}, {'with' if campaign.server else 'without'} PostgreSQL")
     if number is not None:
         campaign.one(int(number))
     else:
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
-            for worker in [pool.submit(campaign.work) for _ in range(2)]:
+            for worker in [pool.submit(campaign.work, i) for i in range(2)]:
                 worker.result()
+    if campaign.server:
+        campaign.server.clear()
     print(f"{campaign.done} hits, {campaign.failures} jobs failed")
     return campaign.failures != 0
 
