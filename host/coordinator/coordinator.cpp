@@ -119,34 +119,44 @@ void Coordinator::StartStep(StepRun &step)
     }
 }
 
-// What the job did before is taken over before anything moves.
-void Coordinator::BeginRun()
+// Which run this is, and what it did before. That comes first of all, so that a failure of whatever comes behind
+// is told of this run, and the later one still finds where the job stands.
+void Coordinator::TakeOver()
 {
     run_.run = plan_.from ? plan_.from->run : NewRunId();
     run_.began = run_.changed = UtcNow();
     run_.process = getpid();
     run_.keeps_checkpoints = keeps_;
     run_.job_file = job_.file.string();
+    if (!plan_.from)
+        return;
+    ledger_.Restore(plan_.from->ledger);
+    inputs_ = plan_.from->inputs;
+    drained_before_ = ledger_.target_rows() + ledger_.target_refused();
+    checkpoint_.resumable = true;
+    checkpoint_.generation = checkpoint_.resumed_from = plan_.from->number;
+    checkpoint_.rows = plan_.from->rows;
+    checkpoint_.saved_at = plan_.from->saved_at;
+}
+
+// Before anything moves.
+void Coordinator::BeginRun()
+{
     if (keeps_ && place_ == CheckpointPlace::Beside)
         store_ = std::make_unique<CheckpointStore>(job_);
-    if (!plan_.from) {
+    std::string warning;
+    if (plan_.from)
+        warning = rejects_.Restore(plan_.from->rejects);
+    else
         rejects_.Open();
-    } else {
-        ledger_.Restore(plan_.from->ledger);
-        if (const std::string warning = rejects_.Restore(plan_.from->rejects); !warning.empty())
-            PublicLine(Warning, warning);
-        inputs_ = plan_.from->inputs;
-        drained_before_ = ledger_.target_rows() + ledger_.target_refused();
-        checkpoint_.resumable = true;
-        checkpoint_.generation = checkpoint_.resumed_from = plan_.from->number;
-        checkpoint_.rows = plan_.from->rows;
-        checkpoint_.saved_at = plan_.from->saved_at;
-    }
+    if (!warning.empty())
+        PublicLine(Warning, warning);
     WriteRunState(job_, run_);
 }
 
 void Coordinator::Start()
 {
+    TakeOver();
     if (!job_.has_source() || !job_.has_target())
         (void)FindOperatorLibrary();  // before anything is touched
     if (job_.has_source())

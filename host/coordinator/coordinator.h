@@ -60,6 +60,7 @@ private:
 
     // ---- Life
     void Start();
+    void TakeOver();
     void BeginRun();
     void StartTarget();
     void StartStep(StepRun &step);

@@ -181,6 +181,16 @@ def database_held(*statements, seconds=None):
     return holding
 
 
+@contextlib.contextmanager
+def another_table(job):
+    """Stands where the job's own was, which is gone together with its checkpoints."""
+    (job / "out.db").unlink()
+    with contextlib.closing(sqlite3.connect(job / "out.db")) as database:
+        database.execute("CREATE TABLE t (x)")
+    yield
+    (job / "out.db").unlink()
+
+
 TABLE_READ = ("BEGIN", "SELECT * FROM t")
 # No file can become larger than it is allowed here, which a write says like a full disk.
 DISK_FULL = "prlimit --fsize=4096 "
@@ -227,6 +237,8 @@ CASES = [
     ("table read for a second", "load", None, [(database_held(*TABLE_READ, seconds=1), "resume", 4, [])]),
     ("table read at the end", "load", None, [
         (database_held(*TABLE_READ), "resume --set job.checkpoint=1h", 12, ["another program holds it"]), ON]),
+    ("table that does not fit", "load", None, [
+        (another_table, "resume", 12, ["does not fit the job"]), (None, "resume", 4, ["so it starts from the beginning"])]),
     ("disk full", "write", None, [(DISK_FULL, "resume", 12, []), ON]),
 ]
 
