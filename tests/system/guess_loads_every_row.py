@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """Files of many kinds, written by Python's csv module from the same rows: the job that `fenwire guess`
 writes for each is run as it stands and must load every row, value for value."""
+import concurrent.futures
 import csv
 import io
+import os
 import pathlib
 import random
 import sqlite3
@@ -32,36 +34,33 @@ def make_rows(count):
              f"{dice.randint(1, 10**6) / 100:.2f}", dice.choice(notes)] for i in range(count)]
 
 
-def load(fenwire, folder, data, kind):
-    (folder / "in").mkdir()
-    (folder / "in" / "data.txt").write_bytes(data)
-    job = folder / "job.toml"
-    for arguments in (["guess", folder / "in" / "data.txt", "-o", job], ["run", job, "--progress", "off"]):
-        run = subprocess.run([fenwire, *arguments], capture_output=True, text=True, check=False)
-        if run.returncode != 0:
-            words = job.read_text() if job.exists() else ""
-            sys.exit(f"{kind}: {arguments[0]} ends with {run.returncode}\n{run.stderr}\n{words}")
-    with sqlite3.connect(folder / "data.db") as database:
-        return database.execute("SELECT * FROM data").fetchall(), job.read_text()
+def fault(fenwire, rows, kind, settings, encoding, header, before):
+    """What is wrong with the job that is guessed for the rows in such a file."""
+    text = io.StringIO()
+    csv.writer(text, **{"lineterminator": "\n", **settings}).writerows([NAMES] * header + rows)
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        (folder / "in").mkdir()
+        (folder / "in/data.txt").write_bytes(before + text.getvalue().encode(encoding))
+        for arguments in (["guess", "in/data.txt", "-o", "job.toml"], ["run", "job.toml", "--progress", "off"]):
+            run = subprocess.run([fenwire, *arguments], cwd=folder, capture_output=True, text=True, check=False)
+            job = (folder / "job.toml").read_text() if (folder / "job.toml").exists() else ""
+            if run.returncode != 0:
+                return f"{kind}: {arguments[0]} ends with {run.returncode}\n{run.stderr}\n{job}"
+        with sqlite3.connect(folder / "data.db") as database:
+            got = sorted(["" if c is None else c for c in row] for row in database.execute("SELECT * FROM data"))
+    if got != sorted(rows):
+        return f"{kind}: {len(got)} rows of {len(rows)}, wrong ones {[row for row in got if row not in rows][:3]}\n{job}"
+    if header and '"Last_name VARCHAR' not in job:
+        return f"{kind}: the column names are not those of the file\n{job}"
 
 
 def main(fenwire):
-    for count in (12, 30000):  # looked at as a whole, and in pieces
-        rows = make_rows(count)
-        for kind, settings, encoding, header, before in KINDS:
-            text = io.StringIO()
-            writer = csv.writer(text, **{"lineterminator": "\n", **settings})
-            writer.writerows([NAMES] * header + rows)
-            with tempfile.TemporaryDirectory() as folder:
-                data = before + text.getvalue().encode(encoding)
-                got, job = load(fenwire, pathlib.Path(folder), data, kind)
-            got = sorted(["" if c is None else c for c in row] for row in got)
-            if got != sorted(rows):
-                odd = [row for row in got if row not in rows][:3]
-                sys.exit(f"{kind}: {len(got)} rows of {len(rows)}, wrong ones {odd}\n{job}")
-            if header and '"Last_name VARCHAR' not in job:
-                sys.exit(f"{kind}: the column names are not those of the file\n{job}")
+    cases = [(rows, *kind) for rows in (make_rows(12), make_rows(30000)) for kind in KINDS]  # looked at as a whole, and in pieces
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        faults = list(filter(None, pool.map(lambda case: fault(fenwire, *case), cases)))
+    sys.exit("\n".join(faults) or None)
 
 
 if __name__ == "__main__":
-    main(sys.argv[1])
+    main(os.path.abspath(sys.argv[1]))
