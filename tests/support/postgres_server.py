@@ -23,6 +23,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 
 SETTINGS = {
     "listen_addresses": "''",
@@ -122,6 +123,17 @@ class PostgresServer:
         """What psql prints for the statement, without decoration."""
         return subprocess.run(["psql", "-XAtq", "-v", "ON_ERROR_STOP=1", "-d", self.connection, "-c", statement],
                               check=True, text=True, capture_output=True).stdout.strip()
+
+    def wait(self):
+        """Until it has recovered; it starts anew by itself when one of its backends was killed."""
+        end = time.monotonic() + 20
+        while True:
+            try:
+                return self.sql("SELECT 1")
+            except subprocess.CalledProcessError:
+                if time.monotonic() > end:
+                    raise
+                time.sleep(0.02)
 
     def close(self):
         if (self.data / "postmaster.pid").exists():

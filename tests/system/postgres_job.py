@@ -8,7 +8,6 @@ import pathlib
 import random
 import shutil
 import signal
-import subprocess
 import sys
 import tempfile
 import time
@@ -81,7 +80,7 @@ class Trial:
             if victim == "" or status != (-signal.SIGKILL if victim == "coordinator" else 12):
                 raise Failed(f"{verb}, hit: {victim or 'nothing'}: exit status {status}\n{process.said()}")
             self.hits.append(victim)
-            self.server_is_there()
+            self.server.wait()
             verb = "resume"
 
     def strike(self, victim, process):
@@ -110,17 +109,6 @@ class Trial:
         found = self.server.sql("SELECT pid FROM pg_stat_activity WHERE application_name = 'fenwire' AND query ~ 'COPY'")
         return [int(pid) for pid in found.split()]
 
-    def server_is_there(self):
-        """It starts anew by itself when one of its backends was killed."""
-        end = time.monotonic() + 20
-        while True:
-            try:
-                return self.server.sql("SELECT 1")
-            except subprocess.CalledProcessError:
-                if time.monotonic() > end:
-                    raise
-                time.sleep(0.05)
-
 
 def nothing_is_left(server):
     left = server.sql("SELECT gid FROM pg_prepared_xacts")
@@ -136,9 +124,7 @@ def load(fenwire, server, rng, connections, exactly_once):
         (trial.folder / f"in-{number}.csv").write_text(
             "".join(f"{i},{word(i)}\n" for i in range(number * ROWS, (number + 1) * ROWS)))
     trial.torment(["coordinator", "target", "backend", "fast", "immediate"])
-    left = server.sql("SELECT gid FROM pg_prepared_xacts")
-    assert not left, f"prepared transactions are left: {left}"
-    assert server.sql("SELECT to_regclass('fenwire_checkpoints')") == "", "checkpoints are left"
+    nothing_is_left(server)
     compare(trial, server.sql("SELECT id || ',' || word FROM loaded").split("\n"), exactly_once)
     return trial.hits
 

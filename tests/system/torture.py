@@ -262,7 +262,7 @@ class Campaign:
         try:
             torture.run()
             shutil.rmtree(torture.root)
-        except (Failed, OSError, ValueError, KeyError) as failure:
+        except (Failed, OSError, ValueError, KeyError, RuntimeError, subprocess.SubprocessError) as failure:
             failed = f"FAILED: {failure!r}" if not isinstance(failure, Failed) else f"FAILED: {failure}"
         with self.lock:
             self.done += len(torture.hits)
