@@ -68,7 +68,7 @@ Status LookAt(const Job &job)
     if (run)
         status.run = *run;
     try {
-        status.generation = FindGeneration(job, {});
+        status.generation = FindGeneration(job, {}, status.process != 0);
         if (const auto moved = status.generation ? std::nullopt : MovedAway(job))
             status.no_generation = moved->what();
     } catch (const std::exception &failure) {

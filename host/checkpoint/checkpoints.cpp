@@ -13,11 +13,11 @@ namespace fenwire {
 
 namespace {
 
-std::optional<StoredGeneration> FindStored(const Job &job, const std::string &run)
+std::optional<StoredGeneration> FindStored(const Job &job, const std::string &run, bool at_work)
 {
     switch (PlaceOfCheckpoints(job)) {
     case CheckpointPlace::Within:
-        return FindTargetKind(job.target_type)->find(job, run);
+        return FindTargetKind(job.target_type)->find(job, run, at_work);
     case CheckpointPlace::Beside:
         return FindInStore(job, run);
     case CheckpointPlace::None:
@@ -44,9 +44,9 @@ CheckpointPlace PlaceOfCheckpoints(const Job &job)
                                                          : CheckpointPlace::None;
 }
 
-std::optional<Generation> FindGeneration(const Job &job, const std::string &run)
+std::optional<Generation> FindGeneration(const Job &job, const std::string &run, bool at_work)
 {
-    const auto stored = FindStored(job, run);
+    const auto stored = FindStored(job, run, at_work);
     if (!stored)
         return std::nullopt;
     try {

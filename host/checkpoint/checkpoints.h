@@ -29,7 +29,9 @@ std::string WhyNotResumable(const Job &job);
 
 // The job's generation, wherever it lies. run: of that run; empty: of any run of this job file. Throws
 // std::runtime_error for a store that can't be read, DamagedCheckpoint for what is no generation.
-std::optional<Generation> FindGeneration(const Job &job, const std::string &run);
+// at_work: the job runs, so what its last commit left undecided is its own business.
+std::optional<Generation> FindGeneration(const Job &job, const std::string &run,
+                                         bool at_work = false);
 
 // Afterwards there is none. Throws std::runtime_error.
 void ForgetGeneration(const Job &job, const std::string &run);

@@ -20,10 +20,12 @@ struct OpenStore {
     PostgresConnection connection;
     PostgresCheckpoints checkpoints;
 
-    explicit OpenStore(const Job &job)
+    // settled: what an earlier run left is done with first, which waits for its sessions.
+    OpenStore(const Job &job, bool settled)
         : connection(PostgresConnectionOf(job), PostgresAccess::Write), checkpoints(job, connection)
     {
-        checkpoints.Settle(connection);
+        if (settled)
+            checkpoints.Settle(connection);
     }
 };
 
@@ -60,15 +62,16 @@ std::vector<Column> PostgresTargetColumns(const Job &job)
     return ColumnsForFormat(job, std::move(columns));
 }
 
-std::optional<StoredGeneration> FindPostgresGeneration(const Job &job, const std::string &run)
+std::optional<StoredGeneration> FindPostgresGeneration(const Job &job, const std::string &run,
+                                                       bool at_work)
 {
-    OpenStore store(job);
+    OpenStore store(job, !at_work);
     return store.checkpoints.Find(store.connection, run);
 }
 
 void ForgetPostgresGeneration(const Job &job, const std::string &run)
 {
-    OpenStore store(job);
+    OpenStore store(job, true);
     store.checkpoints.Forget(store.connection, run);
 }
 

@@ -275,7 +275,8 @@ std::vector<Column> SqliteTargetColumns(const Job &job)
     return ColumnsForFormat(job, std::move(columns));
 }
 
-std::optional<StoredGeneration> FindInSqlite(const Job &job, const std::string &run)
+std::optional<StoredGeneration> FindInSqlite(const Job &job, const std::string &run,
+                                             bool /*at_work*/)
 {
     const fs::path file = PathSetting(job, job.target, "file");
     if (access(file.c_str(), F_OK) != 0 && errno == ENOENT)

@@ -91,9 +91,9 @@ struct TargetKind {
     std::vector<Column> (*columns)(const Job &job);
     // Null: the target can't take checkpoints.
     CheckpointPlace (*place)(const Job &job);
-    // Of a target that keeps generations within itself, over a connection of their own. run as in
-    // FindGeneration. Null: it keeps none.
-    std::optional<StoredGeneration> (*find)(const Job &job, const std::string &run);
+    // Of a target that keeps generations within itself, over a connection of their own. run and at_work
+    // as in FindGeneration. Null: it keeps none.
+    std::optional<StoredGeneration> (*find)(const Job &job, const std::string &run, bool at_work);
     void (*forget)(const Job &job, const std::string &run);
 };
 

@@ -257,6 +257,21 @@ TEST_F(PostgresTargetTest, ABrokenConnectionIsTold)
     EXPECT_EQ(Sql("SELECT to_regclass('t')"), "t\n");  // nobody was left to take it away
 }
 
+TEST_F(PostgresTargetTest, WhoLooksAtAJobAtWorkWaitsForNobody)
+{
+    const Job job = MakeJob({"id VARCHAR(9)"});
+    const TargetKind &kind = *FindTargetKind("postgres");
+    const auto target = MakeTarget(job);
+    target->Open(Target::Start::Anew);
+    const StoredGeneration generation = {"run-1", job.name, job.file.string(), 1, "state"};
+    target->Commit(&generation);
+    target->GoOn();
+    const auto stored = kind.find(job, {}, true);
+    EXPECT_TRUE(stored && stored->number == 1);
+    target->Abort();
+    kind.forget(job, {});
+}
+
 // ---- Exactly once -----------------------------------------------------------------------------------
 
 namespace {
@@ -271,7 +286,7 @@ int RunChild(const Job &job, uint64_t rounds, int statements)
         return WEXITSTATUS(status);
     }
     const std::string words = ErrorOf([&] {
-        const auto stored = FindTargetKind("postgres")->find(job, {});
+        const auto stored = FindTargetKind("postgres")->find(job, {}, false);
         const auto target = MakeTarget(job);
         target->Open(stored ? Target::Start::Again : Target::Start::Anew);
         g_statements = statements;
@@ -318,7 +333,7 @@ TEST_F(PostgresTargetTest, NothingIsLostOrDoubledWhereverTheProcessDies)
             died = RunChild(job, row.rounds, statements) == 9;
             ASSERT_EQ(RunChild(job, row.rounds, -1), 0);
             ASSERT_EQ(Sql("SELECT * FROM t ORDER BY 1"), row.rows);
-            const auto stored = kind.find(job, "run-1");
+            const auto stored = kind.find(job, "run-1", false);
             ASSERT_TRUE(stored && stored->number == row.rounds &&
                         stored->bytes == std::string("\0\\x", 3));
             kind.forget(job, "run-1");
