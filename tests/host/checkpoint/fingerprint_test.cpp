@@ -27,14 +27,6 @@ file = "orders.db"
 table = "orders"
 )toml";
 
-std::string With(std::string text, const std::string &piece, const std::string &instead)
-{
-    const size_t at = text.find(piece);
-    if (at == std::string::npos)
-        ADD_FAILURE() << "no " << piece;
-    return at == std::string::npos ? text : text.replace(at, piece.size(), instead);
-}
-
 std::string Joined(const std::vector<std::string> &lines)
 {
     std::string text;

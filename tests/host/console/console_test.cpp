@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "host/console/report.h"
+#include "tests/support/holds.h"
 
 using namespace fenwire;
 
@@ -73,11 +74,6 @@ JobSnapshot Snapshot(double seconds)
     return now;
 }
 
-bool Has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 }  // namespace
 
 TEST(Console, BlockIsDrawnOverAndGivesWayToMessages)
@@ -87,7 +83,7 @@ TEST(Console, BlockIsDrawnOverAndGivesWayToMessages)
     StandardError error(StandardError::Terminal);
     const auto console = MakeConsole(ProgressMode::Auto, false);
     console->Progress(Snapshot(1));
-    EXPECT_FALSE(Has(error.Text(), "A\x1b"));
+    EXPECT_FALSE(Holds(error.Text(), "A\x1b"));
     console->Progress(Snapshot(2));
     EXPECT_TRUE(error.Text().starts_with("\r\x1b[2A 1  "));
     error.Resize(40);  // the instance's line of 59 columns stands in two lines now
@@ -129,10 +125,10 @@ TEST(Console, WhoSeesProgressAndColours)
         const auto console = MakeConsole(row.mode, false);
         console->Progress(Snapshot(10));
         const std::string progress = error.Text();
-        EXPECT_EQ(Has(progress, "\x1b[K"), row.block) << row.about;
+        EXPECT_EQ(bool(Holds(progress, "\x1b[K")), row.block) << row.about;
         EXPECT_EQ(progress.starts_with("phase="), row.line) << row.about;
         console->Message(LineKind::Error, "wrong");
-        EXPECT_EQ(Has(error.Text(), "\x1b[1;31m"), row.colours) << row.about;
+        EXPECT_EQ(bool(Holds(error.Text(), "\x1b[1;31m")), row.colours) << row.about;
     }
 }
 
@@ -158,5 +154,5 @@ TEST(Console, ObjectThatCantBeWrittenIsAnError)
     dup2(saved, STDOUT_FILENO);
     close(saved);
     close(full);
-    EXPECT_TRUE(Has(error.Text(), "error: the report can't be written to standard output: "));
+    EXPECT_TRUE(Holds(error.Text(), "error: the report can't be written to standard output: "));
 }

@@ -7,6 +7,7 @@
 
 #include "host/console/figures.h"
 #include "host/console/summary.h"
+#include "tests/support/holds.h"
 
 using namespace fenwire;
 
@@ -59,11 +60,6 @@ std::string Whole(const JobReport &report, size_t width = 0)
     return whole;
 }
 
-bool Has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 }  // namespace
 
 TEST(Summary, TellsOfWrittenFiles)
@@ -87,7 +83,7 @@ TEST(Summary, TellsOfWrittenFiles)
           "total of 2 files  2,000  5.7 MiB  2.0 s\n", "\nconsumer 2          0    500",
           "read 2,000 = written 2,000 + refused 0 + skipped 0: ok\n",
           "speed   5.7 MiB in 2.0 s: 3.0 MB/s, 1,000 rows/s\n", "source  generator\n"})
-        EXPECT_TRUE(Has(good, line)) << line << good;
+        EXPECT_TRUE(Holds(good, line));
     EXPECT_EQ(nlohmann::json::parse(ReportJson(report))["outputs"][1]["rows"], 500);
 
     report.status = "failed";
@@ -99,8 +95,8 @@ TEST(Summary, TellsOfWrittenFiles)
     for (const char *line :
          {"2 files hold part of the rows; they are not complete\n", "not finished\n",
           "/log/2 (consumer 2)\n", "read 2,000, not all written\n"})
-        EXPECT_TRUE(Has(bad, line)) << line << bad;
-    EXPECT_FALSE(Has(bad, "target")) << bad;
+        EXPECT_TRUE(Holds(bad, line));
+    EXPECT_FALSE(Holds(bad, "target"));
 }
 
 TEST(Summary, TellsALoad)
@@ -151,7 +147,7 @@ TEST(Summary, FailureGivesReasonsAndLogsFirst)
     EXPECT_EQ(lines[4].text, "  log     /log/public");
     EXPECT_EQ(lines[5].text, "          /log/1 (instance 1)");
     EXPECT_TRUE(lines[6].text.starts_with("  next    "));
-    EXPECT_TRUE(Has(Whole(report, 100), "not finished"));
+    EXPECT_TRUE(Holds(Whole(report, 100), "not finished"));
 }
 
 TEST(Summary, ABrokenSumIsAFailureWhateverTheStatus)
@@ -162,9 +158,9 @@ TEST(Summary, ABrokenSumIsAFailureWhateverTheStatus)
     report.conserved = false;
     const std::string whole = Whole(report);
     EXPECT_EQ(SummaryLines(report, 80)[0].tone, Tone::Bad);
-    EXPECT_TRUE(Has(whole, "read 2,000 = loaded 1,989 + refused 7 + skipped 3: DOES NOT HOLD"));
-    EXPECT_TRUE(Has(whole, "do not rely on the rows in the target"));
-    EXPECT_FALSE(Has(whole, "  reason"));
+    EXPECT_TRUE(Holds(whole, "read 2,000 = loaded 1,989 + refused 7 + skipped 3: DOES NOT HOLD"));
+    EXPECT_TRUE(Holds(whole, "do not rely on the rows in the target"));
+    EXPECT_FALSE(Holds(whole, "  reason"));
 }
 
 TEST(Summary, AnUndoneJobTellsWhatItLeftAndClaimsNoLoss)
@@ -175,11 +171,11 @@ TEST(Summary, AnUndoneJobTellsWhatItLeftAndClaimsNoLoss)
     report.conserved = false;
     report.target_note = "the database is as it was before the job";
     report.files[0].finished = false;
-    EXPECT_FALSE(Has(Whole(report), "do not rely on the rows"));
-    EXPECT_TRUE(Has(Whole(report), "table orders\n          the database is as it was"));
-    EXPECT_TRUE(Has(Whole(report), "  speed   2,000 records in 2.0 s: 1,000 rows/s\n"));
+    EXPECT_FALSE(Holds(Whole(report), "do not rely on the rows"));
+    EXPECT_TRUE(Holds(Whole(report), "table orders\n          the database is as it was"));
+    EXPECT_TRUE(Holds(Whole(report), "  speed   2,000 records in 2.0 s: 1,000 rows/s\n"));
     report.target_note.clear();  // it may have committed
-    EXPECT_TRUE(Has(Whole(report), "do not rely on the rows"));
+    EXPECT_TRUE(Holds(Whole(report), "do not rely on the rows"));
 }
 
 // What to do is said once, and never the other thing.
@@ -203,10 +199,10 @@ TEST(Summary, AJobThatCanGoOnSaysHow)
               "  began   at checkpoint 3; the figures are of all runs together\n",
               "  saved   4 checkpoints, which took 0.2 s\n",
               "  note    rows may come twice after a failure: several connections\n"})
-            EXPECT_TRUE(Has(whole, line)) << line << whole;
-        EXPECT_EQ(Has(whole, "correct what the reason names"), failed);
+            EXPECT_TRUE(Holds(whole, line));
+        EXPECT_EQ(bool(Holds(whole, "correct what the reason names")), failed);
         for (const char *no : {"run the job again", "do not rely", "a new run starts", "HOLD"})
-            EXPECT_FALSE(Has(whole, no)) << no << whole;
+            EXPECT_FALSE(Holds(whole, no));
     }
 }
 
@@ -219,12 +215,12 @@ TEST(Summary, LongListsShowTheirEnds)
         for (size_t i = 0; i < files; ++i)
             report.files[i].name = fmt::format("f{:04}", i + 1);
         const std::string whole = Whole(report);
-        EXPECT_EQ(Has(whole, "more\n"), files > 23) << files;  // the total is a row as well
-        EXPECT_TRUE(Has(whole, fmt::format("f{:04}", files)));
+        EXPECT_EQ(bool(Holds(whole, "more\n")), files > 23) << files;  // the total is a row as well
+        EXPECT_TRUE(Holds(whole, fmt::format("f{:04}", files)));
     }
     const std::string whole = Whole(report);
-    EXPECT_TRUE(Has(whole, "f0020") && Has(whole, "... 978 more\nf0999"));
-    EXPECT_FALSE(Has(whole, "f0021") || Has(whole, "f0998"));
+    EXPECT_TRUE(Holds(whole, "f0020") && Holds(whole, "... 978 more\nf0999"));
+    EXPECT_FALSE(Holds(whole, "f0021") || Holds(whole, "f0998"));
 }
 
 TEST(Summary, TablesFitTheScreenAndKeepNamesApart)
@@ -239,7 +235,8 @@ TEST(Summary, TablesFitTheScreenAndKeepNamesApart)
         }
         EXPECT_LE(longest, width);
     }
-    EXPECT_TRUE(Has(Whole(report, 40), "\norders_of...e_first_quarter.tbl ")) << Whole(report, 40);
+    EXPECT_TRUE(Holds(Whole(report, 40), "\norders_of...e_first_quarter.tbl "))
+        << Whole(report, 40);
 }
 
 TEST(Summary, TextFromOutsideDrivesNoTerminal)

@@ -6,6 +6,7 @@
 
 #include "host/guess/guess.h"
 #include "tests/host/job/job_files.h"
+#include "tests/support/holds.h"
 
 namespace fenwire {
 
@@ -147,11 +148,9 @@ TEST(Guess, FindsTheSettingsOfSmallFiles)
         folder.Write("a.csv", c.content);
         const std::string job = JobFor(folder, {"a.csv"});
         for (const char *wanted : c.wanted)
-            EXPECT_NE(job.find(wanted), std::string::npos) << c.about << ": " << wanted << "\n"
-                                                           << job;
+            EXPECT_TRUE(Holds(job, wanted)) << c.about;
         for (const char *never : c.never)
-            EXPECT_EQ(job.find(never), std::string::npos) << c.about << ": " << never << "\n"
-                                                          << job;
+            EXPECT_FALSE(Holds(job, never)) << c.about;
         EXPECT_EQ(folder.Complaints(job), "") << c.about << "\n" << job;
     }
 }
@@ -180,12 +179,12 @@ TEST(Guess, RefusesWhatCanNotBeLoaded)
         folder.Write("a.csv", c.content);
         const std::string answer = JobFor(folder, {"a.csv"});
         EXPECT_TRUE(answer.starts_with("refused: ")) << c.about << answer;
-        EXPECT_NE(answer.find(c.wanted), std::string::npos) << c.about << ": " << answer;
+        EXPECT_TRUE(Holds(answer, c.wanted)) << c.about;
     }
     mkfifo((folder.path() / "pipe").c_str(), 0600);
-    EXPECT_NE(JobFor(folder, {"pipe"}).find("named pipe"), std::string::npos);
-    EXPECT_NE(JobFor(folder, {"."}).find("is a directory"), std::string::npos);
-    EXPECT_NE(JobFor(folder, {"none"}).find("No such file"), std::string::npos);
+    EXPECT_TRUE(Holds(JobFor(folder, {"pipe"}), "named pipe"));
+    EXPECT_TRUE(Holds(JobFor(folder, {"."}), "is a directory"));
+    EXPECT_TRUE(Holds(JobFor(folder, {"none"}), "No such file"));
 }
 
 TEST(Guess, SeveralFilesAgreeOrItSaysWhereTheyDiffer)
@@ -212,16 +211,15 @@ TEST(Guess, SeveralFilesAgreeOrItSaysWhereTheyDiffer)
     for (const auto &c : kCases) {
         folder.Write(c.name, c.content);
         const std::string answer = JobFor(folder, {"x1.csv", c.name}, c.header);
-        EXPECT_NE(answer.find(c.wanted), std::string::npos) << c.about << ":\n" << answer;
+        EXPECT_TRUE(Holds(answer, c.wanted)) << c.about;
     }
     folder.Write("guessed.tom", names);
     folder.Write("guessed.tomato", names);
-    EXPECT_NE(JobFor(folder, {"guessed.tom", "guessed.tomato"}).find("would be read as data"),
-              std::string::npos);
+    EXPECT_TRUE(Holds(JobFor(folder, {"guessed.tom", "guessed.tomato"}), "would be read as data"));
     // What the job writes beside its input must not become its input.
     folder.Write("part1", names);
     folder.Write("part2", names);
-    EXPECT_NE(JobFor(folder, {"part1", "part2"}).find("\"loaded-part.db\""), std::string::npos);
+    EXPECT_TRUE(Holds(JobFor(folder, {"part1", "part2"}), "\"loaded-part.db\""));
 }
 
 TEST(Guess, LooksAtMiddleAndTailOfLongFiles)
@@ -231,9 +229,9 @@ TEST(Guess, LooksAtMiddleAndTailOfLongFiles)
     text.insert(text.rfind("line"), 200, 'z');
     folder.Write("a.csv", text);
     const std::string job = JobFor(folder, {"a.csv"});
-    EXPECT_NE(job.find("head, middle and tail"), std::string::npos);
-    EXPECT_NE(job.find("up to 217 bytes"), std::string::npos) << job;
-    EXPECT_EQ(job.find("NOTE"), std::string::npos) << job;
+    EXPECT_TRUE(Holds(job, "head, middle and tail"));
+    EXPECT_TRUE(Holds(job, "up to 217 bytes"));
+    EXPECT_FALSE(Holds(job, "NOTE"));
 }
 
 }  // namespace fenwire

@@ -3,37 +3,21 @@
 #ifndef FENWIRE_TESTS_HOST_JOB_JOB_FILES_H
 #define FENWIRE_TESTS_HOST_JOB_JOB_FILES_H
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <stdexcept>
+#include <gtest/gtest.h>
 #include <string>
 
 #include "host/job/job.h"
+#include "tests/support/temp_directory.h"
 
-class JobFolder {
+class JobFolder : public TempDirectory {
 public:
-    JobFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "fenwire-job-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error("no temporary folder");
-        path_ = name;
-    }
-    ~JobFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    JobFolder(const JobFolder &) = delete;
-    JobFolder &operator=(const JobFolder &) = delete;
-
-    const std::filesystem::path &path() const { return path_; }
+    std::filesystem::path path() const { return TempDirectory::path(); }
 
     std::filesystem::path Write(const std::string &name, const std::string &text) const
     {
-        std::ofstream(path_ / name, std::ios::binary) << text;
-        return path_ / name;
+        TempDirectory::Write(name, text);
+        return path() / name;
     }
 
     // What is wrong with a job file of this text; empty: nothing. The folder's path is left out.
@@ -44,16 +28,23 @@ public:
             fenwire::LoadJob(Write("job.toml", text), overrides);
         } catch (const fenwire::JobError &error) {
             std::string what = error.what();
-            const std::string prefix = path_.string() + "/";
-            for (size_t at = what.find(prefix); at != std::string::npos; at = what.find(prefix))
-                what.erase(at, prefix.size());
+            for (size_t at; (at = what.find(File(""))) != std::string::npos;)
+                what.erase(at, File("").size());
             return what;
         }
         return {};
     }
-
-private:
-    std::filesystem::path path_;
 };
+
+// The job with one piece of text in another's place.
+inline std::string With(std::string good, const std::string &piece, const std::string &instead)
+{
+    const size_t at = good.find(piece);
+    if (at == std::string::npos)
+        ADD_FAILURE() << "no \"" << piece << "\" in the good job";
+    else
+        good.replace(at, piece.size(), instead);
+    return good;
+}
 
 #endif

@@ -7,6 +7,7 @@
 
 #include "host/job/output_files.h"
 #include "tests/host/job/job_files.h"
+#include "tests/support/holds.h"
 
 using namespace fenwire;
 
@@ -41,17 +42,6 @@ Format = "Delimited"
 [schema]
 columns = ["id INTEGER", "name VARCHAR(40)"]
 )toml";
-
-std::string With(const char *good, const std::string &piece, const std::string &instead)
-{
-    std::string text = good;
-    const size_t at = text.find(piece);
-    if (at == std::string::npos)
-        ADD_FAILURE() << "no \"" << piece << "\" in the good job";
-    else
-        text.replace(at, piece.size(), instead);
-    return text;
-}
 
 struct OutputFolder : JobFolder {
     OutputFolder()
@@ -96,8 +86,8 @@ TEST(UnloadJob, BadFileGetsItsComplaint)
     ASSERT_EQ(folder.Complaints(kTranscode) + folder.Complaints(kUnload), "");
     for (const auto &c : kCases) {
         const std::string what = folder.Complaints(With(c.good, c.piece, c.instead));
-        EXPECT_NE(what.find(c.complaint), std::string::npos) << c.about << ":\n" << what;
-        EXPECT_NE(what.find(c.hint), std::string::npos) << c.about << ":\n" << what;
+        EXPECT_TRUE(Holds(what, c.complaint)) << c.about;
+        EXPECT_TRUE(Holds(what, c.hint)) << c.about;
     }
 }
 
@@ -108,7 +98,7 @@ TEST(UnloadJob, OutputIsNoLinkToInput)
     for (const auto make : {link, symlink}) {
         const auto output = folder.path() / "out" / "a.dat-2";
         ASSERT_EQ(make((folder.path() / "b.csv").c_str(), output.c_str()), 0);
-        EXPECT_NE(folder.Complaints(kTranscode).find("b.csv"), std::string::npos);
+        EXPECT_TRUE(Holds(folder.Complaints(kTranscode), "b.csv"));
         std::filesystem::remove(output);
     }
 }
@@ -129,15 +119,15 @@ TEST(UnloadJob, OutputFilesAreLookedAtBefore)
     ASSERT_EQ(found.files.size(), 1u);  // the other is not there
     EXPECT_EQ(found.files[0].becomes, "goes on behind 4 bytes");
     ASSERT_EQ(found.faults.size(), 1u);
-    EXPECT_NE(found.faults[0].what.find("WriteAppend makes none"), std::string::npos);
+    EXPECT_TRUE(Holds(found.faults[0].what, "WriteAppend makes none"));
 
     found = look(With(kTranscode, "\"out\"", "\"none\""));
     ASSERT_EQ(found.faults.size(), 1u);
-    EXPECT_NE(found.faults[0].what.find("can't be examined: No such file"), std::string::npos);
+    EXPECT_TRUE(Holds(found.faults[0].what, "can't be examined: No such file"));
     EXPECT_EQ(found.faults[0].at, (SourcePosition{8, 17}));
     found = look(With(kUnload, "a.dat", "out"));
     ASSERT_EQ(found.faults.size(), 1u);
-    EXPECT_NE(found.faults[0].what.find("is a directory"), std::string::npos);
+    EXPECT_TRUE(Holds(found.faults[0].what, "is a directory"));
 }
 
 TEST(UnloadJob, InstancesOfTheCommandLineAreThoseThatRead)

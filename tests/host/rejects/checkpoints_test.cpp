@@ -8,6 +8,7 @@
 #include "host/rejects/reject_run.h"
 #include "host/rejects/retry.h"
 #include "tests/host/coordinator/job_runs.h"
+#include "tests/support/holds.h"
 
 using namespace fenwire;
 namespace fs = std::filesystem;
@@ -254,12 +255,12 @@ TEST(RejectCheckpoints, WhatIsMissingRefusesBeforeAnythingIsTouched)
         RejectRun run(bad.job);
         std::string warning;
         const std::string refusal = WordsOf([&] { warning = run.Restore(saved); });
-        EXPECT_NE(refusal.find(c.words == "warning" ? "" : c.words), std::string::npos) << refusal;
+        EXPECT_TRUE(Holds(refusal, c.words == "warning" ? "" : c.words));
         EXPECT_EQ(refusal.empty(), c.words.empty() || c.words == "warning") << refusal;
         EXPECT_EQ(warning.empty(), c.words != "warning") << warning;
         if (!refusal.empty()) {
             EXPECT_EQ(state(), before);
-            EXPECT_NE(refusal.find("fenwire run --fresh"), std::string::npos) << refusal;
+            EXPECT_TRUE(Holds(refusal, "fenwire run --fresh"));
         } else {
             EXPECT_EQ(bad.Text("bad"), "record 1 of 1\n");
             EXPECT_EQ(bad.Text(gathered), "record 1 of 2\n");
@@ -288,11 +289,11 @@ TEST(RejectCheckpoints, WordsFromAStoreAreNotBelieved)
         else
             text.replace(text.find(what), strlen(what), by);
         RejectRun run(bad.job);
-        EXPECT_NE(WordsOf([&] { run.Restore(text); }).find("damaged"), std::string::npos);
+        EXPECT_TRUE(Holds(WordsOf([&] { run.Restore(text); }), "damaged"));
     }
     bad.Set("RecordErrorFileName", "worse");
     RejectRun run(bad.job);
-    EXPECT_NE(WordsOf([&] { run.Restore(saved); }).find("worse"), std::string::npos);
+    EXPECT_TRUE(Holds(WordsOf([&] { run.Restore(saved); }), "worse"));
 }
 
 TEST(RejectCheckpoints, AnInstanceCantNameAnotherFile)
@@ -320,7 +321,6 @@ TEST(RejectCheckpoints, RetryWaitsForTheJobsEnd)
     Bad bad;
     Stopped(bad, true);
     for (const bool anyway : {false, true})
-        EXPECT_NE(WordsOf([&] { PlanRetry(bad.job, {.anyway = anyway}); }).find("partly"),
-                  std::string::npos);
+        EXPECT_TRUE(Holds(WordsOf([&] { PlanRetry(bad.job, {.anyway = anyway}); }), "partly"));
     EXPECT_EQ(WaitingErrorFile(bad.job), bad.FileOf(1));
 }

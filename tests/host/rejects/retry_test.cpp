@@ -7,6 +7,7 @@
 #include "host/rejects/reject_table.h"
 #include "host/rejects/retry.h"
 #include "tests/host/coordinator/job_runs.h"
+#include "tests/support/holds.h"
 
 using namespace fenwire;
 
@@ -52,11 +53,6 @@ struct RetryRun : JobRun {
 constexpr char kOneLeftOut[] = "rows 1; bad 2 1 0 x x; counts 1 2 1 1 0";
 constexpr char kOneLoaded[] = "rows 2; bad 3 0 0 y x; bad 2 1 0 x x; counts 1 3 2 1 0";
 
-bool Has(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 }  // namespace
 
 TEST(Retry, StartsOnlyWhereNoRowCanBeLoadedTwiceOrForgotten)
@@ -83,7 +79,7 @@ TEST(Retry, StartsOnlyWhereNoRowCanBeLoadedTwiceOrForgotten)
             run.folder.Write("bad", c.file);
         const std::string refusal = run.Refusal();
         EXPECT_EQ(refusal.empty(), *c.refusal == '\0') << refusal;
-        EXPECT_TRUE(Has(refusal, c.refusal)) << refusal;
+        EXPECT_TRUE(Holds(refusal, c.refusal));
         if (c.anyway) {
             EXPECT_EQ(run.Refusal({.anyway = true}), "");
         }
@@ -100,10 +96,10 @@ TEST(Retry, DamagedOrForeignFilesAreRefused)
          {"{", "[]", "{\"record\":-1,\"raw\":\"x\"}", "{\"record\":1}",
           "{\"record\":1,\"raw\":\"x\",\"left_out\":0}", "{\"record\":1,\"raw_base64\":\"x\"}"}) {
         run.folder.Write("bad.jsonl", list + line + "\n");
-        EXPECT_TRUE(Has(run.Refusal(), "line 2 of the list")) << line;
+        EXPECT_TRUE(Holds(run.Refusal(), "line 2 of the list")) << line;
     }
     std::filesystem::remove(run.folder.File("bad.jsonl"));
-    EXPECT_TRUE(Has(run.Refusal(), "which records are loaded already"));
+    EXPECT_TRUE(Holds(run.Refusal(), "which records are loaded already"));
     for (const char *state :
          {"", "{}", "{\"file\":7}", "{\"file\":\"bad\",\"outcome\":\"good\"}"}) {
         run.folder.Write(".fenwire/scripted/rejects.json", state);
@@ -140,7 +136,7 @@ TEST(Retry, EachGoodRetryHandsOnToTheNext)
     EXPECT_EQ(WaitingErrorFile(run.job), run.folder.File("bad.retry"));
     const auto written = std::filesystem::last_write_time(run.folder.File("bad.retry"));
     std::filesystem::last_write_time(run.folder.File("bad"), written + std::chrono::seconds(1));
-    EXPECT_TRUE(Has(run.Refusal(), "was changed, but it has been retried"));
+    EXPECT_TRUE(Holds(run.Refusal(), "was changed, but it has been retried"));
     std::filesystem::last_write_time(run.folder.File("bad"), written);
     EXPECT_EQ(run.RunRetry("rows 1; counts 1 1 1 0 0").exit_code, 0);
     run.folder.Write("bad.retry2", "");
@@ -161,7 +157,7 @@ TEST(Retry, OfWhatChangedMeanwhileDoesNotStart)
     run.RunRetry("rows 1; counts 1 1 1 0 0");
     const JobReport late = RunJob(retry.job, run.console);
     EXPECT_EQ(late.exit_code, 12);
-    EXPECT_TRUE(Has(late.failure, "in the meantime")) << late.failure;
+    EXPECT_TRUE(Holds(late.failure, "in the meantime"));
 }
 
 TEST(Retry, RemarksWithoutPrefixAndFilledFilesAreRefused)
@@ -170,12 +166,12 @@ TEST(Retry, RemarksWithoutPrefixAndFilledFilesAreRefused)
     run.Set("RecordErrorVerbosity", "Low");
     run.RunScript(kOneLeftOut);
     run.folder.Write("bad", "[1] WARNING Below record: x\nx\n");
-    EXPECT_TRUE(Has(run.Refusal(), "lines of remarks"));
+    EXPECT_TRUE(Holds(run.Refusal(), "lines of remarks"));
     EXPECT_EQ(run.Refusal({.no_remarks = true}), "");
     run.job.target_type = "print";
     run.job.target = {{"file", run.folder.File("out"), {}}};
     run.folder.Write("out", "loaded\n");
-    EXPECT_TRUE(Has(run.Refusal({.no_remarks = true}), "the print target would replace"));
+    EXPECT_TRUE(Holds(run.Refusal({.no_remarks = true}), "the print target would replace"));
     run.job.target_type = "sqlite";
     run.job.target = {{"replace", true, {}}};
     EXPECT_TRUE(PlanRetry(run.job, {.no_remarks = true}).job.target.empty());
@@ -203,7 +199,7 @@ TEST(RejectTable, FitsTheScreenAndDrivesNoTerminal)
             EXPECT_TRUE(std::ranges::all_of(line, [](char c) { return c >= ' ' && c < 0x7f; }));
         }
         if (width >= 100 || width == 0) {
-            EXPECT_TRUE(Has(lines[1], "1,234,567") && Has(lines[1], "17\\x09\\x9b\\x00"))
+            EXPECT_TRUE(Holds(lines[1], "1,234,567") && Holds(lines[1], "17\\x09\\x9b\\x00"))
                 << lines[1];
         }
     }

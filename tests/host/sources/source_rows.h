@@ -75,6 +75,18 @@ inline KeepingOutlet RowsOf(const fenwire::Job &job, int part = 1, int parts = 1
     return outlet;
 }
 
+// Of a job that fails: in Check or later.
+inline std::string SourceErrorOf(const fenwire::Job &job)
+{
+    try {
+        fenwire::MakeSource(job)->Check();
+        RowsOf(job, 1, job.source_instances);
+    } catch (const fenwire::SourceError &error) {
+        return error.what();
+    }
+    return "no error";
+}
+
 // The rows of each part, in a job that is stopped behind every Read and goes on where it stood.
 inline std::vector<std::vector<std::string>> RowsWithStops(const fenwire::Job &job, int parts)
 {

@@ -8,6 +8,7 @@
 
 #include "tests/host/sources/source_rows.h"
 #include "tests/host/targets/target_rows.h"
+#include "tests/support/holds.h"
 
 using namespace fenwire;
 
@@ -134,10 +135,7 @@ TEST(StdinSource, MalformedInputIsNamedByLineAndColumn)
          "line 1: the row is longer than any row of the job"},
     };
     for (const auto &row : cases)
-        EXPECT_NE(ErrorFrom(StdinJob(columns, row.settings), row.text).find(row.error),
-                  std::string::npos)
-            << row.error << "\n"
-            << ErrorFrom(StdinJob(columns, row.settings), row.text);
+        EXPECT_TRUE(Holds(ErrorFrom(StdinJob(columns, row.settings), row.text), row.error));
 }
 
 // Whatever the rows hold, print's text brings them back.
@@ -189,7 +187,7 @@ TEST(StdinSource, ReadsBackWhatPrintWrote)
 
         job.source_type = "stdin";
         job.source = style;
-        const std::string printed = Contents(folder.File("out.txt"));
+        const std::string printed = folder.Read("out.txt");
         for (const size_t piece : {97, 65536})
             EXPECT_TRUE(RowsFrom(job, printed, piece) == made)
                 << "style " << &style - styles << ", pieces of " << piece;

@@ -3,8 +3,6 @@
 #ifndef FENWIRE_TESTS_HOST_TARGETS_TARGET_ROWS_H
 #define FENWIRE_TESTS_HOST_TARGETS_TARGET_ROWS_H
 
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -71,12 +69,6 @@ inline fenwire::Job TargetJob(const TempDirectory &folder, const std::string &ty
         job.columns.push_back(column);
     }
     return job;
-}
-
-inline std::string Contents(const std::string &file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 // Words of the TargetError that the call ends with; empty: it ended well.
