@@ -91,7 +91,7 @@ std::string Verdict(const Status &status)
         return "has not been run";
     if (status.state == "running")
         return fmt::format("running as process {}{}", status.process,
-                           run.began.empty() ? "" : " since " + UtcWords(run.began));
+                           run.process == status.process ? " since " + UtcWords(run.began) : "");
     if (status.state == "killed")
         return run.began.empty()
                    ? "a run of it was cut short; its state folder is gone"

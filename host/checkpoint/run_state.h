@@ -16,7 +16,7 @@ namespace fenwire {
 struct RunState {
     enum class Outcome : uint8_t {
         Running,  // or ended without a word, when nobody holds the state folder's lock
-        Stopped,  // by a signal, at a checkpoint
+        Stopped,  // by a signal
         Failed,
         Finished,
     };

@@ -111,6 +111,7 @@ struct JobReport {
     std::string target;  // likewise; empty: files are written
     std::string target_note;
     std::string failure;  // why it failed, in one or a few lines
+    std::string retry;    // of bad records: the command that tries again; empty: an ordinary run
     std::string log;      // path of the public log
 };
 

@@ -124,19 +124,23 @@ std::string NextStepsToResume(const JobReport &report)
 std::string NextStepsAnew(const JobReport &report)
 {
     std::string steps;
-    // A job that stopped before its commit does not add up; what it left stands with the target.
-    const bool undone = HasStopped(report) && report.loaded == 0 && !report.target_note.empty();
-    if (WritesFiles(report) && HasStopped(report) && report.loaded == 0)
+    // A job that stopped before its commit does not add up; what it left stands with the target. A retry
+    // takes back what it wrote.
+    const bool again = !report.retry.empty();
+    const bool undone =
+        HasStopped(report) && report.loaded == 0 && (again || !report.target_note.empty());
+    if (!again && WritesFiles(report) && HasStopped(report) && report.loaded == 0)
         steps += LeftInFiles(report);
     else if (!report.conserved && !undone)
         steps += fmt::format("do not rely on the rows in the {}: some are not accounted for; keep "
                              "the logs\n",
                              WritesFiles(report) ? "output files" : "target");
+    const std::string next = again ? "try the records again: " + report.retry : "run the job again";
     if (report.status == "failed")
-        steps += fmt::format("correct what the reason names, then run the job again\n{}", kExplain);
+        steps += fmt::format("correct what the reason names, then {}\n{}", next, kExplain);
     if (report.status == "interrupted")
-        steps += "run the job again\n";
-    if (HasStopped(report) && report.loaded > 0 && !WritesFiles(report))
+        steps += next + "\n";
+    if (!again && HasStopped(report) && report.loaded > 0 && !WritesFiles(report))
         steps +=
             "a new run starts from the first record: see the target below for what it holds now\n";
     return steps;

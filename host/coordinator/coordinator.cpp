@@ -151,7 +151,14 @@ void Coordinator::BeginRun()
         rejects_.Open();
     if (!warning.empty())
         PublicLine(Warning, warning);
-    WriteRunState(job_, run_);
+    NoteRun();
+}
+
+// A retry of bad records is no run of the job, of which this tells.
+void Coordinator::NoteRun() const
+{
+    if (job_.retry_of.empty())
+        WriteRunState(job_, run_);
 }
 
 void Coordinator::Start()
@@ -303,6 +310,8 @@ void Coordinator::FillReport(JobReport &report)
             instance.private_log = log.string();
     }
     FillCheckpoint(report);
+    if (!job_.retry_of.empty())
+        report.retry = JobCommand("rejects retry", job_);
     report.seconds = Seconds();
 }
 
@@ -322,7 +331,7 @@ bool Coordinator::NoteOutcome(RunState::Outcome outcome)
     run_.reason = ledger_.reason();
     run_.changed = UtcNow();
     try {
-        WriteRunState(job_, run_);
+        NoteRun();
         return true;
     } catch (const std::exception &failure) {
         PublicLine(Warning, failure.what());
@@ -346,9 +355,9 @@ void Coordinator::Finish()
         ledger_.AddReason(std::string(undone) + failure.what());
     }
     FinishRejects(good);
-    const bool noted = NoteOutcome(good                                 ? Outcome::Finished
-                                   : stop_by_ != 0 && ledger_.failing() ? Outcome::Stopped
-                                                                        : Outcome::Failed);
+    const bool noted = NoteOutcome(good                    ? Outcome::Finished
+                                   : ledger_.interrupted() ? Outcome::Stopped
+                                                           : Outcome::Failed);
     if (good && keeps_ && !noted) {
         ledger_.AddReason(std::string(undone) + "run.json can't be written");
         return;

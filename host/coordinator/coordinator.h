@@ -62,6 +62,7 @@ private:
     void Start();
     void TakeOver();
     void BeginRun();
+    void NoteRun() const;
     void StartTarget();
     void StartStep(StepRun &step);
     int RunChild(const StepRun &step, int instance, const std::filesystem::path &library,
@@ -190,8 +191,8 @@ private:
     Clock::time_point last_round_ = Clock::now();
     std::unique_ptr<CheckpointStore> store_;
     std::vector<FileIdentity> inputs_, outputs_;
-    uint64_t drained_before_ = 0, written_before_ = 0;  // rows of the job before this run
-    CheckpointReport checkpoint_;                       // what is stored, for the report
+    uint64_t drained_before_ = 0;  // rows of the job before this run
+    CheckpointReport checkpoint_;  // what is stored, for the report
     bool ended_well_ = false;
     int stop_by_ = 0;               // the signal that the next round ends the job for
     bool commit_in_doubt_ = false;  // the target was told to commit, and did not say how that ended

@@ -186,7 +186,7 @@ void Coordinator::Store()
         storable_ = AllPlainFiles();
         if (!storable_) {
             run_.keeps_checkpoints = false;
-            WriteRunState(job_, run_);
+            NoteRun();
         }
     }
     const bool stored = IsStored();

@@ -236,7 +236,7 @@ void Ledger::WriteStatus(JobReport &report) const
     else if (committed_ && failing())
         report.failure += fmt::format("\nthe {} rows were {} before that", report.loaded,
                                       report.target.empty() ? "written" : "committed");
-    if (interrupted_by_ != 0 && !committed_) {
+    if (interrupted()) {
         report.status = "interrupted";
         report.exit_code = 128 + interrupted_by_;
         report.failure = reason_;

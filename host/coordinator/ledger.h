@@ -60,6 +60,7 @@ public:
     uint64_t refused() const;           // likewise
     std::string Imbalance() const;  // words for records read that became nothing; empty: none did
     bool committed() const { return committed_; }
+    bool interrupted() const { return interrupted_by_ != 0 && !committed_; }
     int exit_code() const;  // highest of all instances
     bool failing() const { return !reason_.empty(); }
     const std::string &reason() const { return reason_; }

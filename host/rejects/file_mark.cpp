@@ -54,10 +54,9 @@ std::string WhyNotAt(int fd, const FileMark &mark)
 {
     const uint64_t size = SizeOf(fd);
     if (size < mark.bytes)
-        return fmt::format("is shorter than at the checkpoint, {} bytes instead of {}", size,
-                           mark.bytes);
+        return fmt::format("is shorter than it was, {} bytes instead of {}", size, mark.bytes);
     if (ReadAt(fd, mark.bytes - mark.tail.size(), mark.tail.size()) != mark.tail)
-        return "was changed since the checkpoint";
+        return "was changed in the meantime";
     return {};
 }
 

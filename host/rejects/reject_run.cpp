@@ -19,8 +19,18 @@ void RejectRun::Open()
 {
     if (job_.retry_of.empty())
         gathered_.FindLeftovers();
+    else
+        TakeBackRetry();
     if (keeps())
         list_ = std::make_unique<RejectList>(RejectListOf(error_file_));
+}
+
+// What a retry that was killed has added to output files; then this one may.
+void RejectRun::TakeBackRetry()
+{
+    if (const auto state = ReadRejectState(job_))
+        state->outputs.Cut(job_);
+    outputs_ = RetryOutputs::Of(job_);
 }
 
 void RejectRun::Begin()
@@ -38,10 +48,13 @@ void RejectRun::Begin()
         if (!before_ || before_->text != job_.retry_of)
             throw std::runtime_error("the job was run or retried in the meantime; nothing was "
                                      "loaded: look at its bad records again");
+        before_->outcome = Outcome::Loaded;
         state_ = *before_;
         state_.outcome = Outcome::Retrying;
+        state_.outputs = outputs_;
+        before_->outputs = {};
     } else {
-        state_ = {error_file_, Outcome::Running, 0, RemarksOf(job_), {}};
+        state_ = {error_file_, Outcome::Running, 0, RemarksOf(job_), {}, {}};
     }
     list_->PutInPlace();
     WriteRejectState(job_, state_);
@@ -53,9 +66,13 @@ void RejectRun::End(Rows rows)
     if (!begun_ || !keeps() || rows == Rows::InDoubt || state_.text.empty())
         return;
     if (before_ && rows != Rows::Committed) {
+        if (!job_.has_target() && state_.outputs.empty())
+            return;  // nobody can take back what a pipe was given
+        state_.outputs.Cut(job_);
         WriteRejectState(job_, *before_);  // its records wait as they did before
         return;
     }
+    state_.outputs = {};
     state_.outcome = rows == Rows::Committed    ? Outcome::Loaded
                      : rows == Rows::Unfinished ? Outcome::Unfinished
                                                 : Outcome::Failed;

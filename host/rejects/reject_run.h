@@ -60,6 +60,7 @@ private:
         uint64_t inode = 0;
         bool operator==(const ErrorMark &) const = default;
     };
+    void TakeBackRetry();
     bool BringToDisk();
     std::string Remember() const;
     Saved Parse(const std::string &text) const;
@@ -73,6 +74,7 @@ private:
     RejectTally tally_;
     RejectState state_;                  // as written in Begin
     std::optional<RejectState> before_;  // what a retry found
+    RetryOutputs outputs_;               // likewise
     bool begun_ = false;
     GatheredRecords gathered_;
     UniqueFd error_fd_;  // for reading, once the first instance has told that it is open

@@ -74,7 +74,8 @@ std::optional<RejectState> ReadRejectState(const Job &job)
     const auto *outcome = std::ranges::find(kOutcomes, text("outcome"));
     if (outcome == std::end(kOutcomes) || !object.contains("retries") ||
         !object["retries"].is_number_unsigned() || !object.contains("remarks") ||
-        !object["remarks"].is_boolean() || !FromBase64(text("prefix"), state.remarks.prefix))
+        !object["remarks"].is_boolean() || !FromBase64(text("prefix"), state.remarks.prefix) ||
+        (object.contains("outputs") && !state.outputs.Restore(object["outputs"])))
         Damaged(path);
     state.outcome = static_cast<RejectState::Outcome>(outcome - kOutcomes);
     state.file = text("file");
@@ -86,12 +87,14 @@ std::optional<RejectState> ReadRejectState(const Job &job)
 void WriteRejectState(const Job &job, RejectState &state)
 {
     const fs::path path = StatePath(job);
-    const Json object = {{"file", state.file.string()},
-                         {"outcome", kOutcomes[static_cast<size_t>(state.outcome)]},
-                         {"retries", state.retries},
-                         {"remarks", state.remarks.present},
-                         {"prefix", Base64(state.remarks.prefix)},
-                         {"process", getpid()}};
+    Json object = {{"file", state.file.string()},
+                   {"outcome", kOutcomes[static_cast<size_t>(state.outcome)]},
+                   {"retries", state.retries},
+                   {"remarks", state.remarks.present},
+                   {"prefix", Base64(state.remarks.prefix)},
+                   {"process", getpid()}};
+    if (!state.outputs.empty())
+        object["outputs"] = state.outputs.Save();
     state.text = object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
     // The new state is on the disk before rows are committed under it.
     ReplaceFile(path, state.text);

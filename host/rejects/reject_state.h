@@ -12,6 +12,7 @@
 #include <string>
 
 #include "host/job/job.h"
+#include "host/rejects/retry_outputs.h"
 
 namespace fenwire {
 
@@ -34,7 +35,8 @@ struct RejectState {
     Outcome outcome = Outcome::Running;
     int retries = 0;  // how many retries led to this file
     Remarks remarks;
-    std::string text;  // as it stands on disk
+    RetryOutputs outputs;  // of one that is Retrying: as they were before
+    std::string text;      // as it stands on disk
 };
 
 // None: no run has left a word. Throws std::runtime_error when the file is damaged.

@@ -3,6 +3,9 @@
 #include "host/rejects/retry.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <fmt/format.h>
 #include <fstream>
 #include <iterator>
@@ -11,6 +14,7 @@
 #include <unistd.h>
 
 #include "host/checkpoint/checkpoints.h"
+#include "host/coordinator/state_folder.h"
 #include "host/job/attribute_catalogue.h"
 #include "host/job/words.h"
 #include "host/rejects/reject_list.h"
@@ -85,7 +89,7 @@ RejectState Waiting(const Job &job, const RetryChoice &choice)
     if (file.empty())
         throw RetryRefused("the job keeps no bad records: it names no RecordErrorFileName",
                            "add RecordErrorFileName to [producer] and run the job");
-    RejectState fresh = {file, Outcome::Loaded, 0, RemarksOf(job), {}};
+    RejectState fresh = {file, Outcome::Loaded, 0, RemarksOf(job), {}, {}};
     std::optional<RejectState> state = ReadRejectState(job);
     if (state)
         RefuseUnfinished(job, *state);
@@ -97,7 +101,7 @@ RejectState Waiting(const Job &job, const RetryChoice &choice)
         what = "the last run kept its bad records under another name than RecordErrorFileName";
         hint = "give the job the name that it had";
         state.reset();
-    } else {
+    } else if (state->outputs.empty() || RunningProcess(job.state) != 0) {
         const Obstacle &obstacle = kObstacles[static_cast<size_t>(state->outcome)];
         what = obstacle.what;
         hint = obstacle.hint;
@@ -108,8 +112,10 @@ RejectState Waiting(const Job &job, const RetryChoice &choice)
         RefuseMendedBefore(file, *state);
     if (!state)
         state = fresh;
-    if (state->text.empty() || state->outcome != Outcome::Loaded) {
-        state->outcome = Outcome::Loaded;  // the user says so
+    if (choice.anyway)
+        state->outputs = {};  // the user says so
+    if (state->text.empty() || (state->outcome != Outcome::Loaded && state->outputs.empty())) {
+        state->outcome = Outcome::Loaded;
         fs::create_directories(job.state);
         WriteRejectState(job, *state);
     }
@@ -201,10 +207,26 @@ bool IsForTheFilesOnly(const Attribute &attribute)
     return std::ranges::find(kGroups, info->group) != std::end(kGroups);
 }
 
+constexpr std::string_view kStaging = "retry-";
+
+// What retries that were killed have left: each has a folder named after its process.
+void RemoveLeftStaging(const fs::path &state)
+{
+    std::error_code none;
+    for (const auto &entry : fs::directory_iterator(state, none)) {
+        const std::string name = entry.path().filename().string();
+        pid_t process = 0;
+        if (name.starts_with(kStaging))
+            std::from_chars(name.data() + kStaging.size(), name.data() + name.size(), process);
+        if (process > 0 && kill(process, 0) != 0 && errno == ESRCH)
+            fs::remove_all(entry.path(), none);
+    }
+}
+
 // Under the error file's own name, in a folder of this process.
 void Stage(Retry &retry)
 {
-    const fs::path folder = retry.job.state / fmt::format("retry-{}", getpid());
+    const fs::path folder = retry.job.state / fmt::format("{}{}", kStaging, getpid());
     retry.staged.reset(new fs::path(folder));
     fs::remove_all(folder);
     fs::create_directories(folder);
@@ -246,6 +268,7 @@ fs::path WaitingErrorFile(const Job &job)
 Retry PlanRetry(const Job &job, const RetryChoice &choice)
 {
     const RejectState state = Waiting(job, choice);
+    RemoveLeftStaging(job.state);
     Retry retry;
     retry.file = state.file;
     retry.records = Sort(job, state, choice);
