@@ -55,6 +55,12 @@ class DamagedCheckpoint : public std::runtime_error {
 std::string EncodeGeneration(const Generation &generation);
 Generation DecodeGeneration(std::string_view bytes);  // throws DamagedCheckpoint
 
+// Why a store refuses a generation: it holds one of another run of the job, or a later one of this run, which
+// somebody else has taken. The lock of the state folder is of no help to two machines.
+inline constexpr const char *kOvertaken = "another process runs this job, too, and has stored a "
+                                          "checkpoint of its own: on another machine, or "
+                                          "since the state folder was removed; wait for its end";
+
 // A generation as a store keeps it.
 struct StoredGeneration {
     std::string run, job, job_file;  // job_file: absolute

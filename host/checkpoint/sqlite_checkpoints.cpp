@@ -42,19 +42,22 @@ void SqliteCheckpoints::Save(const StoredGeneration &generation)
         database_.Run(fmt::format("CREATE TABLE main.{} (run TEXT PRIMARY KEY, job TEXT, job_file "
                                   "TEXT, generation INTEGER, saved_at, state BLOB)",
                                   kCheckpointTable));
-    const SqliteStatement others = database_.Prepare(fmt::format(
-        "DELETE FROM main.{} WHERE run <> ?1 AND job = ?2 AND job_file = ?3", kCheckpointTable));
+    const SqliteStatement overtaken = database_.Prepare(
+        fmt::format("SELECT 1 FROM main.{} WHERE job = ?2 AND job_file = ?3 AND NOT (run = ?1 AND "
+                    "generation < ?4)",
+                    kCheckpointTable));
     const SqliteStatement save =
         database_.Prepare(fmt::format("INSERT OR REPLACE INTO main.{} VALUES (?1, ?2, ?3, ?4, "
                                       "strftime('%Y-%m-%dT%H:%M:%SZ', 'now'), ?5)",
                                       kCheckpointTable));
-    for (const SqliteStatement *statement : {&others, &save}) {
+    for (const SqliteStatement *statement : {&overtaken, &save}) {
         BindSqliteText(*statement, 1, generation.run);
         BindSqliteText(*statement, 2, generation.job);
         BindSqliteText(*statement, 3, generation.job_file);
+        sqlite3_bind_int64(statement->get(), 4, static_cast<int64_t>(generation.number));
     }
-    database_.Step(others);
-    sqlite3_bind_int64(save.get(), 4, static_cast<int64_t>(generation.number));
+    if (database_.Step(overtaken))
+        database_.Throw(kOvertaken);
     if (sqlite3_bind_blob64(save.get(), 5, generation.bytes.data(), generation.bytes.size(),
                             SQLITE_STATIC) != SQLITE_OK)
         database_.Fail();

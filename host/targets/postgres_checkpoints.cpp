@@ -170,13 +170,20 @@ void PostgresCheckpoints::Store(PostgresConnection &connection,
             "saved_at timestamptz NOT NULL, state bytea NOT NULL, "
             "PRIMARY KEY (run, job, job_file))",
             home_.unlogged ? "UNLOGGED " : "", table_));
+    const std::string number = std::to_string(generation.number);
+    if (connection.Value(
+            fmt::format("SELECT EXISTS (SELECT 1 FROM {} WHERE job = $1 AND job_file = $2 AND NOT "
+                        "(run = $3 AND generation < $4::bigint))",
+                        table_),
+            {job_, job_file_, generation.run, number}) == "t")
+        connection.Throw(kOvertaken);
     connection.Run(fmt::format("DELETE FROM {} WHERE job = $1 AND job_file = $2", table_),
                    {job_, job_file_});
     std::string state = "\\x";
     AppendHex(reinterpret_cast<const uint8_t *>(generation.bytes.data()),
               static_cast<uint32_t>(generation.bytes.size()), state);
     connection.Run(fmt::format("INSERT INTO {} VALUES ($1, $2, $3, $4, now(), $5)", table_),
-                   {generation.run, job_, job_file_, std::to_string(generation.number), state});
+                   {generation.run, job_, job_file_, number, state});
 }
 
 void PostgresCheckpoints::Forget(PostgresConnection &connection, const std::string &run) const
