@@ -26,12 +26,14 @@ ProgressMode Progress(const std::string &word)
 // Whoever reads the object gets one for a job that was never started, too.
 void PrintRefusal(const char *status, int exit_code, const std::string &what,
                   const std::vector<Complaint> &complaints = {},
-                  const std::vector<std::string> &details = {})
+                  const std::vector<std::string> &details = {}, const std::string &hint = {})
 {
     nlohmann::ordered_json object = {
         {"status", status}, {"exit_code", exit_code}, {"failure", what}};
     if (!details.empty())
         object["details"] = details;
+    if (!hint.empty())
+        object["hint"] = hint;
     for (const Complaint &complaint : complaints)
         object["complaints"].push_back({{"line", complaint.at.line},
                                         {"column", complaint.at.line > 0 ? complaint.at.column : 0},
@@ -69,7 +71,7 @@ int WithRefusals(bool json, const std::function<int()> &run)
         throw;
     } catch (const UsageError &error) {
         if (json)
-            PrintRefusal("refused", kExitRefused, error.what(), {}, error.details);
+            PrintRefusal("refused", kExitRefused, error.what(), {}, error.details, error.hint);
         throw;
     } catch (const std::exception &error) {
         if (json)

@@ -88,7 +88,7 @@ StateFolder::StateFolder(const std::filesystem::path &folder)
 int RunningProcess(const std::filesystem::path &folder)
 {
     const auto path = folder / "lock";
-    const UniqueFd lock(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    const UniqueFd lock(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!lock || flock(lock.get(), LOCK_SH | LOCK_NB) == 0)
         return 0;
     int process = 0;
