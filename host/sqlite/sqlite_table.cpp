@@ -7,7 +7,7 @@
 #include <span>
 
 #include "host/job/words.h"
-#include "host/targets/target.h"
+#include "host/targets/table_fit.h"
 
 namespace fenwire {
 
@@ -39,43 +39,27 @@ std::vector<TableColumn> ReadColumns(SqliteDatabase &database, const std::string
 }
 
 template <class Columns>
-std::string NameList(const Columns &columns)
-{
-    constexpr size_t kShown = 20;
-    std::string text;
-    for (size_t i = 0; i < std::min(columns.size(), kShown); ++i)
-        text += (i > 0 ? ", " : "") + Escaped(columns[i].name);
-    if (columns.size() > kShown)
-        text += fmt::format(" and {} more", columns.size() - kShown);
-    return text;
-}
-
-template <class Columns>
 auto FindNamed(const Columns &columns, const std::string &name)
 {
     return std::ranges::find_if(columns,
                                 [&](const auto &column) { return SameWord(column.name, name); });
 }
 
-// What does not fit, one clause after another.
-std::string Differences(const std::vector<TableColumn> &there, const std::vector<Column> &given)
+TableMisfits Misfits(const std::vector<TableColumn> &there, const std::vector<Column> &given)
 {
-    std::string what;
-    const auto add = [&](const std::string &name, const char *why) {
-        what += fmt::format("{}column {} {}", what.empty() ? "" : "; ", Quoted(name), why);
-    };
+    TableMisfits misfits;
     for (const Column &column : given) {
         const auto found = FindNamed(there, column.name);
         if (found == there.end())
-            add(column.name, "is not in the table");
+            misfits.NotThere(column.name);
         else if (found->generated)
-            add(column.name, "is computed by the table and takes no values");
+            misfits.Computed(column.name);
     }
     for (const TableColumn &column : there) {
         if (column.required && FindNamed(given, column.name) == given.end())
-            add(column.name, "of the table needs a value, and the job has none for it");
+            misfits.NotGiven(column.name);
     }
-    return what;
+    return misfits;
 }
 
 }  // namespace
@@ -118,11 +102,7 @@ std::vector<SqliteAffinity> CompareSqliteTable(SqliteDatabase &database, const s
                                                const Job &job)
 {
     const std::vector<TableColumn> there = ReadColumns(database, table);
-    const std::string what = Differences(there, job.columns);
-    if (!what.empty())
-        throw TargetError(fmt::format("table {} does not fit the job: {}. The table has {}; the "
-                                      "job has {}",
-                                      Quoted(table), what, NameList(there), NameList(job.columns)));
+    Misfits(there, job.columns).Refuse(Quoted(table), there, job);
     std::vector<SqliteAffinity> affinities;
     for (const Column &column : job.columns)
         affinities.push_back(SqliteAffinityOf(FindNamed(there, column.name)->type));

@@ -8,49 +8,34 @@
 #include "host/job/settings.h"
 #include "host/job/words.h"
 #include "host/postgres/postgres_types.h"
-#include "host/targets/target.h"
+#include "host/targets/table_fit.h"
 
 namespace fenwire {
 
 namespace {
 
-template <class Columns>
-std::string NameList(const Columns &columns)
+// The columns that fit go to `taking`.
+TableMisfits Misfits(const PostgresTable &table, const Job &job,
+                     std::vector<const PostgresColumn *> &taking)
 {
-    constexpr size_t kShown = 20;
-    std::string text;
-    for (size_t i = 0; i < std::min(columns.size(), kShown); ++i)
-        text += (i > 0 ? ", " : "") + Escaped(columns[i].name);
-    if (columns.size() > kShown)
-        text += fmt::format(" and {} more", columns.size() - kShown);
-    return text;
-}
-
-// What does not fit, one clause after another; the columns that do go to `taking`.
-std::string Differences(const PostgresTable &table, const Job &job,
-                        std::vector<const PostgresColumn *> &taking)
-{
-    std::string what;
-    const auto add = [&](const std::string &name, const char *why) {
-        what += fmt::format("{}column {} {}", what.empty() ? "" : "; ", Quoted(name), why);
-    };
+    TableMisfits misfits;
     for (const Column &column : job.columns) {
         const PostgresColumn *found = table.Named(column.name);
         if (found == nullptr)
-            add(column.name, "is not in the table");
+            misfits.NotThere(column.name);
         else if (found->computed)
-            add(column.name, "is computed by the table and takes no values");
+            misfits.Computed(column.name);
         else if (std::ranges::find(taking, found) != taking.end())
-            add(column.name, "is one that another column of the job goes to already");
+            misfits.Add(column.name, "is one that another column of the job goes to already");
         else
             taking.push_back(found);
     }
     for (const PostgresColumn &column : table.columns) {
         const PostgresColumn *const here = &column;
         if (column.required && std::ranges::find(taking, here) == taking.end())
-            add(column.name, "of the table needs a value, and the job has none for it");
+            misfits.NotGiven(column.name);
     }
-    return what;
+    return misfits;
 }
 
 }  // namespace
@@ -120,11 +105,7 @@ std::vector<const PostgresColumn *> ComparePostgresTable(PostgresConnection &con
                                       "would allow it",
                                       words, table.name.Sql()));
     std::vector<const PostgresColumn *> taking;
-    const std::string what = Differences(table, job, taking);
-    if (!what.empty())
-        throw TargetError(
-            fmt::format("table {} does not fit the job: {}. The table has {}; the job has {}",
-                        words, what, NameList(table.columns), NameList(job.columns)));
+    Misfits(table, job, taking).Refuse(words, table.columns, job);
     return taking;
 }
 
