@@ -14,6 +14,8 @@ std::string WhyNotResumable(const Job &job)
     if (source != nullptr && !source->resumable)
         return fmt::format("the rows of a source of type {} can't be had a second time",
                            source->name);
+    if (job.source_type == job.target_type)
+        return "its rows come from the database that they go to, which each checkpoint changes";
     return fmt::format("a target of type {} takes no checkpoints", job.target_type);
 }
 

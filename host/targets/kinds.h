@@ -14,6 +14,7 @@ void CheckPrintSettings(const Job &job, std::vector<Complaint> &found);
 
 std::unique_ptr<Target> MakeSqliteTarget(const Job &job);
 void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found);
+CheckpointPlace SqlitePlace(const Job &job);
 std::vector<Column> SqliteTargetColumns(const Job &job);
 std::optional<StoredGeneration> FindInSqlite(const Job &job, const std::string &run,
                                              bool at_work = false);

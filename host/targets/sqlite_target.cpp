@@ -20,6 +20,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/checkpoint/checkpoints.h"
 #include "host/checkpoint/sqlite_checkpoints.h"
 #include "host/job/settings.h"
 #include "host/job/words.h"
@@ -54,6 +55,27 @@ void RequireCharset(const std::string &charset)
                     Quoted(charset)));
 }
 
+// Whether the rows come from the database that they go to.
+bool IsOwnSource(const Job &job)
+{
+    std::error_code none;
+    return job.source_type == job.target_type &&
+           fs::equivalent(PathSetting(job, job.source, "file"),
+                          PathSetting(job, job.target, "file"), none);
+}
+
+// Who reads keeps others from writing, unless there is a log to write to.
+void RequireLog(SqliteDatabase &database, const fs::path &file)
+{
+    const SqliteStatement mode = database.Prepare("PRAGMA journal_mode");
+    if (!database.Step(mode) || SqliteText(mode, 0) != "wal")
+        throw TargetError(
+            fmt::format("database {} is the source, too: as long as it is read nothing can be "
+                        "written to it, unless \"PRAGMA journal_mode = WAL\" was set; set it, or "
+                        "give the target another file",
+                        Quoted(file.string())));
+}
+
 class SqliteTarget final : public Target {
 public:
     explicit SqliteTarget(const Job &job)
@@ -73,6 +95,8 @@ public:
             return;
         }
         SqliteDatabase database(file_, SqliteAccess::Look);
+        if (IsOwnSource(job_))
+            RequireLog(database, file_);
         if (HasSqliteTable(database, table_)) {
             CompareSqliteTable(database, table_, job_);
             return;
@@ -255,6 +279,12 @@ void CheckSqliteSettings(const Job &job, std::vector<Complaint> &found)
                                          Quoted(column.sql_type), Quoted(column.name)),
                              "such as \"INTEGER\" or \"DECIMAL(10,2) NOT NULL\""});
     }
+}
+
+// Each checkpoint would change what is read, and a resume finds nothing as it was.
+CheckpointPlace SqlitePlace(const Job &job)
+{
+    return IsOwnSource(job) ? CheckpointPlace::None : CheckpointPlace::Within;
 }
 
 // What takes values: the table computes the others itself.

@@ -28,8 +28,6 @@ CheckpointPlace NullPlace(const Job &job)
     return NullOnlyCounts(job) ? CheckpointPlace::Beside : CheckpointPlace::None;
 }
 
-CheckpointPlace SqlitePlace(const Job &) { return CheckpointPlace::Within; }
-
 // The database itself knows: a process may have been killed behind its commit.
 const char *AfterFailedSqlite(const Job &job)
 {
