@@ -124,9 +124,26 @@ void RefuseChangedFiles(const Job &job, const Generation &found)
         throw refusal;
 }
 
+// Without them the job could only fail, and behind a pipe in their place it could not stop again.
+void RefuseMissingFiles(const Job &job, const Generation &found)
+{
+    UsageError refusal(fmt::format("input files are gone, or no plain files any more, that {} "
+                                   "needs",
+                                   CheckpointWords(found)),
+                       fmt::format("put them back; or {} begins anew{}",
+                                   JobCommand("run --fresh", job), WhatStays(job, found.rows)));
+    for (const FileIdentity &file : found.inputs) {
+        if (file.status != FileIdentity::kFinished && IdentityOf(job, file.path).size < 0)
+            refusal.details.push_back(Escaped(file.path));
+    }
+    if (!refusal.details.empty())
+        throw refusal;
+}
+
 // From here on they are compared with what they are now.
 void AcceptFiles(const Job &job, Generation &found)
 {
+    RefuseMissingFiles(job, found);
     for (const std::string &change : ChangedFiles(job, found))
         Say(change + ": accepted");
     for (FileIdentity &file : found.inputs) {

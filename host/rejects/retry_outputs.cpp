@@ -85,8 +85,8 @@ bool RetryOutputs::Restore(const nlohmann::ordered_json &saved)
     for (const auto &one : saved) {
         Output &output = outputs_.emplace_back();
         if (!one.is_object() || !one.contains("path") || !one["path"].is_string() ||
-            !one.contains("bytes") || !one["bytes"].is_number_unsigned() ||
-            !one.contains("tail") || !one["tail"].is_string() ||
+            !one.contains("bytes") || !one["bytes"].is_number_unsigned() || !one.contains("tail") ||
+            !one["tail"].is_string() ||
             !FromBase64(one["tail"].get<std::string>(), output.mark.tail))
             return false;
         output.path = one["path"].get<std::string>();

@@ -161,6 +161,9 @@ def output_lost(at):
     at.expect(2, ["out.csv is gone, and with it "], "resume", job, "--accept-changed")
     assert not (at.path / "out.csv").exists(), "a refusal made the file"
     (at.path / "away.csv").rename(at.path / "out.csv")
+    (at.path / "in.csv").rename(at.path / "away.csv")
+    at.expect(2, ["gone, or no plain files any more", "in.csv"], "resume", job, "--accept-changed")
+    (at.path / "away.csv").rename(at.path / "in.csv")
     at.expect(0, ["accepted"], "resume", job, "--accept-changed")
     assert (at.path / "out.csv").read_text() == good + "1,2\n"
 
