@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "host/checkpoint/fingerprint.h"
 #include "host/coordinator/coordinator.h"
 #include "host/job/words.h"
 #include "host/rejects/bad_record.h"
@@ -43,15 +44,20 @@ std::filesystem::path Coordinator::PathOf(const StepRun &step, const std::string
     return job_.folder / of.Text("DirectoryPath") / file;
 }
 
-// A file that somebody removes is written to its end all the same, and then it is gone with its rows.
+// A file that somebody removes, or moves another one over, is written to its end all the same, and then it
+// is gone with its rows.
 std::string Coordinator::LostOutput() const
 {
     for (uint32_t i = 1; writing() != nullptr && i <= writing()->objects.Files().size(); ++i) {
         const auto path = PathOf(*writing(), FileName(*writing(), i));
+        const uint64_t inode = i <= outputs_.size() ? outputs_[i - 1].inode : 0;
         std::error_code none;
         if (!exists(path, none))
             return "output file " + Quoted(path.string()) +
                    " is gone: it was removed or moved while it was written";
+        if (inode != 0 && IdentityOf(job_, outputs_[i - 1].path).inode != inode)
+            return "output file " + Quoted(path.string()) +
+                   " is another file now: it was moved or replaced while it was written";
     }
     return {};
 }

@@ -179,10 +179,10 @@ bool Coordinator::IsStored() const
 
 void Coordinator::Store()
 {
+    if (round_.why == Round::Why::First && writing() != nullptr)
+        NoteFiles(*writing(), outputs_, true);
     if (round_.why == Round::Why::First && KeepsRecords()) {
         NoteFiles(reading(), inputs_, !plan_.from);
-        if (writing() != nullptr)
-            NoteFiles(*writing(), outputs_, true);
         storable_ = AllPlainFiles();
         if (!storable_) {
             run_.keeps_checkpoints = false;

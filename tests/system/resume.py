@@ -168,8 +168,21 @@ def output_lost(at):
     assert (at.path / "out.csv").read_text() == good + "1,2\n"
 
 
+def output_replaced(at):
+    """As a program does that rotates logs: the rows go on into the file that was moved away."""
+    job = "rotated.toml"
+    unload = UNLOAD[UNLOAD.index("[consumer]"):].replace('TextDelimiter = ","', "")
+    (at.path / job).write_text(LOAD[:LOAD.index("[target]")].replace('"load"', '"rotated"') + unload)
+    runner = at.start("run", job, "--progress", "off")
+    wait_for_checkpoint(at, job)
+    (at.path / "out.csv").rename(at.path / "out.csv.1")
+    (at.path / "out.csv").touch()
+    _, err = runner.communicate(timeout=120)
+    assert runner.returncode == 12 and "is another file now" in err, f"exit {runner.returncode}\n{err}"
+
+
 def main(fenwire):
-    for test in (killed_and_interrupted, output_lost):
+    for test in (killed_and_interrupted, output_lost, output_replaced):
         with tempfile.TemporaryDirectory(prefix="fenwire-resume-") as folder:
             test(Folder(os.path.abspath(fenwire), folder))
     return 0
