@@ -39,9 +39,9 @@ class Failed(Exception):
 class Process:
     """fenwire at work on a job, and the processes that it starts."""
 
-    def __init__(self, fenwire, verb, folder, environment=None):
+    def __init__(self, fenwire, verb, folder, environment=None, before=()):
         self.out, self.err = folder / "stdout", folder / "stderr"
-        words = [fenwire, verb, "job.toml", "--json"] + (["--progress", "off"] if verb != "status" else [])
+        words = [*before, fenwire, verb, "job.toml", "--json"] + (["--progress", "off"] if verb != "status" else [])
         with open(self.out, "wb") as out, open(self.err, "wb") as err:
             self.began = time.monotonic()
             self.process = subprocess.Popen(words, cwd=folder, stdin=subprocess.DEVNULL, stdout=out, stderr=err,
@@ -243,8 +243,8 @@ class Torture:
 class Campaign:
     """Jobs side by side until so many hits were survived."""
 
-    def __init__(self, fenwire, kills, seed):
-        self.fenwire, self.kills, self.seed = fenwire, kills, seed
+    def __init__(self, fenwire, kills, seed, kind):
+        self.fenwire, self.kills, self.seed, self.kind = fenwire, kills, seed, kind
         self.lock, self.done, self.failures = threading.Lock(), 0, 0
         folder = os.environ.get("FENWIRE_TEST_POSTGRES_FOLDER")
         self.server = postgres_torture.TortureServer(folder) if folder else None
@@ -257,7 +257,7 @@ class Campaign:
             self.one(number)
 
     def one(self, number):
-        torture = Torture(self.fenwire, self.seed, number, None if number % 2 else self.server)
+        torture = self.kind(self.fenwire, self.seed, number, None if number % 2 else self.server)
         failed = ""
         try:
             torture.run()
@@ -273,9 +273,9 @@ class Campaign:
                       f"{sys.argv[0]} {self.fenwire} 1 {self.seed} {number}", flush=True)
 
 
-def main(fenwire, kills=50, seed=None, number=None):
+def main(fenwire, kills=50, seed=None, number=None, kind=Torture):
     seed = int(seed) if seed is not None else random.randrange(1 << 32)
-    campaign = Campaign(os.path.abspath(fenwire), int(kills), seed)
+    campaign = Campaign(os.path.abspath(fenwire), int(kills), seed, kind)
     print(f"seed {seed}, {'with' if campaign.server else 'without'} PostgreSQL")
     if number is not None:
         campaign.one(int(number))
