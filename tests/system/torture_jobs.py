@@ -23,7 +23,7 @@ class TortureJob:
 
     KINDS = ["load", "load", "load", "load", "count", "transcode", "transcode", "unload", "unload"]
     twice = False  # rows may come more than once
-    unlogged = False
+    victims = []  # more of them
 
     def __init__(self, rng, folder):
         self.rng, self.folder, self.settings = rng, folder, {}
