@@ -72,7 +72,7 @@ PostgresHome PostgresHomeOf(PostgresConnection &connection, const Job &job)
             SettingOr(job.target, "unlogged", false)};
 }
 
-void CreatePostgresTable(PostgresConnection &connection, const Job &job)
+void CreatePostgresTable(PostgresConnection &connection, const Job &job, bool unlogged)
 {
     const PostgresName name = PostgresTableOf(job);
     std::string columns;
@@ -82,7 +82,6 @@ void CreatePostgresTable(PostgresConnection &connection, const Job &job)
                                      : PostgresTypeOf(column, IsUtf16(job.charset));
         columns += fmt::format("{}{} {}", columns.empty() ? "" : ",\n", SqlName(column.name), type);
     }
-    const bool unlogged = SettingOr(job.target, "unlogged", false);
     const PostgresResult made = connection.Try(fmt::format(
         "CREATE {}TABLE {} (\n{}\n)", unlogged ? "UNLOGGED " : "", name.Sql(), columns));
     if (made.status() != PGRES_COMMAND_OK)

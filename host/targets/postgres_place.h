@@ -25,7 +25,7 @@ struct PostgresHome {
 PostgresHome PostgresHomeOf(PostgresConnection &connection, const Job &job);
 
 // Makes the table with the job's columns.
-void CreatePostgresTable(PostgresConnection &connection, const Job &job);
+void CreatePostgresTable(PostgresConnection &connection, const Job &job, bool unlogged);
 
 // Throws TargetError when the table can't take the job's columns. Those that do, in the job's order.
 std::vector<const PostgresColumn *>

@@ -78,8 +78,10 @@ public:
         PostgresConnection connection(where_, PostgresAccess::Write);
         PostgresCheckpoints(job_, connection).RequireRights(connection);
         connection.Run("BEGIN");  // and never a commit: what is made here goes with the connection
+        // Never unlogged: a server that crashes behind an undone one may not start any more, since the
+        // table's empty file is in the way of its recovery.
         if (!FindPostgresTable(connection, name_))
-            MakeTable(connection);
+            MakeTable(connection, false);
         FindTable(connection);
     }
 
@@ -216,15 +218,15 @@ private:
                                           name_.Words()));
         if (count_ == 1)
             feeds_.front()->Begin();
-        MakeTable(feeds_.front()->connection());
+        MakeTable(feeds_.front()->connection(), SettingOr(job_.target, "unlogged", false));
         made_table_ = count_ > 1;
     }
 
-    void MakeTable(PostgresConnection &connection)
+    void MakeTable(PostgresConnection &connection, bool unlogged)
     {
         if (!create_)
             throw TargetError(NoPostgresTable(connection, name_) + "; create = true would make it");
-        CreatePostgresTable(connection, job_);
+        CreatePostgresTable(connection, job_, unlogged);
     }
 
     // The columns point into table_.
