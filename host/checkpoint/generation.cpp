@@ -6,25 +6,22 @@
 //     16  8   how many bytes there are from byte 24
 //     24      the members in the order of Generation
 //
-// Numbers have their lowest byte first. A text is its length in 8 bytes and itself; a list how many there
-// are in 8 bytes and they. Operators' records and the other two that may be long are packed (zero_runs.h):
-// their length, their packed length, and what is packed. A record's length has one added, and 0 stands for
-// no record.
+// In front the lowest byte of a number comes first; the members are told short (byte_coding.h), operators'
+// records as pieces (packed_bytes.h).
 
 #include "host/checkpoint/generation.h"
 
 #include <array>
 #include <fmt/format.h>
-#include <type_traits>
 
-#include "host/checkpoint/zero_runs.h"
+#include "host/checkpoint/byte_coding.h"
 
 namespace fenwire {
 
 namespace {
 
 constexpr std::string_view kMagic = "FENWCKPT";
-constexpr uint32_t kLayoutVersion = 1;
+constexpr uint32_t kLayoutVersion = 2;
 constexpr size_t kHeaderBytes = 24;
 
 // Eight bytes at a time: table [i] is what a byte does that i more bytes follow.
@@ -68,136 +65,57 @@ uint32_t Crc32c(std::string_view bytes)
     throw DamagedCheckpoint("the checkpoint is damaged: " + why);
 }
 
-class Writer {
-public:
-    template <class Number>
-    void operator()(const Number &number) requires std::is_integral_v<Number>
-    {
-        const auto bits = static_cast<std::make_unsigned_t<Number>>(number);
-        for (size_t i = 0; i < sizeof bits; ++i)
-            out_ += static_cast<char>(bits >> (8 * i));
-    }
-    void operator()(const bool &flag) { (*this)(static_cast<uint8_t>(flag)); }
-    void operator()(const std::string &text)
-    {
-        (*this)(uint64_t{text.size()});
-        out_ += text;
-    }
-    template <class Element>
-    void operator()(const std::vector<Element> &list)
-    {
-        (*this)(uint64_t{list.size()});
-        for (const Element &element : list)
-            (*this)(element);
-    }
-    void operator()(const std::optional<std::string> &record)
-    {
-        (*this)(uint64_t{record ? record->size() + 1 : 0});
-        if (record)
-            PutPacked(*record);
-    }
-    void Packed(const std::string &text)
-    {
-        (*this)(uint64_t{text.size()});
-        PutPacked(text);
-    }
-    void operator()(const FileIdentity &file);
-    std::string Take() { return std::move(out_); }
+template <class Number>
+void PutFixed(Number number, std::string &out)
+{
+    for (size_t i = 0; i < sizeof number; ++i)
+        out += static_cast<char>(number >> (8 * i));
+}
 
-private:
-    void PutPacked(const std::string &bytes)
-    {
-        const size_t length_at = out_.size();
-        (*this)(uint64_t{0});
-        PackZeros(bytes, out_);
-        const uint64_t length = out_.size() - length_at - sizeof length;
-        for (size_t i = 0; i < sizeof length; ++i)
-            out_[length_at + i] = static_cast<char>(length >> (8 * i));
-    }
-
-    std::string out_;
-};
-
-class Reader {
-public:
-    explicit Reader(std::string_view bytes) : left_(bytes) {}
-
-    template <class Number>
-    void operator()(Number &number) requires std::is_integral_v<Number>
-    {
-        const std::string_view bytes = Bytes(sizeof number);
-        std::make_unsigned_t<Number> bits = 0;
-        for (size_t i = 0; i < sizeof bits; ++i) {
-            const auto byte = static_cast<uint8_t>(bytes[i]);
-            bits = static_cast<decltype(bits)>(bits | static_cast<decltype(bits)>(byte) << (8 * i));
-        }
-        number = static_cast<Number>(bits);
-    }
-    void operator()(bool &flag)
-    {
-        uint8_t byte = 0;
-        (*this)(byte);
-        if (byte > 1)
-            Damaged("a flag is neither set nor clear");
-        flag = byte == 1;
-    }
-    void operator()(std::string &text) { text = Bytes(Length()); }
-    template <class Element>
-    void operator()(std::vector<Element> &list)
-    {
-        const uint64_t count = Length();
-        if (count > left_.size() / sizeof(uint64_t))  // none of our elements is shorter
-            Damaged("a list is longer than what is stored");
-        list.resize(count);
-        for (Element &element : list)
-            (*this)(element);
-    }
-    void operator()(std::optional<std::string> &record)
-    {
-        if (const uint64_t size = Length(); size > 0)
-            record = TakePacked(size - 1);
-    }
-    void Packed(std::string &text) { text = TakePacked(Length()); }
-    void operator()(FileIdentity &file);
-    bool AtEnd() const { return left_.empty(); }
-    std::string_view Bytes(uint64_t count)
-    {
-        if (count > left_.size())
-            Damaged("it ends too early");
-        const std::string_view bytes = left_.substr(0, count);
-        left_.remove_prefix(count);
-        return bytes;
-    }
-
-private:
-    uint64_t Length()
-    {
-        uint64_t length = 0;
-        (*this)(length);
-        return length;
-    }
-    std::string TakePacked(uint64_t size)
-    {
-        auto bytes = UnpackZeros(Bytes(Length()), size);
-        if (!bytes)
-            Damaged("a record has not the length that is said");
-        return std::move(*bytes);
-    }
-
-    std::string_view left_;
-};
+template <class Number>
+Number Fixed(std::string_view bytes)
+{
+    Number number = 0;
+    for (size_t i = 0; i < sizeof number; ++i)
+        number |= static_cast<Number>(static_cast<uint8_t>(bytes[i])) << (8 * i);
+    return number;
+}
 
 // What is stored, in its order: the one place for both directions.
 template <class Way, class File>
-void EachOfFile(Way &way, File &file)
+void EachOfFile(Way &way, File &file, const FileIdentity &before)
 {
-    way(file.path);
-    way(file.device);
-    way(file.inode);
-    way(file.size);
-    way(file.time_ns);
-    way(file.status);
-    way(file.instance);
+    way.After(file.path, before.path);
+    way.After(file.device, before.device);
+    way.After(file.inode, before.inode);
+    way.After(file.size, before.size);
+    way.After(file.time_ns, before.time_ns);
+    way.After(file.status, before.status);
+    way.After(file.instance, before.instance);
+}
+
+void EachFile(ByteWriter &out, const std::vector<FileIdentity> &files)
+{
+    const FileIdentity none;
+    const FileIdentity *before = &none;
+    out(files.size());
+    for (const FileIdentity &file : files) {
+        EachOfFile(out, file, *before);
+        before = &file;
+    }
+}
+
+void EachFile(ByteReader &in, std::vector<FileIdentity> &files)
+{
+    const FileIdentity none;
+    const FileIdentity *before = &none;
+    files.resize(in.Count());
+    for (FileIdentity &file : files) {
+        EachOfFile(in, file, *before);
+        if (file.size < -1 || file.status > FileIdentity::kFinished || file.instance < 0)
+            Damaged("a file is told of in a way that none can be");
+        before = &file;
+    }
 }
 
 template <class Way, class Whole>
@@ -210,47 +128,36 @@ void EachMember(Way &way, Whole &generation)
     way(generation.fingerprint);
     way(generation.reading);
     way(generation.writing);
-    way(generation.inputs);
-    way(generation.outputs);
+    EachFile(way, generation.inputs);
+    EachFile(way, generation.outputs);
     way(generation.rows);
     way(generation.refused);
-    way.Packed(generation.ledger);
-    way.Packed(generation.rejects);
-}
-
-void Writer::operator()(const FileIdentity &file) { EachOfFile(*this, file); }
-
-void Reader::operator()(FileIdentity &file)
-{
-    EachOfFile(*this, file);
-    if (file.size < -1 || file.status > FileIdentity::kFinished || file.instance < 0)
-        Damaged("a file is told of in a way that none can be");
+    way(generation.ledger);
+    way(generation.rejects);
 }
 
 }  // namespace
 
 std::string EncodeGeneration(const Generation &generation)
 {
-    Writer body;
+    ByteWriter body;
     EachMember(body, generation);
     const std::string bytes = body.Take();
-    Writer header;
-    header(kLayoutVersion);
-    header(Crc32c(bytes));
-    header(uint64_t{bytes.size()});
-    return std::string(kMagic) + header.Take() + bytes;
+    std::string whole(kMagic);
+    whole.reserve(kHeaderBytes + bytes.size());
+    PutFixed(kLayoutVersion, whole);
+    PutFixed(Crc32c(bytes), whole);
+    PutFixed(uint64_t{bytes.size()}, whole);
+    whole += bytes;
+    return whole;
 }
 
 Generation DecodeGeneration(std::string_view bytes)
 {
     if (bytes.size() < kHeaderBytes || !bytes.starts_with(kMagic))
         Damaged("it does not begin as one does");
-    Reader header(bytes.substr(kMagic.size(), kHeaderBytes - kMagic.size()));
-    uint32_t version = 0, crc = 0;
-    uint64_t length = 0;
-    header(version);
-    header(crc);
-    header(length);
+    const auto version = Fixed<uint32_t>(bytes.substr(8)), crc = Fixed<uint32_t>(bytes.substr(12));
+    const auto length = Fixed<uint64_t>(bytes.substr(16));
     if (version != kLayoutVersion)
         throw DamagedCheckpoint(fmt::format(
             "the checkpoint is of version {}, and this fenwire reads version {}; go on with the "
@@ -261,7 +168,7 @@ Generation DecodeGeneration(std::string_view bytes)
         Damaged(fmt::format("{} bytes are there of {}", bytes.size(), length));
     if (Crc32c(bytes) != crc)
         Damaged("its checksum is not that of its bytes");
-    Reader body(bytes);
+    ByteReader body(bytes);
     Generation generation;
     EachMember(body, generation);
     if (!body.AtEnd())

@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/checkpoint/packed_bytes.h"
+
 namespace fenwire {
 
 // A file as it was when a job first saw it.
@@ -31,8 +33,8 @@ struct FileIdentity {
 };
 
 // What instance i of a step wrote with PX_WriteCheckpointRecord, or part i of a source as its position,
-// is at i - 1; empty: it wrote none.
-using InstanceRecords = std::vector<std::optional<std::string>>;
+// is at i - 1, and sound; empty: it wrote none.
+using InstanceRecords = std::vector<std::optional<PackedBytes>>;
 
 struct Generation {
     std::string run;          // of the run that began the job; a resumed one goes on with it

@@ -131,7 +131,7 @@ void Coordinator::TakeOver()
     if (!plan_.from)
         return;
     ledger_.Restore(plan_.from->ledger);
-    inputs_ = plan_.from->inputs;
+    generation_.inputs = plan_.from->inputs;
     drained_before_ = ledger_.target_rows() + ledger_.target_refused();
     checkpoint_.resumable = true;
     checkpoint_.generation = checkpoint_.resumed_from = plan_.from->number;

@@ -54,7 +54,6 @@ private:
         Why why = Why::First;
         Clock::time_point began, records, stores;
         uint64_t drained = 0;  // rows that came out of the rings
-        Generation generation;
         InstanceRecords reading, writing;
     };
 
@@ -190,7 +189,7 @@ private:
     Round round_;
     Clock::time_point last_round_ = Clock::now();
     std::unique_ptr<CheckpointStore> store_;
-    std::vector<FileIdentity> inputs_, outputs_;
+    Generation generation_;        // the next one; what its files are is known from round to round
     uint64_t drained_before_ = 0;  // rows of the job before this run
     CheckpointReport checkpoint_;  // what is stored, for the report
     bool ended_well_ = false;

@@ -50,12 +50,13 @@ std::string Coordinator::LostOutput() const
 {
     for (uint32_t i = 1; writing() != nullptr && i <= writing()->objects.Files().size(); ++i) {
         const auto path = PathOf(*writing(), FileName(*writing(), i));
-        const uint64_t inode = i <= outputs_.size() ? outputs_[i - 1].inode : 0;
+        const uint64_t inode =
+            i <= generation_.outputs.size() ? generation_.outputs[i - 1].inode : 0;
         std::error_code none;
         if (!exists(path, none))
             return "output file " + Quoted(path.string()) +
                    " is gone: it was removed or moved while it was written";
-        if (inode != 0 && IdentityOf(job_, outputs_[i - 1].path).inode != inode)
+        if (inode != 0 && IdentityOf(job_, generation_.outputs[i - 1].path).inode != inode)
             return "output file " + Quoted(path.string()) +
                    " is another file now: it was moved or replaced while it was written";
     }

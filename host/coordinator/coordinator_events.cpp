@@ -270,7 +270,7 @@ void Coordinator::FromInstance(StepRun &step, int instance, InMessage &message)
         break;
     case MessageKind::SourcePosition:
         if (step.phases.method() == Method::Checkpoint)
-            round_.reading[static_cast<size_t>(instance - 1)] = message.Text();
+            round_.reading[static_cast<size_t>(instance - 1)] = Pack(message.Text());
         break;
     case MessageKind::WriteRecord: {
         const PxStatus status = TakeRecord(step, instance, message);

@@ -17,20 +17,25 @@ constexpr uint64_t kMostRecordBytes = uint64_t{1} << 31;
 
 PxStatus Coordinator::TakeRecord(StepRun &step, int instance, InMessage &message)
 {
+    PackedBytes record;
+    record.size = message.U64();
     const uint64_t bytes = message.U64();
     if (step.phases.method() != Method::Checkpoint)
         return PXSTC_NotSupported;
-    if (bytes == 0 || bytes > kMostRecordBytes)
+    if (record.size == 0 || record.size > kMostRecordBytes || bytes > kMostRecordBytes)
         return PXSTC_Length;
+    record.pieces = ContentOf(message.TakeFd(), bytes);
+    if (!IsSound(record))
+        throw ProtocolError("a checkpoint record that is not packed as one");
     InstanceRecords &records = step.side == Side::Reading ? round_.reading : round_.writing;
-    records[static_cast<size_t>(instance - 1)] = ContentOf(message.TakeFd(), bytes);
+    records[static_cast<size_t>(instance - 1)] = std::move(record);
     return PXSTC_Success;
 }
 
 // The record of the generation that the job goes on from.
 void Coordinator::GiveRecord(StepRun &step, int instance)
 {
-    const std::string *record = nullptr;
+    const PackedBytes *record = nullptr;
     if (plan_.from) {
         const InstanceRecords &records =
             step.side == Side::Reading ? plan_.from->reading : plan_.from->writing;
@@ -44,10 +49,10 @@ void Coordinator::GiveRecord(StepRun &step, int instance)
             OutMessage(MessageKind::Reply).Put(int32_t{PXSTC_NullPointer}).Put(uint64_t{0}));
         return;
     }
-    const UniqueFd block = MakeSharedBlock("fenwire-record", std::string_view(*record));
-    channel.Send(
-        OutMessage(MessageKind::Reply).Put(int32_t{PXSTC_Success}).Put(uint64_t{record->size()}),
-        &block);
+    const UniqueFd block = MakeSharedBlock("fenwire-record", std::max<uint64_t>(record->size, 1));
+    Unpack(*record, reinterpret_cast<char *>(Mapping(block).data()));
+    channel.Send(OutMessage(MessageKind::Reply).Put(int32_t{PXSTC_Success}).Put(record->size),
+                 &block);
 }
 
 // Of a part of the source.
@@ -55,7 +60,7 @@ std::string Coordinator::PositionOf(int part) const
 {
     const auto at = static_cast<size_t>(part - 1);
     const bool known = plan_.from && at < plan_.from->reading.size() && plan_.from->reading[at];
-    return known ? *plan_.from->reading[at] : std::string();
+    return known ? Unpacked(*plan_.from->reading[at]) : std::string();
 }
 
 // ---- Files -------------------------------------------------------------------------------------
@@ -80,14 +85,15 @@ void Coordinator::NoteFiles(const StepRun &step, std::vector<FileIdentity> &file
 bool Coordinator::AllPlainFiles() const
 {
     const auto plain = [](const FileIdentity &file) { return file.size >= 0; };
-    return std::ranges::all_of(inputs_, plain) && std::ranges::all_of(outputs_, plain);
+    return std::ranges::all_of(generation_.inputs, plain) &&
+           std::ranges::all_of(generation_.outputs, plain);
 }
 
 // ---- The whole ---------------------------------------------------------------------------------
 
 void Coordinator::MakeGeneration()
 {
-    Generation &made = round_.generation;
+    Generation &made = generation_;
     made.run = run_.run;
     made.number = round_.why == Round::Why::First ? 0 : checkpoint_.generation + 1;
     made.rows_ended = IsLast();
@@ -95,11 +101,9 @@ void Coordinator::MakeGeneration()
     made.fingerprint = FingerprintOf(job_);
     made.reading = std::move(round_.reading);
     made.writing = std::move(round_.writing);
-    NoteFiles(reading(), inputs_, false);
-    made.inputs = inputs_;
+    NoteFiles(reading(), made.inputs, false);
     if (writing() != nullptr)
-        NoteFiles(*writing(), outputs_, true);
-    made.outputs = outputs_;
+        NoteFiles(*writing(), made.outputs, true);
     made.rows = target_ != nullptr ? ledger_.target_rows() : ledger_.rows_written();
     made.refused = ledger_.refused() + ledger_.target_refused();
     made.rejects = rejects_.Save();  // on the disk before anything counts on it
@@ -108,8 +112,8 @@ void Coordinator::MakeGeneration()
 
 StoredGeneration Coordinator::Encoded() const
 {
-    return {run_.run, job_.name, job_.file.string(), round_.generation.number,
-            EncodeGeneration(round_.generation)};
+    return {run_.run, job_.name, job_.file.string(), generation_.number,
+            EncodeGeneration(generation_)};
 }
 
 }  // namespace fenwire

@@ -180,9 +180,9 @@ bool Coordinator::IsStored() const
 void Coordinator::Store()
 {
     if (round_.why == Round::Why::First && writing() != nullptr)
-        NoteFiles(*writing(), outputs_, true);
+        NoteFiles(*writing(), generation_.outputs, true);
     if (round_.why == Round::Why::First && KeepsRecords()) {
-        NoteFiles(reading(), inputs_, !plan_.from);
+        NoteFiles(reading(), generation_.inputs, !plan_.from);
         storable_ = AllPlainFiles();
         if (!storable_) {
             run_.keeps_checkpoints = false;
@@ -240,9 +240,9 @@ void Coordinator::Stored()
 {
     if (IsStored()) {
         checkpoint_.resumable = true;
-        checkpoint_.generation = round_.generation.number;
-        checkpoint_.rows = round_.generation.rows;
-        checkpoint_.saved_at = round_.generation.saved_at;
+        checkpoint_.generation = generation_.number;
+        checkpoint_.rows = generation_.rows;
+        checkpoint_.saved_at = generation_.saved_at;
         ledger_.Keep();
     }
     last_round_ = Clock::now();

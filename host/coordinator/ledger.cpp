@@ -16,6 +16,22 @@ constexpr size_t kErrorsShown = 5;
 
 }  // namespace
 
+void Ledger::Sums::Add(const FileReport &file)
+{
+    records += file.records;
+    loaded += file.loaded;
+    refused += file.refused;
+    skipped += file.skipped;
+}
+
+void Ledger::Sums::Take(const FileReport &file)
+{
+    records -= file.records;
+    loaded -= file.loaded;
+    refused -= file.refused;
+    skipped -= file.skipped;
+}
+
 void Ledger::AddFile(Side side, int instance, const PxFileCounts &counts, const std::string &name,
                      double seconds)
 {
@@ -34,7 +50,11 @@ void Ledger::AddFile(Side side, int instance, const PxFileCounts &counts, const 
     file.without_excess += counts.without_excess;
     file.padded += counts.padded;
     file.cut += counts.cut;
-    (side == Side::Writing ? outputs_ : files_)[counts.index] = std::move(file);
+    FileReport &place = (side == Side::Writing ? outputs_ : files_)[counts.index];
+    Sums &sums = side == Side::Writing ? written_ : read_;
+    sums.Take(place);
+    place = std::move(file);
+    sums.Add(place);
 }
 
 uint64_t Ledger::RowsOf(Side side, int instance) const
@@ -107,43 +127,21 @@ void Ledger::SetTargetRows(uint64_t rows, uint64_t refused)
     target_refused_ = refused;
 }
 
-uint64_t Ledger::rows_written() const
-{
-    uint64_t rows = 0;
-    for (const auto &[index, file] : outputs_)
-        rows += file.records;
-    return rows;
-}
+uint64_t Ledger::rows_written() const { return written_.records; }
 
 uint64_t Ledger::rows_handed_over() const
 {
-    uint64_t rows = std::accumulate(source_rows_.begin(), source_rows_.end(), uint64_t{0});
-    for (const auto &[index, file] : files_)
-        rows += file.loaded;
-    return rows;
+    return std::accumulate(source_rows_.begin(), source_rows_.end(), read_.loaded);
 }
 
-uint64_t Ledger::refused() const
-{
-    uint64_t refused = 0;
-    for (const auto &[index, file] : files_)
-        refused += file.refused;
-    return refused;
-}
+uint64_t Ledger::refused() const { return read_.refused; }
 
 std::string Ledger::Imbalance() const
 {
-    uint64_t records = 0, rows = 0, refused = 0, skipped = 0;
-    for (const auto &[index, file] : files_) {
-        records += file.records;
-        rows += file.loaded;
-        refused += file.refused;
-        skipped += file.skipped;
-    }
-    if (records == rows + refused + skipped)
+    if (read_.records == read_.loaded + read_.refused + read_.skipped)
         return {};
     return fmt::format("{} records were read, but {} became rows, {} were refused and {} skipped",
-                       records, rows, refused, skipped);
+                       read_.records, read_.loaded, read_.refused, read_.skipped);
 }
 
 int Ledger::exit_code() const
@@ -175,11 +173,13 @@ std::string Ledger::FailureText() const
 void Ledger::WriteFiles(JobReport &report) const
 {
     report.read = std::accumulate(source_rows_.begin(), source_rows_.end(), uint64_t{0});
+    auto kept = kept_.begin();
     for (const auto &[index, done] : files_) {
         FileReport &file = report.files.emplace_back(done);
-        const auto kept = kept_.find(index);
+        const bool is_kept = kept != kept_.end() && kept->first == index;
+        const uint64_t rows = is_kept ? (kept++)->second : 0;
         if (!committed_)
-            file.loaded = kept != kept_.end() ? kept->second.loaded : 0;
+            file.loaded = rows;
         report.read += file.records;
         report.refused += file.refused;
         report.skipped += file.skipped;

@@ -85,9 +85,16 @@ private:
                           (side == Side::Writing ? senders_ : 0)];
     }
     const size_t senders_;
+    struct Sums {  // of all files of a side, kept up to date: a round asks for them
+        uint64_t records = 0, loaded = 0, refused = 0, skipped = 0;
+        void Add(const FileReport &file);
+        void Take(const FileReport &file);
+    };
     Files files_, outputs_;  // with what earlier runs did
+    Sums read_, written_;    // of these
     Before before_;
-    Files kept_;  // files_ at the last checkpoint that is stored
+    // Rows of each file at the last checkpoint that is stored, in the order of files_.
+    std::vector<std::pair<uint32_t, uint64_t>> kept_;
     uint64_t kept_rows_ = 0;
     std::vector<InstanceReport> instances_;  // senders, then consumers
     std::vector<uint64_t> source_rows_;      // of each part, with earlier runs

@@ -1,60 +1,70 @@
 // host/coordinator/ledger_checkpoint.cpp - the ledger in a generation, and back.
 //
-// JSON: counts as whole numbers, files by their index. It lies in a store that others may reach, so what
-// comes back is looked at like any input.
+// It lies in a store that others may reach, so what comes back is looked at like any input.
 
-#include <nlohmann/json.hpp>
+#include <cmath>
 #include <stdexcept>
 
+#include "host/checkpoint/byte_coding.h"
 #include "host/coordinator/ledger.h"
 
 namespace fenwire {
 
 namespace {
 
-using Json = nlohmann::json;
+constexpr double kMicroseconds = 1e6;
 
 // One list for both ways.
-struct FileCount {
-    const char *name;
-    uint64_t FileReport::*member;
-};
-constexpr FileCount kFileCounts[] = {
-    {"records", &FileReport::records}, {"loaded", &FileReport::loaded},
-    {"refused", &FileReport::refused}, {"skipped", &FileReport::skipped},
-    {"bytes", &FileReport::bytes},     {"without_excess", &FileReport::without_excess},
-    {"padded", &FileReport::padded},   {"cut", &FileReport::cut},
-};
-
-Json SaveFiles(const std::map<uint32_t, FileReport> &files)
+template <class Way, class File>
+void EachCount(Way &way, File &file, const FileReport &before)
 {
-    Json all = Json::array();
-    for (const auto &[index, file] : files) {
-        Json one = {{"index", index},
-                    {"name", file.name},
-                    {"instance", file.instance},
-                    {"finished", file.finished},
-                    {"seconds", file.seconds}};
-        for (const FileCount &count : kFileCounts)
-            one[count.name] = file.*count.member;
-        all.push_back(std::move(one));
-    }
-    return all;
+    way.After(file.name, before.name);
+    way.After(file.instance, before.instance);
+    way.After(file.finished, before.finished);
+    way.After(file.records, before.records);
+    way.After(file.loaded, before.loaded);
+    way.After(file.refused, before.refused);
+    way.After(file.skipped, before.skipped);
+    way.After(file.bytes, before.bytes);
+    way.After(file.without_excess, before.without_excess);
+    way.After(file.padded, before.padded);
+    way.After(file.cut, before.cut);
 }
 
-std::map<uint32_t, FileReport> RestoreFiles(const Json &all, size_t instances)
+void SaveFiles(const std::map<uint32_t, FileReport> &files, ByteWriter &out)
+{
+    const FileReport none;
+    const FileReport *before = &none;
+    uint32_t last = 0;
+    out(files.size());
+    for (const auto &[index, file] : files) {
+        out.After(index, last);
+        EachCount(out, file, *before);
+        out(static_cast<uint64_t>(std::llround(std::max(file.seconds, 0.0) * kMicroseconds)));
+        last = index;
+        before = &file;
+    }
+}
+
+std::map<uint32_t, FileReport> RestoreFiles(ByteReader &in, size_t instances)
 {
     std::map<uint32_t, FileReport> files;
-    for (const Json &one : all) {
-        FileReport &file = files[one.at("index").get<uint32_t>()];
-        file.name = one.at("name").get<std::string>();
-        file.instance = one.at("instance").get<int>();
-        file.finished = one.at("finished").get<bool>();
-        file.seconds = one.at("seconds").get<double>();
-        for (const FileCount &count : kFileCounts)
-            file.*count.member = one.at(count.name).get<uint64_t>();
+    const FileReport none;
+    const FileReport *before = &none;
+    uint32_t index = 0;
+    for (size_t count = in.Count(); count > 0; --count) {
+        const uint32_t last = index;
+        uint64_t microseconds = 0;
+        in.After(index, last);
+        if (index <= last)
+            throw std::runtime_error("files that are not in order");
+        FileReport &file = files.emplace_hint(files.end(), index, FileReport())->second;
+        EachCount(in, file, *before);
+        in(microseconds);
+        file.seconds = static_cast<double>(microseconds) / kMicroseconds;
         if (file.instance < 1 || static_cast<size_t>(file.instance) > instances)
             throw std::runtime_error("a file of an instance that the job does not have");
+        before = &file;
     }
     return files;
 }
@@ -63,41 +73,48 @@ std::map<uint32_t, FileReport> RestoreFiles(const Json &all, size_t instances)
 
 void Ledger::Keep()
 {
-    kept_ = files_;
+    kept_.clear();
+    for (const auto &[index, file] : files_)
+        kept_.emplace_back(index, file.loaded);
     kept_rows_ = instances_.size() > senders_ ? rows_written() : target_rows();
 }
 
 std::string Ledger::Save() const
 {
-    Json codes = Json::array();
+    ByteWriter out;
+    SaveFiles(files_, out);
+    SaveFiles(outputs_, out);
+    out(source_rows_);
+    out(target_rows());
+    out(target_refused());
+    out(warnings_);
     for (const InstanceReport &instance : instances_)
-        codes.push_back(instance.exit_code);
-    const Json object = {{"files", SaveFiles(files_)},
-                         {"outputs", SaveFiles(outputs_)},
-                         {"source_rows", source_rows_},
-                         {"target_rows", target_rows()},
-                         {"target_refused", target_refused()},
-                         {"exit_codes", codes},
-                         {"warnings", warnings_}};
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+        out(instance.exit_code);
+    return out.Take();
 }
 
 void Ledger::Restore(const std::string &saved)
 {
     try {
-        const Json object = Json::parse(saved);
-        before_.files = files_ = RestoreFiles(object.at("files"), senders_);
-        before_.outputs = outputs_ =
-            RestoreFiles(object.at("outputs"), instances_.size() - senders_);
-        before_.source_rows = source_rows_ = object.at("source_rows").get<std::vector<uint64_t>>();
-        before_.target_rows = object.at("target_rows").get<uint64_t>();
-        before_.target_refused = object.at("target_refused").get<uint64_t>();
-        warnings_ = object.at("warnings").get<int>();
-        const auto codes = object.at("exit_codes").get<std::vector<int>>();
-        if (codes.size() != instances_.size() || source_rows_.size() != senders_)
+        ByteReader in(saved);
+        before_.files = files_ = RestoreFiles(in, senders_);
+        before_.outputs = outputs_ = RestoreFiles(in, instances_.size() - senders_);
+        for (const auto &[index, file] : files_)
+            read_.Add(file);
+        for (const auto &[index, file] : outputs_)
+            written_.Add(file);
+        in(source_rows_);
+        before_.source_rows = source_rows_;
+        in(before_.target_rows);
+        in(before_.target_refused);
+        in(warnings_);
+        for (InstanceReport &instance : instances_) {
+            int code = 0;
+            in(code);
+            instance.exit_code = code > 0 && code < kFatal ? code : 0;
+        }
+        if (!in.AtEnd() || source_rows_.size() != senders_)
             throw std::runtime_error("another number of instances");
-        for (size_t i = 0; i < codes.size(); ++i)
-            instances_[i].exit_code = codes[i] > 0 && codes[i] < kFatal ? codes[i] : 0;
     } catch (const std::exception &failure) {
         throw std::runtime_error(std::string("the checkpoint's counts can't be read: ") +
                                  failure.what());

@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+#include "host/checkpoint/packed_bytes.h"
+
 namespace fenwire {
 
 void Link::Tell(const OutMessage &message)
@@ -106,7 +108,8 @@ PxStatus Link::AttachBlock(ShmToken_t token, void **address)
     return PXSTC_Success;
 }
 
-// Records may be longer than a message: they travel as blocks.
+// Records may be longer than a message: they travel as blocks, and to the coordinator packed, as it keeps
+// them.
 PxStatus Link::ReadRecord(const void **record, uint32_t *length)
 {
     if (record == nullptr || length == nullptr)
@@ -128,9 +131,13 @@ PxStatus Link::WriteRecord(const void *record, uint32_t length)
 {
     if (record == nullptr || length == 0)
         return PXSTC_InvalidArgument;
-    const UniqueFd block =
-        MakeSharedBlock("fenwire-record", {static_cast<const char *>(record), length});
-    return Ask(OutMessage(MessageKind::WriteRecord).Put(uint64_t{length}), &block).I32();
+    const PackedBytes packed = Pack({static_cast<const char *>(record), length});
+    const UniqueFd block = MakeSharedBlock("fenwire-record", packed.pieces);
+    return Ask(OutMessage(MessageKind::WriteRecord)
+                   .Put(packed.size)
+                   .Put(uint64_t{packed.pieces.size()}),
+               &block)
+        .I32();
 }
 
 }  // namespace fenwire

@@ -43,7 +43,7 @@ enum class MessageKind : uint32_t {
     BadRecord,       // PxBadRecord of the last one, how many, kind of fault, excerpt
     SourceRows,      // rows handed over, warning
     SourcePosition,  // text: where a part of a source stands, at a checkpoint
-    WriteRecord,     // bytes; the block                    -> Reply
+    WriteRecord,     // bytes, packed bytes; the block      -> Reply
     ReadRecord,      //                                     -> Reply with bytes and the block
     NoCheckpoints,   // the operator can't take any
     ErrorFile,       // path of the instance's record error file

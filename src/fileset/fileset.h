@@ -38,6 +38,8 @@ PxStatus PublishDirInfo();
 // One element of FileNames, index from 1. What comes from there was written by another process: an
 // element that can't be is fatal.
 PxStatus ReadFileEntry(int32_t index, FileNamesEntry *entry);
+// The same where it lies, which is the infrastructure's, until the next call of a service.
+PxStatus ViewFileEntry(int32_t index, const uint8_t **entry);
 PxStatus UpdateFileEntry(int32_t index, const FileNamesEntry *entry);
 
 // ---- This instance's share --------------------------------------------------------------------

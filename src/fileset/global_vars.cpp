@@ -109,26 +109,42 @@ PxStatus GetDirectoryName(int32_t required)
     return PXSTC_Success;
 }
 
-PxStatus ReadFileEntry(int32_t index, FileNamesEntry *entry)
+PxStatus ViewFileEntry(int32_t index, const uint8_t **entry)
 {
     const void *element = nullptr;
     uint32_t length = 0;
+    struct {
+        int32_t Status, Instance;
+        int64_t Size;
+    } head;
+    static_assert(sizeof head == offsetof(FileNamesEntry, Name));
 
     const PxStatus status = ReadElement(FileNamesVarName, index, &element, &length);
     if (status != PXSTC_Success)
         return ServiceFailed(__func__, "PX_ReadGlobalVar", status);
-    if (element == nullptr || length != sizeof *entry)
+    if (element == nullptr || length != sizeof(FileNamesEntry))
         return BadElement(FileNamesVarName, index, "wrong length");
-    memcpy(entry, element, sizeof *entry);
-    if (!IsTerminated(entry->Name, sizeof entry->Name))
+    *entry = static_cast<const uint8_t *>(element);
+    memcpy(&head, *entry, sizeof head);
+    if (!IsTerminated(static_cast<const char *>(element) + sizeof head,
+                      sizeof FileNamesEntry::Name))
         return BadElement(FileNamesVarName, index, "name without an end");
-    if (entry->Instance < 1 || entry->Instance > TotalInstances)
+    if (head.Instance < 1 || head.Instance > TotalInstances)
         return BadElement(FileNamesVarName, index, "no such instance");
-    if (bWriting != 0 && entry->Instance != index)  // it would write another's file
+    if (bWriting != 0 && head.Instance != index)  // it would write another's file
         return BadElement(FileNamesVarName, index, "another instance's file");
-    if (entry->Size < 0)
+    if (head.Size < 0)
         return BadElement(FileNamesVarName, index, "negative size");
     return PXSTC_Success;
+}
+
+PxStatus ReadFileEntry(int32_t index, FileNamesEntry *entry)
+{
+    const uint8_t *element = nullptr;
+    const PxStatus status = ViewFileEntry(index, &element);
+    if (status == PXSTC_Success)
+        memcpy(entry, element, sizeof *entry);
+    return status;
 }
 
 PxStatus UpdateFileEntry(int32_t index, const FileNamesEntry *entry)

@@ -3,6 +3,7 @@
 // The infrastructure's checkpoint is a barrier: no other instance changes an element of FileNames while
 // instance 1 copies them.
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -37,14 +38,35 @@ CheckpointHead HeadOfRecord()
     return head;
 }
 
+// Most of an element is the room behind its name, which stays as it was.
+void RefreshEntry(uint8_t *to, const uint8_t *from)
+{
+    constexpr size_t kName = offsetof(FileNamesEntry, Name),
+                     kBehind = offsetof(FileNamesEntry, Time);
+    memcpy(to, from, kName);
+    const size_t end =
+        strnlen(reinterpret_cast<const char *>(from) + kName, kBehind - kName - 1) + 1;
+    if (memcmp(to + kName, from + kName, end) != 0)
+        memcpy(to + kName, from + kName, kBehind - kName);
+    memcpy(to + kBehind, from + kBehind, sizeof(FileNamesEntry) - kBehind);
+}
+
+// With thousands of files, most of a round would go into copying what has not changed since the last one.
 PxStatus CopyEntries(uint8_t *to)
 {
-    FileNamesEntry entry;
-    for (int32_t index = 1; index <= DirInfo.FileCount; ++index, to += sizeof entry) {
-        if (const PxStatus status = ReadFileEntry(index, &entry))
+    const bool refresh = FileSetRecordFiles == DirInfo.FileCount;
+    const uint8_t *entry = nullptr;
+
+    FileSetRecordFiles = 0;
+    for (int32_t index = 1; index <= DirInfo.FileCount; ++index, to += sizeof(FileNamesEntry)) {
+        if (const PxStatus status = ViewFileEntry(index, &entry))
             return status;
-        memcpy(to, &entry, sizeof entry);
+        if (refresh)
+            RefreshEntry(to, entry);
+        else
+            memcpy(to, entry, sizeof(FileNamesEntry));
     }
+    FileSetRecordFiles = DirInfo.FileCount;
     return PXSTC_Success;
 }
 
@@ -59,17 +81,16 @@ PxStatus WriteFileSet(const RecordView &position)
     FW_TRACE(1, "%s=%zu, %s=%d, %s=%zu, %s=%u, %s=%zu", "size(Dir)", sizeof DirInfo, "FileCount",
              DirInfo.FileCount, "size(File)", sizeof(FileNamesEntry), "Pos.len", position.length,
              "sizeof(usercmd_desc)", sizeof PendingUpdates);
-    uint8_t *record = ResizeRecord(nullptr, bytes);
+    uint8_t *record = ResizeRecord(FileSetRecord, bytes);
     if (record == nullptr)
         return PXSTC_FatalError;
+    FileSetRecord = record;
     memcpy(record, &head, sizeof head);
-    PxStatus status = CopyEntries(record + sizeof head);
+    if (const PxStatus status = CopyEntries(record + sizeof head))
+        return status;
     if (position.length > 0)
         memcpy(record + behind, position.bytes, position.length);
-    if (status == PXSTC_Success)
-        status = WriteRecord({record, static_cast<uint32_t>(bytes)});
-    free(record);
-    return status;
+    return WriteRecord({record, static_cast<uint32_t>(bytes)});
 }
 
 PxStatus WriteOwnPlace(const RecordView &position)

@@ -17,6 +17,8 @@ static_assert(sizeof(UserUpdates) == 16);
 // Writers: restart/checkpoint.cpp restart/restart.cpp restart/position.cpp
 inline UserUpdates PendingUpdates = {};
 inline uint8_t *PositionBlock = nullptr;   // of FW_GetPos, until its next call
+inline uint8_t *FileSetRecord = nullptr;   // of instance 1: the next one differs in a few places
+inline int32_t FileSetRecordFiles = 0;     // how many files' elements stand in it
 inline uint32_t RecordInstanceTarget = 0;  // instance whose record error file it is; 0: none
 
 // ---- Restart ----------------------------------------------------------------------------------

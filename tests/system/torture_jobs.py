@@ -91,7 +91,8 @@ class TortureJob:
 
     def write_files(self, record, encode):
         rng = self.rng
-        weights = [rng.choice([0, 10 ** rng.uniform(-3, 0), 1]) for _ in range(rng.randint(1, 7))]
+        files = rng.randint(150, 600) if rng.random() < 0.15 else rng.randint(1, 7)
+        weights = [rng.choice([0, 10 ** rng.uniform(-3, 0), 1]) for _ in range(files)]
         self.sizes = [int(self.rows * weight / (sum(weights) or 1)) for weight in weights]
         number = 0
         for at, size in enumerate(self.sizes):

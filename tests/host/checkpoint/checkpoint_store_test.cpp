@@ -38,7 +38,7 @@ struct CheckpointStoreTest : testing::Test {
         Generation generation;
         generation.run = "r1";
         generation.number = number;
-        generation.reading = {std::string(record, static_cast<char>('a' + number % 20))};
+        generation.ledger = std::string(record, static_cast<char>('a' + number % 20));
         return {"r1", job.name, job.file, number, EncodeGeneration(generation)};
     }
     void Save(uint64_t number) const { CheckpointStore(job).Save(Stored(number)); }
