@@ -174,7 +174,7 @@ def output_replaced(at):
     unload = UNLOAD[UNLOAD.index("[consumer]"):].replace('TextDelimiter = ","', "")
     (at.path / job).write_text(LOAD[:LOAD.index("[target]")].replace('"load"', '"rotated"') + unload)
     runner = at.start("run", job, "--progress", "off")
-    wait_for_checkpoint(at, job)
+    wait_for("a checkpoint", lambda: at.has_checkpoint(job))
     (at.path / "out.csv").rename(at.path / "out.csv.1")
     (at.path / "out.csv").touch()
     _, err = runner.communicate(timeout=120)
