@@ -8,6 +8,7 @@
 
 #include "host/checkpoint/checkpoint_store.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fmt/format.h>
@@ -67,10 +68,14 @@ bool LookAt(const Job &job, const fs::path &path)
     if (fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode))
         Unusable(job, fmt::format("{} is no plain file", shown));
     constexpr auto kBegin = "SQLite format 3\0"sv;
-    char begin[kBegin.size()];
-    const ssize_t got = pread(fd.get(), begin, sizeof begin, 0);
+    // The power went while the first checkpoint was written: SQLite's journal tells whether it can be mended.
+    constexpr std::array<char, kBegin.size()> kNotWritten = {};
+    std::array<char, kBegin.size()> begin = {};
+    const ssize_t got = pread(fd.get(), begin.data(), begin.size(), 0);
+    const bool whole = got == static_cast<ssize_t>(begin.size());
     // Empty: its maker ended before the first checkpoint.
-    if (got != 0 && std::string_view(begin, got > 0 ? static_cast<size_t>(got) : 0) != kBegin)
+    if (got != 0 && !(whole && (begin == kNotWritten ||
+                                std::string_view(begin.data(), begin.size()) == kBegin)))
         Unusable(job, fmt::format("{} is no store of checkpoints", shown));
     return true;
 }
