@@ -25,12 +25,33 @@ Fake::Fake()
     FillSchema();
 }
 
-Fake::~Fake() = default;
-
 PxStatus Fake::Fail(const char *service)
 {
     const auto found = failing.find(service);
     return found == failing.end() ? PXSTC_Success : found->second;
+}
+
+template <class... Args>
+static PxStatus Refuse(Args...)
+{
+    return PXSTC_NotSupported;
+}
+
+// The element of a global variable; none: there is no such.
+std::string *Fake::Element(const char *name, uint32_t index)
+{
+    const auto found = globals.find(name);
+    const bool there = found != globals.end() && index >= 1 && index <= found->second.size();
+    return there ? &found->second[index - 1] : nullptr;
+}
+
+static PxStatus Show(const std::string *element, const void **value, uint32_t *length)
+{
+    if (element == nullptr)
+        return PXSTC_NotFound;
+    *value = element->data();
+    *length = static_cast<uint32_t>(element->size());
+    return PXSTC_Success;
 }
 
 void Fake::FillOperator()
@@ -53,16 +74,8 @@ void Fake::FillOperator()
     };
     o.PX_ReadGlobalVar = [](PxOperator *op, const char *name, uint32_t index, const void **element,
                             uint32_t *length) {
-        Fake &f = Of(op);
-        if (const PxStatus status = f.Fail("PX_ReadGlobalVar"))
-            return status;
-        const auto found = f.globals.find(name);
-        if (found == f.globals.end() || index < 1 || index > found->second.size())
-            return PxStatus{PXSTC_NotFound};
-        const std::string &value = found->second[index - 1];
-        *element = value.data();
-        *length = static_cast<uint32_t>(value.size());
-        return PxStatus{PXSTC_Success};
+        const PxStatus status = Of(op).Fail("PX_ReadGlobalVar");
+        return status ? status : Show(Of(op).Element(name, index), element, length);
     };
     o.PX_UpdateGlobalVar = [](PxOperator *op, const char *name, const void *data, uint32_t length,
                               uint32_t index) {
@@ -70,11 +83,10 @@ void Fake::FillOperator()
         f.kept_record_.assign(f.kept_record_.size(), '\xEE');
         if (const PxStatus status = f.Fail("PX_UpdateGlobalVar"))
             return status;
-        const auto found = f.globals.find(name);
-        if (found == f.globals.end() || index < 1 || index > found->second.size())
-            return PxStatus{PXSTC_NotFound};
-        found->second[index - 1].assign(static_cast<const char *>(data), length);
-        return PxStatus{PXSTC_Success};
+        std::string *element = f.Element(name, index);
+        if (element != nullptr)
+            element->assign(static_cast<const char *>(data), length);
+        return PxStatus{element != nullptr ? PXSTC_Success : PXSTC_NotFound};
     };
     o.PX_CreateAttribute = [](PxOperator *op, const char *name, int32_t type, int64_t value) {
         Fake &f = Of(op);
@@ -84,15 +96,8 @@ void Fake::FillOperator()
     };
     o.PX_ReadUniversalVar = [](PxOperator *op, const char *name, uint32_t, const void **value,
                                uint32_t *length) {
-        Fake &f = Of(op);
-        if (const PxStatus status = f.Fail("PX_ReadUniversalVar"))
-            return status;
-        const auto found = f.globals.find(name);
-        if (found == f.globals.end())
-            return PxStatus{PXSTC_NotFound};
-        *value = found->second[0].data();
-        *length = static_cast<uint32_t>(found->second[0].size());
-        return PxStatus{PXSTC_Success};
+        const PxStatus status = Of(op).Fail("PX_ReadUniversalVar");
+        return status ? status : Show(Of(op).Element(name, 1), value, length);
     };
     o.PX_ReadCheckpointRecord = [](PxOperator *op, const void **record, uint32_t *length) {
         Fake &f = Of(op);
@@ -203,24 +208,21 @@ void Fake::FillOperator()
         f.statistics.push_back(std::to_string(statistic) + "=" + shown);
         return f.Fail("PX_PutJobStat");
     };
-    o.PX_ShmObtain = [](PxOperator *, uint32_t, ShmToken_t *) {
-        return PxStatus{PXSTC_NotSupported};
-    };
-    o.PX_ShmRelease = [](PxOperator *, ShmToken_t) { return PxStatus{PXSTC_NotSupported}; };
-    o.PX_ShmAttach = [](PxOperator *, ShmToken_t, void **) { return PxStatus{PXSTC_NotSupported}; };
+    o.PX_ShmObtain = Refuse;
+    o.PX_ShmRelease = Refuse;
+    o.PX_ShmAttach = Refuse;
     o.PX_GetUserId = [](PxOperator *op, const char **id) {
         *id = "tester";
         return Of(op).Fail("PX_GetUserId");
     };
 }
 
+// Bytes of the length in front of a value.
 static uint32_t PrefixOf(uint32_t type)
 {
-    static const std::map<uint32_t, uint32_t> prefixes = {
-        {63, 1}, {7, 2},  {8, 2},  {10, 2}, {41, 2}, {42, 2}, {61, 2},
-        {62, 2}, {66, 2}, {68, 2}, {39, 8}, {40, 8}, {65, 8}, {67, 8}};
-    const auto found = prefixes.find(type);
-    return found != prefixes.end() ? found->second : 0;
+    static const std::set<uint32_t> two = {7, 8, 10, 41, 42, 61, 62, 66, 68},
+                                    eight = {39, 40, 65, 67};
+    return type == 63 ? 1 : two.count(type) != 0 ? 2 : eight.count(type) != 0 ? 8 : 0;
 }
 
 FakeRow Fake::Row(const std::vector<std::optional<std::string>> &values) const
@@ -328,11 +330,7 @@ void Fake::FillSchema()
         *count = static_cast<int32_t>(f.columns.size());
         return f.Fail("PX_GetColumnSchemaList");
     };
-    s.PX_GetBuffer = [](PxSchema *, uint8_t *, void **, uint32_t *) {
-        return PxStatus{PXSTC_NotSupported};
-    };
-    s.PX_PutBuffer = [](PxSchema *, int32_t, void *, uint32_t) {
-        return PxStatus{PXSTC_NotSupported};
-    };
+    s.PX_GetBuffer = Refuse;
+    s.PX_PutBuffer = Refuse;
     s.PX_AllocBuffer = [](PxSchema *, uint32_t) -> void * { return nullptr; };
 }

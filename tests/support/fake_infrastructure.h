@@ -42,7 +42,6 @@ struct FakeRow {
 class Fake {
 public:
     Fake();  // with the attributes that every infrastructure supplies
-    ~Fake();
     PxOperator *op() { return &handle_.object; }
 
     // What the operator is given.
@@ -61,7 +60,15 @@ public:
     // What the operator did.
     std::string public_log;   // "19222(1,/in/a.csv) ": number and arguments without the leader
     std::string last_leader;  // of the last public message
+    bool Told(const std::string &words) const
+    {
+        return public_log.find(words) != std::string::npos;
+    }
     std::string private_log;  // lines without their prefix
+    bool Traced(const std::string &words) const
+    {
+        return private_log.find(words) != std::string::npos;
+    }
     std::string private_prefixes;
     std::string console;
     std::string private_log_name;
@@ -101,6 +108,7 @@ private:
     std::string kept_record_;  // the record; gone with the next update of a variable
 
     PxStatus Fail(const char *service);
+    std::string *Element(const char *name, uint32_t index);
     static Fake &Of(PxOperator *op) { return *reinterpret_cast<Handle *>(op)->fake; }
     static Fake &Of(PxSchema *schema) { return *reinterpret_cast<SchemaHandle *>(schema)->fake; }
     static LogHandle &Of(PxLog *log) { return *reinterpret_cast<LogHandle *>(log); }
