@@ -11,7 +11,7 @@
 
 #include "attributes/attributes.h"
 #include "operator/messages.h"
-#include "tests/support/fake_infrastructure.h"
+#include "tests/support/open_logs.h"
 
 // A value "#5" is the integer 5, "*" a list.
 using Given = std::vector<std::pair<const char *, std::string>>;
@@ -20,9 +20,7 @@ class Attributes : public testing::Test {
 protected:
     Attributes()
     {
-        SG_opHandle = fake.op();
-        fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, nullptr, 0, &Public_loghandle);
-        fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, "private", 0, &Private_loghandle);
+        OpenLogs(fake);
         FW_TraceLvl = 5;
         OperatorType = 1;
         TotalInstances = 1;
@@ -54,11 +52,6 @@ protected:
         fake.integer = integers;
         fake.lists.clear();
         return std::to_string(status) + " " + fake.public_log;
-    }
-
-    bool Traced(const std::string &words) const
-    {
-        return fake.private_log.find(words) != std::string::npos;
     }
 
     Fake fake;

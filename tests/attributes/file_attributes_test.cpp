@@ -34,8 +34,6 @@ TEST_F(FileAttributes, AreHeldToTheirRules)
         {"empty name", {{"FileName", ""}}, "48 19239(FileName) 19015(12) "},
         {"long name", {{"FileName", long_name}}, "48 19202(FileName,4097,4096) 19015(12) "},
         {"a consumer's mode", {{"OpenMode", "Write"}}, "48 19205(OpenMode,Write,Read) 19015(12) "},
-        {"long mode", {{"OpenMode", "WriteAppendix"}}, "48 19202(OpenMode,13,12) 19015(12) "},
-        {"format in any case", {{"Format", "text"}}, "0 "},
         {"no such format", {{"Format", "CSV"}}, "48 19205(Format,CSV,TEXT, FORMATTED, BINARY, FORMATTED4, BINARY4, UNFORMATTED or DELIMITED) 19015(12) "},
         {"format not offered", {{"Format", "Formatted2"}}, "0 "},
         {"delimited attributes are no business of TEXT", {{"TextDelimiterHEX", "X"}, {"TrimColumns", "*"}}, "0 "},
@@ -43,11 +41,9 @@ TEST_F(FileAttributes, AreHeldToTheirRules)
         {"connector", {{"HadoopJobType", "hive"}}, "48 19990(HadoopJobType,Hadoop) 19015(12) "},
         {"byte order mark on reading", {{"WriteBOM", "Y"}}, "0 19246(WriteBOM) "},
         {"old buffer size", {{"IOBufferSize", "#1000"}}, "0 "},
-        {"long error file", {{"RecordErrorFileName", long_name}}, "48 19202(RecordErrorFileName,4097,4096) 19015(12) "},
         {"long log directory", {{"RowErrFileName", "bad"}, {"SYSTEM_LOGDIRECTORY", long_name}}, "48 19202(SYSTEM_LOGDIRECTORY,4097,4096) 19015(12) "},
         {"nobody asks for it without the file", {{"SYSTEM_LOGDIRECTORY", long_name}}, "0 "},
         {"no error file", {{"RecordErrorFileName", ""}, {"ErrorLimit", "#5"}, {"RecordErrorFilePrefixHEX", "X"}}, "0 "},
-        {"bad verbosity", {{"RecordErrorVerbosity", "loud"}}, "48 19205(RecordErrorVerbosity,loud,Off, Low, Med, High) 19015(12) "},
         {"excess columns", {{"AcceptExcessColumns", "optional"}}, "48 19205(AcceptExcessColumns,optional,Y[es], N[o] or YesW[ithoutLog]) 19015(12) "},
     };
     // clang-format on
@@ -102,24 +98,24 @@ TEST_F(FileAttributes, ConsumerHasItsOwnModesAndMarks)
 {
     // clang-format off
     const struct {
-        const char *about;
+        const char *about, *set;
         int32_t instance, restart;
         Given given;
         const char *result;
         uint16_t mode;
         int32_t mark;
     } cases[] = {
-        {"write", 1, 0, {{"OpenMode", "write"}}, "0 ", 2, 0},
-        {"a producer's mode", 1, 0, {{"OpenMode", "Read"}}, "48 19205(OpenMode,Read,Write or WriteAppend) 19015(12) ", 2, 0},
-        {"zip", 1, 0, {{"OpenMode", "write"}, {"FileName", "a.zip"}}, "0 ", 2, 0},
-        {"append to zip", 1, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}}, "48 19251(OpenMode,WRITEAPPEND) 19015(12) ", 3, 0},
-        {"another instance does not look", 2, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}}, "0 ", 3, 0},
-        {"zip inside the name", 1, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip.x"}}, "0 ", 3, 0},
-        {"restart appends", 1, 1, {{"OpenMode", "write"}}, "0 19206(OpenMode,WRITEAPPEND) ", 3, 0},
-        {"mark", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}}, "0 ", 2, 1},
-        {"mark in a wrong set", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"SYSTEM_CharSetId", "ASCII"}}, "0 19249(WriteBOM,ASCII) ", 2, 0},
-        {"mark in a wrong format", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "UNFORMATTED"}}, "0 19208(WriteBOM,) ", 2, 0},
-        {"its word is another's", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "BINARY"}}, "0 19208(WriteBOM,FORMATTED2) ", 2, 0},
+        {"write", "UTF8", 1, 0, {{"OpenMode", "write"}}, "0 ", 2, 0},
+        {"a producer's mode", "UTF8", 1, 0, {{"OpenMode", "Read"}}, "48 19205(OpenMode,Read,Write or WriteAppend) 19015(12) ", 2, 0},
+        {"zip", "UTF8", 1, 0, {{"OpenMode", "write"}, {"FileName", "a.zip"}}, "0 ", 2, 0},
+        {"append to zip", "UTF8", 1, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}}, "48 19251(OpenMode,WRITEAPPEND) 19015(12) ", 3, 0},
+        {"another instance does not look", "UTF8", 2, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip"}}, "0 ", 3, 0},
+        {"zip inside the name", "UTF8", 1, 0, {{"OpenMode", "WriteAppend"}, {"FileName", "a.zip.x"}}, "0 ", 3, 0},
+        {"restart appends", "UTF8", 1, 1, {{"OpenMode", "write"}}, "0 19206(OpenMode,WRITEAPPEND) ", 3, 0},
+        {"mark", "UTF8", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}}, "0 ", 2, 1},
+        {"mark in a wrong set", "ASCII", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}}, "0 19249(WriteBOM,ASCII) ", 2, 0},
+        {"mark in a wrong format", "UTF8", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "UNFORMATTED"}}, "0 19208(WriteBOM,) ", 2, 0},
+        {"its word is another's", "UTF8", 1, 0, {{"OpenMode", "write"}, {"WriteBOM", "Y"}, {"Format", "BINARY"}}, "0 19208(WriteBOM,FORMATTED2) ", 2, 0},
     };
     // clang-format on
     OperatorType = 2;
@@ -127,18 +123,14 @@ TEST_F(FileAttributes, ConsumerHasItsOwnModesAndMarks)
     for (const auto &c : cases) {
         ThisInstance = c.instance;
         FW_RestartMode = c.restart;
-        snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", "UTF8");
-        for (const auto &[name, value] : c.given) {
-            if (std::string(name) == "SYSTEM_CharSetId")
-                snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", value.c_str());
-        }
+        snprintf(SG_CharSetName, sizeof SG_CharSetName, "%s", c.set);
         bWriteBOM = 0;
         EXPECT_EQ(ReadFile(c.given), c.result) << c.about;
         EXPECT_EQ(FW_OpenMode, c.mode) << c.about;
         EXPECT_EQ(bWriteBOM, c.mark) << c.about;
     }
     EXPECT_EQ(Reading, 0U);
-    EXPECT_TRUE(Traced("FileName: 'a.csv'"));
+    EXPECT_TRUE(fake.Traced("FileName: 'a.csv'"));
     FW_RestartMode = 0;
     fake.text.erase("OpenMode");
     EXPECT_EQ(ReadFile({}), "0 19203(OpenMode,Write) ");
@@ -162,44 +154,32 @@ TEST_F(FileAttributes, IndicatorsAndUnsupportedSetsDoNotGoWithText)
 
 TEST_F(FileAttributes, FirstNameOfTruncationThatIsGivenCounts)
 {
-    // clang-format off
-    const struct {
-        Given given;
-        int32_t option;
-    } cases[] = {
+    const std::pair<Given, int32_t> cases[] = {
         {{}, kNo},
         {{{"TruncateColumns", "Yes"}}, kYes},
         {{{"TruncateLongCols", "YesW"}}, kYesWithoutLog},
         {{{"TruncateColumnData", "No"}, {"TruncateColumns", "Yes"}}, kNo},
         {{{"TruncateColumns", "No"}, {"TruncateLongCols", "Yes"}}, kNo},
     };
-    // clang-format on
-    for (const auto &c : cases) {
-        EXPECT_EQ(ReadFile(c.given), "0 ");
-        EXPECT_EQ(TruncateColumnsOpt, c.option);
+    for (const auto &[given, option] : cases) {
+        EXPECT_EQ(ReadFile(given), "0 ");
+        EXPECT_EQ(TruncateColumnsOpt, option);
     }
 }
 
-TEST_F(FileAttributes, WhatGoesWithAnErrorFileIsIgnoredWithoutOne)
+TEST_F(FileAttributes, WhatGoesWithAnErrorFileIsTakenWithOneOnly)
 {
-    EXPECT_EQ(
-        ReadFile(
-            {{"ErrorLimit", "#5"}, {"RecordErrorFilePrefix", "*"}, {"RecordErrorVerbosity", "h"}}),
-        "0 ");
+    const Given given = {{"ErrorLimit", "#5"}, {"RecordErrorVerbosity", "h"}};
+    EXPECT_EQ(ReadFile({given[0], given[1], {"RecordErrorFilePrefix", "*"}}), "0 ");
     EXPECT_EQ(SG_ErrorRowLimit, -1);
     EXPECT_EQ(RowErrorVerbosity, 0);
-    EXPECT_TRUE(Traced("Definition of attribute ErrorLimit ignored"));
-    EXPECT_TRUE(Traced("RecordErrorVerbosity: 'OFF' (IGNORED)"));
-}
-
-TEST_F(FileAttributes, WhatGoesWithAnErrorFileIsTakenWithOne)
-{
+    EXPECT_TRUE(fake.Traced("Definition of attribute ErrorLimit ignored"));
+    EXPECT_TRUE(fake.Traced("RecordErrorVerbosity: 'OFF' (IGNORED)"));
     SG_pmFpErrors = 1;  // it was opened between the two groups
-    EXPECT_EQ(ReadFile({{"RowErrFileName", "bad"},
-                        {"ErrorLimit", "#5"},
-                        {"RecordErrorFilePrefixHEX", "2A00"},
-                        {"RecordErrorVerbosity", "h"}}),
-              "0 ");
+    EXPECT_EQ(
+        ReadFile(
+            {given[0], given[1], {"RowErrFileName", "bad"}, {"RecordErrorFilePrefixHEX", "2A00"}}),
+        "0 ");
     EXPECT_STREQ(SG_RowErrFileName, "bad");
     EXPECT_EQ(SG_ErrorRowLimit, 5);
     EXPECT_EQ(RowErrFilePrefixChar.length, 2);
