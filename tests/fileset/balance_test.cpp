@@ -56,16 +56,9 @@ TEST_F(Balance, EachFileGoesToTheInstanceWithTheLeast)
         std::vector<int64_t> sizes;
         std::vector<int32_t> dealt;
     } cases[] = {
-        {"the lighter one", 2, {10, 20, 30}, {1, 2, 1}},
         {"a tie to the lower number", 3, {5, 5, 5, 5, 5, 5}, {1, 2, 3, 1, 2, 3}},
-        {"one instance takes all", 1, {9, 1, 5}, {1, 1, 1}},
-        {"empty files stay with the first", 2, {0, 0, 0, 0}, {1, 2, 1, 1}},
         {"fewer files than instances", 4, {7, 8}, {1, 2}},
-        {"a full billion counts before the rest", 2, {5, 6, kBillion, 1, 1}, {1, 2, 1, 2, 2}},
-        {"a huge first file is not in billions yet",
-         2,
-         {5 * kBillion, 6 * kBillion, 1, 1},
-         {1, 2, 1, 2}},
+        {"loads beyond 63 bits", 2, {INT64_MAX, 1, INT64_MAX, INT64_MAX, 1}, {1, 2, 2, 1, 2}},
     };
     for (const auto &c : cases)
         EXPECT_EQ(Deal(c.instances, c.sizes), c.dealt) << c.about;
@@ -90,10 +83,4 @@ TEST_F(Balance, HeapChoosesAsTheLiteralSearchDoes)
         }
         EXPECT_EQ(Deal(instances, sizes), expected) << instances;
     }
-}
-
-TEST_F(Balance, LoadsOfTheLargestFilesDoNotOverflow)
-{
-    EXPECT_EQ(Deal(2, {INT64_MAX, 1, INT64_MAX, INT64_MAX, 1}),
-              (std::vector<int32_t>{1, 2, 2, 1, 2}));
 }

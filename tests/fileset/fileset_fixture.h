@@ -12,16 +12,14 @@
 #include "attributes/attributes_state.h"
 #include "fileset/fileset.h"
 #include "operator/messages.h"
-#include "tests/support/fake_infrastructure.h"
+#include "tests/support/open_logs.h"
 #include "tests/support/temp_directory.h"
 
 class Fileset : public testing::Test {
 protected:
     Fileset()
     {
-        SG_opHandle = fake.op();
-        fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, nullptr, 0, &Public_loghandle);
-        fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, "private", 0, &Private_loghandle);
+        OpenLogs(fake);
         FW_TraceLvl = 2;
         StatsTraceLevel = 2;
         OperatorType = 1;

@@ -8,7 +8,7 @@
 #include "rows/rows.h"
 #include "schema/insert_filename.h"
 #include "tests/delimited/extraction.h"
-#include "tests/support/fake_infrastructure.h"
+#include "tests/support/open_logs.h"
 
 namespace {
 
@@ -50,11 +50,9 @@ protected:
     {
         PxSchema **list = nullptr;
         int32_t count = 0;
-        SG_opHandle = fake.op();
         fake.op()->PX_GetTableSchemaList(fake.op(), 3, &list, &count);
         schemaHandle = list[0];
-        fake.op()->PX_Loginit(fake.op(), "load", 1, nullptr, 0, &Public_loghandle);
-        fake.op()->PX_Loginit(fake.op(), "load", 1, "private", 0, &Private_loghandle);
+        OpenLogs(fake);
         FW_TraceLvl = 2;
         reading_answers = true;
         FileFormat = 1;
@@ -86,8 +84,6 @@ protected:
         fake.rows.clear();
         return all;
     }
-
-    bool Traced(const char *line) { return fake.private_log.find(line) != std::string::npos; }
 
     Fake fake;
 };
@@ -125,12 +121,12 @@ TEST_F(WriteRow, SkipRowsDropsTheFirstRecords)
 {
     SkipRows = 3;
     EXPECT_EQ(Run({"a|b", "c|d"}), "12");
-    EXPECT_TRUE(Traced("No rows were processed from this file."));
+    EXPECT_TRUE(fake.Traced("No rows were processed from this file."));
     EXPECT_EQ(Run({pmrcTimeOut}), "68");
-    EXPECT_TRUE(Traced("No row skipped because of time-out."));
+    EXPECT_TRUE(fake.Traced("No row skipped because of time-out."));
     FileRowsSkipped = 0;  // the next file
     EXPECT_EQ(Run({"not even cut", "e|f", "g|h"}), "43 43 12") << "the count goes on";
-    EXPECT_TRUE(Traced("The first 3 rows have been skipped."));
+    EXPECT_TRUE(fake.Traced("The first 3 rows have been skipped."));
     EXPECT_EQ(Rows(), "[e|f][g|h]");
     EXPECT_EQ(RowsSkipped, 3U);
     EXPECT_EQ(FileRowsSkipped, 1U);
@@ -142,7 +138,7 @@ TEST_F(WriteRow, RowsPerInstanceEndsTheData)
     RowsPerInstanceLimit = 2;
     EXPECT_EQ(Run({"a|b", "c|d", "e|f"}), "43 43 12");
     EXPECT_EQ(answers.size(), 1U) << "what is beyond the limit is not read";
-    EXPECT_TRUE(Traced("Reached 'RowsPerInstance' threshold (2), generating EndOfData"));
+    EXPECT_TRUE(fake.Traced("Reached 'RowsPerInstance' threshold (2), generating EndOfData"));
     RowsPerInstanceLimit = 0;
     RowCount = 0;
     EXPECT_EQ(Run({"a|b"}), "12");
@@ -181,7 +177,7 @@ TEST_F(WriteRow, VerdictsCostWhatTheJobSays)
         EXPECT_EQ(Run({c.record, "x|y"}), "48") << c.about;
         EXPECT_EQ(Rows(), "") << c.about;
         EXPECT_EQ(fake.public_log.substr(0, strlen(c.refusal)), c.refusal) << c.about;
-        EXPECT_TRUE(Traced("Fatal data error processing file 'in/a.csv'."));
+        EXPECT_TRUE(fake.Traced("Fatal data error processing file 'in/a.csv'."));
         EXPECT_EQ(FileRecordCount, 1U) << c.about;
         EXPECT_EQ(CurrentExitCode, 12) << c.about;
         if (c.accepting == nullptr)
@@ -191,7 +187,7 @@ TEST_F(WriteRow, VerdictsCostWhatTheJobSays)
             Validate();
             EXPECT_EQ(Run({c.record, "x|y"}), "43 43 12") << c.about;
             EXPECT_EQ(Rows(), c.rows + std::string("[x|y]")) << c.about;
-            EXPECT_TRUE(Traced(c.trace)) << c.about;
+            EXPECT_TRUE(fake.Traced(c.trace)) << c.about;
         }
         *c.accepting = kNo;
     }

@@ -9,39 +9,28 @@
 #include "operator/operator_state.h"
 #include "schema/establish.h"
 #include "schema/schema_state.h"
-#include "tests/support/fake_infrastructure.h"
+#include "tests/support/open_logs.h"
 
 namespace {
 
+// clang-format off
 enum Type : uint32_t {
-    kInteger = 1,
-    kDecimal = 4,
-    kChar = 5,
-    kVarchar = 7,
-    kByte = 9,
-    kAnsiDate = 15,
-    kBlob = 39,
-    kClob = 40,
-    kPeriodTime = 59,
-    kPeriodStamp = 61,
-    kNumber = 63,
-    kJson = 67,
+    kInteger = 1, kDecimal = 4, kChar = 5, kVarchar = 7, kByte = 9, kAnsiDate = 15, kBlob = 39, kClob = 40,
+    kPeriodTime = 59, kPeriodStamp = 61, kNumber = 63, kJson = 67
 };
+// clang-format on
 enum Format : uint32_t { kText = 0, kDelimited = 1, kBinary = 2, kUnformatted = 8 };  // kText: ours
 
 class Schema : public testing::Test {
 protected:
     Schema()
     {
-        SG_opHandle = fake.op();
-        fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, nullptr, 0, &Public_loghandle);
-        fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, "private", 0, &Private_loghandle);
+        OpenLogs(fake);
         TotalInstances = 1;
         BufferSize = 1048586;
         Play(1, kDelimited);
     }
     ~Schema() override { FreeSchema(); }
-
     void Play(int32_t side, Format format)
     {
         OperatorType = side;
@@ -61,12 +50,7 @@ protected:
     }
     static FakeColumn Column(uint32_t type, uint32_t length, uint16_t precision = 0)
     {
-        FakeColumn column;
-        column.name = "c";
-        column.type = type;
-        column.length = length;
-        column.precision = precision;
-        return column;
+        return {.name = "c", .type = type, .length = length, .precision = precision};
     }
 
     Fake fake;
@@ -136,11 +120,7 @@ TEST_F(Schema, RowLengthsCountIndicatorsAndPrefixes)
 
 TEST_F(Schema, ConsumerKnowsTheWidthOfItsText)
 {
-    // clang-format off
-    const struct {
-        FakeColumn column;
-        int32_t extra;
-    } cases[] = {
+    const std::pair<FakeColumn, int32_t> cases[] = {
         {Column(kInteger, 4), 7},
         {Column(kDecimal, 8, 18), 12},
         {Column(kChar, 4), 0},
@@ -149,12 +129,11 @@ TEST_F(Schema, ConsumerKnowsTheWidthOfItsText)
         {Column(kPeriodStamp, 20, 3), 34},
         {Column(kNumber, 18), 27},
     };
-    // clang-format on
     Play(2, kDelimited);
-    for (const auto &c : cases) {
-        EXPECT_EQ(Establish({c.column}), "0 ");
-        EXPECT_EQ(DelimitedExtraLength, c.extra) << TypeName(c.column.type);
-        EXPECT_EQ(ConvertDelimitedData, c.extra != 0 ? 1U : 0U);
+    for (const auto &[column, extra] : cases) {
+        EXPECT_EQ(Establish({column}), "0 ");
+        EXPECT_EQ(DelimitedExtraLength, extra) << TypeName(column.type);
+        EXPECT_EQ(ConvertDelimitedData, extra != 0 ? 1U : 0U);
     }
     Play(2, kUnformatted);
     BufferSize = 10;
@@ -192,7 +171,7 @@ TEST_F(Schema, FileNameColumnIsNoDataColumn)
         Play(c.side, kDelimited);
         fake.private_log.clear();
         EXPECT_EQ(Establish(c.columns), c.result) << c.about;
-        EXPECT_NE(fake.private_log.find(c.trace), std::string::npos) << c.about << fake.private_log;
+        EXPECT_TRUE(fake.Traced(c.trace)) << c.about << fake.private_log;
     }
     Play(1, kBinary);
     SG_IndicatorData = kYes;
@@ -231,32 +210,27 @@ TEST_F(Schema, FailingServicesAndWildAnswersAreFatal)
                                 "PX_GetMetadataColumnSchema", "PX_GetColumnDateFormats"}) {
         fake.failing = {{service, 8}};
         EXPECT_EQ(Establish({Column(kVarchar, 5)}), "48 19015(12) ") << service;
-        EXPECT_NE(fake.private_log.find(std::string(service) + " returned code 8 ('System Error')"),
-                  std::string::npos);
+        EXPECT_TRUE(fake.Traced(std::string(service) + " returned code 8 ('System Error')"));
     }
     fake.failing.clear();
 
-    static struct {
-        PxColumn **list;
-        int32_t count;
-    } answer;
-    static PxSchema schema = {};
+    static PxSchema schema;
     static PxSchema *schemas[] = {&schema};
+    static PxColumn column;
+    static PxColumn *columns[] = {&column, nullptr}, **list;
+    static int32_t count, offset;
     schema.kind = PX_KIND_SCHEMA;
-    schema.PX_GetColumnSchemaList = [](PxSchema *, PxColumn ***list, int32_t *count, uint32_t *) {
-        *list = answer.list;
-        *count = answer.count;
-        return PxStatus{PXSTC_Success};
-    };
-    fake.op()->PX_GetTableSchemaList = [](PxOperator *, int32_t, PxSchema ***list, int32_t *count) {
-        *list = schemas;
-        *count = 1;
-        return PxStatus{PXSTC_Success};
-    };
-    static PxColumn column = {};
-    static PxColumn *columns[] = {&column, nullptr};
     column.kind = PX_KIND_COLUMN;
-    static int32_t offset;
+    fake.op()->PX_GetTableSchemaList = [](PxOperator *, int32_t, PxSchema ***to, int32_t *number) {
+        *to = schemas;
+        *number = 1;
+        return PxStatus{PXSTC_Success};
+    };
+    schema.PX_GetColumnSchemaList = [](PxSchema *, PxColumn ***to, int32_t *number, uint32_t *) {
+        *to = list;
+        *number = count;
+        return PxStatus{PXSTC_Success};
+    };
     column.PX_GetMetadataColumnSchema = [](PxColumn *, const char **name, uint32_t *type,
                                            uint32_t *length, int32_t *at, uint16_t *, uint16_t *,
                                            int8_t *, uint32_t *) {
@@ -285,8 +259,7 @@ TEST_F(Schema, FailingServicesAndWildAnswersAreFatal)
     };
     // clang-format on
     for (const auto &c : cases) {
-        answer = {c.list, c.count};
-        offset = c.offset;
+        list = c.list, count = c.count, offset = c.offset;
         EXPECT_EQ(Establish({}), c.result) << c.about;
     }
     schemas[0] = nullptr;
