@@ -29,9 +29,15 @@ protected:
         return statuses;
     }
 
-    bool Told(const std::string &message) const
+    // Of the only file.
+    std::string Counts() const
     {
-        return fake.public_log.find(message) != std::string::npos;
+        if (fake.file_counts.size() != 1)
+            return std::to_string(fake.file_counts.size()) + " files";
+        const PxFileCounts &c = fake.file_counts[0];
+        return "ended " + std::to_string(c.ended) + ", file " + std::to_string(c.index) +
+               ", records " + std::to_string(c.records) + ", rows " + std::to_string(c.rows) +
+               ", refused " + std::to_string(c.refused) + ", bytes " + std::to_string(c.bytes);
     }
 
     void TearDown() override
