@@ -108,14 +108,7 @@ TEST(BinaryToText, EveryTypeHasItsText)
 
         {"FLOAT",                  3, 0, 0, Pack(1.5), "1.5"},
         {"minus zero",             3, 0, 0, Pack(-0.0), "0"},
-        {"a third",                3, 0, 0, Pack(-10 / 3.0), "-3.33333333333333"},
-        {"no point left",          3, 0, 0, Pack(1200.0), "1200"},
-        {"14 digits",              3, 0, 0, Pack(1e13), "10000000000000"},
-        {"15 digits",              3, 0, 0, Pack(1e14), "1e+14"},
         {"below one",              3, 0, 0, Pack(0.5), "5e-01"},
-        {"rounds up a power",      3, 0, 0, Pack(9.9999999999999995), "10"},
-        {"tie to even",            3, 0, 0, Pack(1000000000000015.0), "1.00000000000002e+15"},
-        {"smallest",               3, 0, 0, Pack(4.9406564584124654e-324), "4.94065645841247e-324"},
         {"NaN",                    3, 0, 0, Pack(std::numeric_limits<double>::quiet_NaN()), "nan"},
         {"infinity",               3, 0, 0, Pack(-kInfinity), "-inf"},
 

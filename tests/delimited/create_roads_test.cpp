@@ -1,25 +1,14 @@
 // tests/delimited/create_roads_test.cpp - random rows: the fast road writes what the literal one writes, and
 // what is written is read back, unless it is told that it isn't.
 
-#include <random>
-
 #include "delimited/read_back.h"
 #include "tests/delimited/creation.h"
 #include "tests/delimited/loading.h"
+#include "tests/support/dice.h"
 
 using namespace std::string_literals;
 
 namespace {
-
-std::mt19937 dice(17);
-
-uint32_t Below(size_t limit) { return static_cast<uint32_t>(dice() % limit); }
-
-template <class T>
-const T &OneOf(const std::vector<T> &choices)
-{
-    return choices[Below(choices.size())];
-}
 
 std::string Wide(const std::string &text)
 {
@@ -112,6 +101,7 @@ protected:
     void SetUp() override
     {
         Loading::SetUp();
+        dice.seed(17);
         ServePieces();
         source.longest_piece = 1 << 30;  // a refill inside of long quote marks costs records
     }

@@ -1,24 +1,14 @@
 // tests/delimited/differential_test.cpp - every scanner and every fast road against the literal scan.
 
 #include <gtest/gtest.h>
-#include <random>
 #include <set>
 
 #include "delimited/parsing_cases.h"
 #include "operator/operator_state.h"
 #include "tests/delimited/outcome.h"
+#include "tests/support/dice.h"
 
 namespace {
-
-std::mt19937 random_source(20240601);
-
-size_t Below(size_t limit) { return random_source() % limit; }
-
-template <class List>
-auto OneOf(const List &list)
-{
-    return list[Below(list.size())];
-}
 
 using Texts = std::vector<std::string>;
 
@@ -35,15 +25,6 @@ int32_t Utf8Length(const uint8_t *p, uint32_t *bytes)
     else if (*p >= 0xF0 && *p <= 0xF7 && tail(1) && tail(2) && tail(3))
         *bytes = 4;
     return *bytes > 1;
-}
-
-int32_t ShiftLength(const uint8_t *p, uint32_t *bytes)
-{
-    if (*p < 0x81)
-        return 0;
-    badmbcs = p[1] < 0x40;
-    *bytes = badmbcs != 0 ? 1 : 2;
-    return badmbcs == 0;
 }
 
 int32_t Utf16Length(const uint8_t *p, uint32_t *bytes)
@@ -63,50 +44,22 @@ struct CharacterSet {
 
 using namespace std::string_literals;
 
+// clang-format off
 const CharacterSet kSets[] = {
-    {"single",
-     true,
-     kFamilyOrdinary,
-     SingleLength,
-     {"a", "b", " ", "\xE9"},
-     {"|", "\\", "'", "\"", "\xE9"},
-     {"||", "|~", "''", "<\"", "\\\\", "'|"}},
-    {"UTF-8",
-     false,
-     kFamilyUtf8,
-     Utf8Length,
-     {"a", "b", " ", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xE2\x82", "\xA9"},
-     {"|", "\\", "'", "\""},
-     {"||", "|~", "''", "<\"", "\\\\", "'|"}},
-    {"UTF-8, wide marks",
-     false,
-     kFamilyUtf8,
-     Utf8Length,
-     {"a", " ", "\xC2", "\xC3\xA9", "\xE2\x82"},
-     {"|", "\\", "'", "\x82"},
-     {"\xC2\xA6", "\xE2\x82\xAC", "||", "\xC2\xAB"}},
-    {"shifted",
-     false,
-     kFamilyOrdinary,
-     ShiftLength,
-     {"a", "b", " ", "\x83\x5C", "\x83\x7C", "\x83"},
-     {"|", "\\", "'", "\""},
-     {"||", "\x81\x62", "''", "\\\\"}},
-    {"shifted, ASCII data",
-     false,
-     kFamilyOrdinary,
-     ShiftLength,
-     {"a", "b", " "},
-     {"|", "\\", "'", "\""},
-     {"||", "''", "|'", "\\\\"}},
-    {"UTF-16",
-     false,
-     kFamilyUtf16,
-     Utf16Length,
-     {"a\0"s, "b\0"s, " \0"s, "\x7C\x01"s, "\x3D\xD8\0\xDE"s, "|"s},
-     {"|\0"s, "'\0"s, "\\\0"s},
-     {"|\0"s, "'\0"s, "\\\0"s, "\"\0"s, "|\0|\0"s}},
+    {"single", true, kFamilyOrdinary, SingleLength, {"a", "b", " ", "\xE9"},
+     {"|", "\\", "'", "\"", "\xE9"}, {"||", "|~", "''", "<\"", "\\\\", "'|"}},
+    {"UTF-8", false, kFamilyUtf8, Utf8Length, {"a", "b", " ", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xE2\x82", "\xA9"},
+     {"|", "\\", "'", "\""}, {"||", "|~", "''", "<\"", "\\\\", "'|"}},
+    {"UTF-8, wide marks", false, kFamilyUtf8, Utf8Length, {"a", " ", "\xC2", "\xC3\xA9", "\xE2\x82"},
+     {"|", "\\", "'", "\x82"}, {"\xC2\xA6", "\xE2\x82\xAC", "||", "\xC2\xAB"}},
+    {"shifted", false, kFamilyOrdinary, ShiftLength, {"a", "b", " ", "\x83\x5C", "\x83\x7C", "\x83"},
+     {"|", "\\", "'", "\""}, {"||", "\x81\x62", "''", "\\\\"}},
+    {"shifted, ASCII data", false, kFamilyOrdinary, ShiftLength, {"a", "b", " "},
+     {"|", "\\", "'", "\""}, {"||", "''", "|'", "\\\\"}},
+    {"UTF-16", false, kFamilyUtf16, Utf16Length, {"a\0"s, "b\0"s, " \0"s, "\x7C\x01"s, "\x3D\xD8\0\xDE"s, "|"s},
+     {"|\0"s, "'\0"s, "\\\0"s}, {"|\0"s, "'\0"s, "\\\0"s, "\"\0"s, "|\0|\0"s}},
 };
+// clang-format on
 
 std::string RandomMark(const CharacterSet &set)
 {

@@ -48,6 +48,16 @@ inline void SetColumns(const std::vector<uint32_t> &maximums)
     SG_VARtypesFlag = 1;
 }
 
+// Of a set whose second bytes may be marks.
+inline int32_t ShiftLength(const uint8_t *p, uint32_t *bytes)
+{
+    if (*p < 0x81)
+        return 0;
+    badmbcs = p[1] < 0x40;
+    *bytes = badmbcs != 0 ? 1 : 2;
+    return badmbcs == 0;
+}
+
 // The number that the settings lead to.
 inline int32_t CaseOfSettings()
 {

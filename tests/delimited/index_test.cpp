@@ -41,15 +41,6 @@ constexpr Settings kSettings[] = {
 };
 // clang-format on
 
-int32_t ShiftLength(const uint8_t *p, uint32_t *bytes)
-{
-    if (*p < 0x81)
-        return 0;
-    badmbcs = p[1] < 0x40;
-    *bytes = badmbcs != 0 ? 1 : 2;
-    return badmbcs == 0;
-}
-
 }  // namespace
 
 class Index : public Loading, public testing::WithParamInterface<uint32_t> {

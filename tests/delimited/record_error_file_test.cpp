@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 
 #include <sys/stat.h>
 
@@ -13,17 +12,20 @@
 #include "delimited/record_error_file.h"
 #include "operator/operator_state.h"
 #include "tests/pm/pm_fixture.h"
+#include "tests/support/open_logs.h"
 
 namespace {
 
 std::string written;  // to standard error
 int pauses = 0;
 
+ssize_t FullDisk(int, const void *, size_t) { return errno = ENOSPC, -1; }
+
 class RecordErrorFile : public Pm {
 protected:
     RecordErrorFile()
     {
-        fake.op()->PX_Loginit(fake.op(), "Fenwire", 1, "private", 0, &Private_loghandle);
+        OpenLogs(fake);
         OperatorType = 1;
         TotalInstances = 2;
         snprintf(SG_RowErrFileName, sizeof SG_RowErrFileName, "%s", directory.File("bad").c_str());
@@ -56,11 +58,6 @@ protected:
         return path;
     }
 
-    bool Traced(const std::string &line)
-    {
-        return fake.private_log.find(line) != std::string::npos;
-    }
-
     std::string raw_;
 };
 
@@ -68,48 +65,30 @@ protected:
 
 TEST_F(RecordErrorFile, WhatCanNotBeMergedIsKeptAndToldOf)
 {
+    namespace fs = std::filesystem;
+    static const auto move_away = [](const std::string &path) { fs::rename(path, path + ".away"); };
+    // clang-format off
     const struct {
         const char *about;
-        std::function<void(const std::string &temporary)> disturb;
+        void (*disturb)(const std::string &temporary);
         const char *named, *message, *trace;
         bool left;
     } cases[] = {
-        {"nothing", [](const std::string &) {}, "one\ntwo\r\n\nthree\n", "",
-         "3 error records copied.", false},
-        {"a killed process",
-         [](const std::string &path) { std::ofstream(path, std::ios::app) << "fo"; },
+        {"nothing", [](const std::string &) {}, "one\ntwo\r\n\nthree\n", "", "3 error records copied.", false},
+        {"a killed process", [](const std::string &path) { std::ofstream(path, std::ios::app) << "fo"; },
          "one\ntwo\r\n\nthree\nfo\n", "", "4 error records copied.", false},
-        {"gone", [](const std::string &path) { std::filesystem::remove(path); }, "one\n",
-         "19994(2,", "Error records from instance 2 will be missing.", false},
-        {"another file in its place",
-         [](const std::string &path) {
-             std::filesystem::rename(path, path + ".away");
-             std::ofstream(path) << "planted";
-         },
+        {"gone", [](const std::string &path) { fs::remove(path); },
+         "one\n", "19994(2,", "Error records from instance 2 will be missing.", false},
+        {"another file in its place", [](const std::string &path) { move_away(path); std::ofstream(path) << "planted"; },
          "one\n", "19994(2,", "is not the one that the instance wrote", true},
-        {"a link in its place",
-         [](const std::string &path) {
-             std::filesystem::rename(path, path + ".away");
-             std::filesystem::create_symlink(path + ".away", path);
-         },
+        {"a link in its place", [](const std::string &path) { move_away(path); fs::create_symlink(path + ".away", path); },
          "one\n", "19994(2,", "will be missing.", true},
-        {"disk full",
-         [](const std::string &) {
-             os.write = [](int, const void *, size_t) -> ssize_t {
-                 errno = ENOSPC;
-                 return -1;
-             };
-         },
+        {"disk full", [](const std::string &) { os.write = FullDisk; },
          "one\n", "19994(2,", "Some or all record errors from instance 2 may be missing.", true},
-        {"can't be removed",
-         [](const std::string &) {
-             os.unlink = [](const char *) {
-                 errno = EACCES;
-                 return -1;
-             };
-         },
+        {"can't be removed", [](const std::string &) { os.unlink = [](const char *) { return errno = EACCES, -1; }; },
          "one\ntwo\r\n\nthree\n", "", "Unable to remove temporary record error file.", true},
     };
+    // clang-format on
     const OsCalls real = os;
     for (const auto &c : cases) {
         ASSERT_EQ(BecomeInstance(1), PXSTC_Success) << c.about;
@@ -135,11 +114,9 @@ TEST_F(RecordErrorFile, WhatCanNotBeMergedIsKeptAndToldOf)
         AppendRowErrorFile();
         os = real;
         EXPECT_EQ(directory.Read("bad"), c.named) << c.about;
-        EXPECT_EQ(fake.public_log.find(c.message) != std::string::npos, true)
-            << c.about << fake.public_log;
-        EXPECT_EQ(fake.public_log.find("19994") != std::string::npos, *c.message != '\0')
-            << c.about;
-        EXPECT_TRUE(Traced(c.trace)) << c.about << fake.private_log;
+        EXPECT_TRUE(fake.Told(c.message)) << c.about << fake.public_log;
+        EXPECT_EQ(fake.Told("19994"), *c.message != '\0') << c.about;
+        EXPECT_TRUE(fake.Traced(c.trace)) << c.about << fake.private_log;
         EXPECT_EQ(std::filesystem::exists(std::filesystem::symlink_status(temporary)), c.left)
             << c.about;
         EXPECT_EQ(CurrentExitCode, 0) << c.about << ": the job's outcome stands";
@@ -152,20 +129,17 @@ TEST_F(RecordErrorFile, WhatCanNotBeKeptEndsTheJob)
 {
     TotalInstances = 1;
     ASSERT_EQ(BecomeInstance(1), PXSTC_Success);
-    os.write = [](int, const void *, size_t) -> ssize_t {
-        errno = ENOSPC;
-        return -1;
-    };
+    os.write = FullDisk;
     EXPECT_EQ(Keep("in the buffer"), PXSTC_Success);
     EXPECT_EQ(FlushRecordErrorFile(), PXSTC_FatalError);
-    EXPECT_NE(fake.public_log.find("19434(pmFlush,34,"), std::string::npos) << fake.public_log;
+    EXPECT_TRUE(fake.Told("19434(pmFlush,34,")) << fake.public_log;
     EXPECT_EQ(CurrentExitCode, 12);
     fake.public_log.clear();
     SG_LatencyOn = 'Y';
     EXPECT_EQ(Keep("at once"), PXSTC_FatalError);
     EXPECT_EQ(fake.public_log.substr(0, 26), "19306() 19434(pmWrite,34,p") << fake.public_log;
-    EXPECT_TRUE(
-        Traced("Writing error record to error file ('" + directory.File("bad") + "') on record 1"));
+    EXPECT_TRUE(fake.Traced("Writing error record to error file ('" + directory.File("bad") +
+                            "') on record 1"));
     EXPECT_EQ(SG_ErrorRowCount, 1U) << "what was not kept is not counted";
 }
 
@@ -175,7 +149,7 @@ TEST_F(RecordErrorFile, NameThatIsTakenIsNotFollowed)
     directory.Write("victim", "precious");
     std::filesystem::create_symlink(directory.File("victim"), TemporaryPath());
     EXPECT_EQ(BecomeInstance(2), PXSTC_FatalError);
-    EXPECT_NE(fake.public_log.find("19304()"), std::string::npos);
+    EXPECT_TRUE(fake.Told("19304()"));
     EXPECT_EQ(directory.Read("victim"), "precious");
 }
 
@@ -185,7 +159,7 @@ TEST_F(RecordErrorFile, DataIsNeverTheErrorFile)
     snprintf(FW_FileName, sizeof FW_FileName, "bad");
     directory.Write("bad", "precious");
     EXPECT_EQ(BecomeInstance(1), PXSTC_FatalError);
-    EXPECT_NE(fake.public_log.find("19996("), std::string::npos);
+    EXPECT_TRUE(fake.Told("19996("));
     EXPECT_EQ(directory.Read("bad"), "precious");
     // Found by a pattern, it is met when it is opened, by whichever instance.
     snprintf(FW_FileName, sizeof FW_FileName, "*");
@@ -219,7 +193,7 @@ TEST_F(RecordErrorFile, LimitCountsOverAllInstances)
     EXPECT_EQ(AccumulateErrorCounts(), PXSTC_Success);
     fake.globals["RecordErrorCount"] = {element(2), element(1)};
     EXPECT_EQ(AccumulateErrorCounts(), PXSTC_FatalError);
-    EXPECT_TRUE(Traced("Error Row Limit [3] Reached or exceeded"));
+    EXPECT_TRUE(fake.Traced("Error Row Limit [3] Reached or exceeded"));
     EXPECT_EQ(CurrentExitCode, 12);
 }
 
