@@ -25,24 +25,18 @@ TEST(PmUnstarted, EveryCallAsksForPmInit)
 TEST_F(Handles, InitChecksItsParametersAndMayComeTwice)
 {
     static const std::string long_id(256, 'x');
-    // clang-format off
-    const struct {
-        const char *about;
-        pmInitParms parms;
-        int code;
-    } kCases[] = {
-        {"again",              {5, "test", 3},          pmrcOk        },
-        {"trace level 0",      {0, "test", 3},          pmrcTraceLevel},
-        {"trace level 6",      {6, "test", 3},          pmrcTraceLevel},
-        {"other version",      {1, "test", 2},          pmrcVersion   },
-        {"utility id of 256",  {1, long_id.c_str(), 3}, pmrcUtility   },
+    const std::pair<pmInitParms, int> cases[] = {
+        {{5, "test", 3}, pmrcOk},
+        {{0, "test", 3}, pmrcTraceLevel},
+        {{6, "test", 3}, pmrcTraceLevel},
+        {{1, "test", 2}, pmrcVersion},
+        {{1, long_id.c_str(), 3}, pmrcUtility},
     };
-    // clang-format on
-    for (const auto &c : kCases)
-        EXPECT_EQ(pmInit(&c.parms), c.code) << c.about;
+    for (const auto &[parms, code] : cases)
+        EXPECT_EQ(pmInit(&parms), code) << parms.TraceLvl;
     EXPECT_EQ(pmGlobalTraceLvl, 1U);  // each call that had a level set it
     setenv("FENWIRE_LITERAL_READER", "1", 1);
-    EXPECT_EQ(pmInit(&kCases[0].parms), pmrcOk);
+    EXPECT_EQ(pmInit(&cases[0].first), pmrcOk);
     EXPECT_EQ(bLiteralReader, 1U);
 }
 
@@ -116,17 +110,7 @@ TEST_F(Handles, OpenRefusesWhatItCanNotServe)
     EXPECT_EQ(open(directory.File("c.gz.gz")), pmrcOk);  // its first ".gz" is not at the end
 }
 
-TEST_F(Handles, FilesServeTheirModeOnly)
-{
-    pmRecord record = {};
-    OpenText("a\n");
-    EXPECT_EQ(pmWrite(file, &record), pmrcReadOnly);
-    EXPECT_EQ(pmFlush(file), pmrcReadOnly);
-    Object()->OpenMode = kOpenWrite;
-    EXPECT_EQ(pmRead(file, &record), pmrcWriteOnly);
-}
-
-TEST_F(Handles, DetachAndShutDownMindTheirMode)
+TEST_F(Handles, CallsMindTheirModeAndTheFiles)
 {
     pmRecord record = {};
     OpenText("a\n");
@@ -134,6 +118,8 @@ TEST_F(Handles, DetachAndShutDownMindTheirMode)
     EXPECT_EQ(pmDetach(module, 1), pmrcFilesOpen);
     EXPECT_EQ(pmShutDown(3), pmrcBadParameter);
     EXPECT_EQ(pmShutDown(1), pmrcModulesActive);
+    EXPECT_EQ(pmWrite(file, &record), pmrcReadOnly);
+    EXPECT_EQ(pmFlush(file), pmrcReadOnly);
     EXPECT_EQ(pmRead(file, &record), pmrcOk);  // all of that changed nothing
     EXPECT_EQ(pmDetach(module, 2), pmrcOk);
     EXPECT_EQ(pmRead(file, &record), pmrcBadFile);
@@ -182,7 +168,7 @@ TEST_F(Handles, TraceLevelOfOneFile)
     EXPECT_EQ(pmTrace(3, &file, 4), pmrcOk);
     fake.private_log.clear();
     pmRead(file, &record);
-    EXPECT_NE(fake.private_log.find("*two*"), std::string::npos);
+    EXPECT_TRUE(fake.Traced("*two*"));
     EXPECT_EQ(pmTrace(0, &file, 1), pmrcBadParameter);
     EXPECT_EQ(pmTrace(4, &file, 1), pmrcBadParameter);
     EXPECT_EQ(pmTrace(1, nullptr, 6), pmrcTraceLevel);
@@ -210,8 +196,7 @@ TEST_F(Handles, DumpsShowOffsetsAndLeaveRepeatsOut)
                                     std::string(45, ' ') + " *b*\n");
     fake.private_log.clear();
     pmHexDmp(kDumpMessage, 1, bytes.data(), 49, "X", false);
-    EXPECT_NE(fake.private_log.find("truncated buffer from 49 bytes to 1 bytes."),
-              std::string::npos);
+    EXPECT_TRUE(fake.Traced("truncated buffer from 49 bytes to 1 bytes."));
     pmHexDmp(kDumpMessage, 1, nullptr, 49, "X", true);
-    EXPECT_NE(fake.private_log.find("Address provided is null"), std::string::npos);
+    EXPECT_TRUE(fake.Traced("Address provided is null"));
 }

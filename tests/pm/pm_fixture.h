@@ -6,6 +6,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 #include "attributes/attributes_state.h"
 #include "operator/operator_state.h"
@@ -93,6 +94,15 @@ protected:
         const std::string shown = ReadAll();
         EXPECT_EQ(pmClose(file), pmrcOk);
         return shown;
+    }
+
+    int Write(const std::string &bytes) const
+    {
+        std::vector<char> exact(bytes.begin(), bytes.end());
+        pmRecord record = {};
+        record.DataLength = static_cast<uint32_t>(exact.size());
+        record.Data = reinterpret_cast<uint8_t *>(exact.data());
+        return pmWrite(file, &record);
     }
 
     Fake fake;

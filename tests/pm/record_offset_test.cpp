@@ -38,16 +38,3 @@ TEST_F(RecordOffset, PointsAtTheRecordWhereverTheBlocksEnd)
         }
     }
 }
-
-TEST_F(RecordOffset, PipesHaveNone)
-{
-    const std::string pipe = directory.File("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const int keep = ::open(pipe.c_str(), O_RDWR);
-    EXPECT_EQ(::write(keep, "a\nb\n", 4), 4);
-    ASSERT_EQ(Open(pipe), pmrcOk);
-    pmRecord record = {};
-    EXPECT_EQ(pmRead(file, &record), pmrcOk);
-    EXPECT_EQ(pmRecordOffset(file), -1);
-    ::close(keep);
-}

@@ -140,15 +140,29 @@ TEST_F(TextReader, QuotesHoldLineEnds)
     }
 }
 
-TEST_F(TextReader, LongCloseMarkCutByABlockIsFoundAgain)
+// The first record fills 16 bytes of the block of 32; a "|" in the comment is the block's end.
+TEST_F(TextReader, LongMarksCutByABlockAreFoundAgainButAtTheRecordsStart)
 {
+    const std::string first = std::string(15, 'a') + "\n", shown = std::string(15, 'a') + "|";
+    static constexpr struct {
+        const char *open, *close, *escape, *records, *shown;
+        uint32_t buffer_size = 32;
+    } kCases[] = {
+        // bbbbbbbbbbbbbb,<|<c
+        {"<<", ">>", "", "bbbbbbbbbbbbbb,<<c\nd>>\ne\n", "bbbbbbbbbbbbbb,<<c\nd>>|e|->9"},
+        // <<c\nd>>,eeeeeeee|e
+        {"<<", ">>", "", "<<c\nd>>,eeeeeeeee\nf\n", "<<c|d>>,eeeeeeeee|f|->9"},
+        {"<<", ">>", "", "<<c\nd>>,eeeeeeeee\nf\n", "<<c\nd>>,eeeeeeeee|f|->9", 64},
+        // 'cccccccccccccc#|#'
+        {"'", "'", "##", "'cccccccccccccc##'\nd'\ne\n", "'cccccccccccccc##'\nd'|e|->9"},
+    };
+    for (const auto &c : kCases) {
+        Quote(c.open, c.close, c.escape);
+        EXPECT_EQ(ReadText(first + c.records, c.buffer_size), shown + c.shown);
+    }
+    // A close mark that is doubled: the end lies in front of the two marks, in and between, and behind.
     Quote("<", ">>");
     bLiteralReader = 1;
-    //        |-- block of 16 --|
-    EXPECT_EQ(ReadText("a\nbb,<c\nddddddd>>\ne\n", 16), "a|bb,<c\nddddddd>>|e|->9");
-    EXPECT_EQ(ReadText("a\nbb,<c\ndddddd>>\ne\n", 16), "a|bb,<c\ndddddd>>|e|->9");
-    // Doubled, and the block's end lies in front of the two marks, in and between them, and behind.
-    const std::string first = std::string(15, 'a') + "\n", shown = std::string(15, 'a') + "|";
     for (size_t fill = 7; fill < 16; ++fill) {
         const std::string record = "<c" + std::string(fill, 'd') + ">>>>\nddd>>,b";
         for (const std::string front : {"", "b,"})
@@ -156,28 +170,9 @@ TEST_F(TextReader, LongCloseMarkCutByABlockIsFoundAgain)
                       shown + front + record + "|e|->9")
                 << front << fill;
     }
-}
-
-// The first record fills 16 bytes of the block of 32; a "|" in the comment is the block's end.
-TEST_F(TextReader, LongOpenMarkCutByABlockIsFoundAgainButForTheRecordsStart)
-{
-    const std::string first = std::string(15, 'a') + "\n", shown = std::string(15, 'a') + "|";
-    Quote("<<", ">>");
-    // bbbbbbbbbbbbbb,<|<c
-    EXPECT_EQ(ReadText(first + "bbbbbbbbbbbbbb,<<c\nd>>\ne\n", 32),
-              shown + "bbbbbbbbbbbbbb,<<c\nd>>|e|->9");
-    // <<c\nd>>,eeeeeeee|e
-    EXPECT_EQ(ReadText(first + "<<c\nd>>,eeeeeeeee\nf\n", 32), shown + "<<c|d>>,eeeeeeeee|f|->9");
-    EXPECT_EQ(ReadText(first + "<<c\nd>>,eeeeeeeee\nf\n", 64), shown + "<<c\nd>>,eeeeeeeee|f|->9");
-}
-
-TEST_F(TextReader, LongEscapeCutByABlockIsFoundAgain)
-{
-    const std::string first = std::string(15, 'a') + "\n", shown = std::string(15, 'a') + "|";
-    Quote("'", "'", "##");
-    // 'cccccccccccccc#|#'
-    EXPECT_EQ(ReadText(first + "'cccccccccccccc##'\nd'\ne\n", 32),
-              shown + "'cccccccccccccc##'\nd'|e|->9");
+    //        |-- block of 16 --|
+    EXPECT_EQ(ReadText("a\nbb,<c\nddddddd>>\ne\n", 16), "a|bb,<c\nddddddd>>|e|->9");
+    EXPECT_EQ(ReadText("a\nbb,<c\ndddddd>>\ne\n", 16), "a|bb,<c\ndddddd>>|e|->9");
 }
 
 TEST_F(TextReader, RecordsUpToTheBufferSizePass)

@@ -1,41 +1,21 @@
 // tests/pm/text_writer_test.cpp - records written to files: what stands in them, and what fails.
 
-#include <cerrno>
 #include <random>
 #include <vector>
 
+#include "tests/pm/faulty_calls.h"
 #include "tests/pm/pm_fixture.h"
 
 using namespace std::string_literals;
 
 namespace {
 
-std::string faults;  // of the next writes: an error number, or 0 for a single byte
 int syncs = 0;
-
-ssize_t FaultyWrite(int descriptor, const void *from, size_t bytes)
-{
-    if (faults.empty())
-        return ::write(descriptor, from, bytes);
-    const char fault = faults.front();
-    faults.erase(0, 1);
-    return fault == 0 ? ::write(descriptor, from, 1) : (errno = fault, -1);
-}
 
 }  // namespace
 
 class TextWriter : public Pm {
 protected:
-    int Write(const std::string &bytes)
-    {
-        std::vector<char> exact(bytes.begin(), bytes.end());
-        const pmRecord record = {.DataLength = static_cast<uint32_t>(bytes.size()),
-                                 .Data = reinterpret_cast<uint8_t *>(exact.data()),
-                                 .Reserved = 0,
-                                 .RecCount = 0};
-        return pmWrite(file, &record);
-    }
-
     // The bytes of the file after these records and a close.
     std::string Written(const std::vector<std::string> &records, uint32_t buffer_size = 64,
                         uint16_t mode = kOpenWrite)
@@ -148,7 +128,7 @@ TEST_F(TextWriter, ExactCopyIsTheSame)
 
 TEST_F(TextWriter, ShortAndInterruptedWritesDoNotShow)
 {
-    os.write = FaultyWrite;
+    os.write = Faulty<::write, const void>;
     for (const std::string &pattern :
          {std::string{EINTR}, std::string{0, EINTR, 0}, std::string(9, '\0')}) {
         faults = pattern;
@@ -158,7 +138,7 @@ TEST_F(TextWriter, ShortAndInterruptedWritesDoNotShow)
 
 TEST_F(TextWriter, FullDiskShowsInTheCallThatWrites)
 {
-    os.write = FaultyWrite;
+    os.write = Faulty<::write, const void>;
     ASSERT_EQ(Open(path, 8, kOpenWrite), pmrcOk);
     EXPECT_EQ(Write("abc"), pmrcOk);
     EXPECT_EQ(Write("def"), pmrcOk);

@@ -1,28 +1,14 @@
 // tests/pm/unx_disk_test.cpp - local files and named pipes, and system calls that fail.
 
-#include <cerrno>
 #include <chrono>
 #include <thread>
 
+#include "tests/pm/faulty_calls.h"
 #include "tests/pm/pm_fixture.h"
 
 namespace {
 
-// What the next reads answer, before the real ones: an error number, or 0 for a single byte.
-std::string faults;
 int flags_of_open = 0;
-
-ssize_t FaultyRead(int descriptor, void *to, size_t most)
-{
-    if (faults.empty())
-        return ::read(descriptor, to, most);
-    const char fault = faults.front();
-    faults.erase(0, 1);
-    if (fault == 0)
-        return ::read(descriptor, to, 1);
-    errno = fault;
-    return -1;
-}
 
 int RememberingOpen(const char *path, int flags)
 {
@@ -58,7 +44,7 @@ protected:
 
 TEST_F(UnxDisk, InterruptionsAndShortCountsDoNotShow)
 {
-    os.read = FaultyRead;
+    os.read = Faulty<::read, void>;
     for (const std::string &pattern :
          {std::string{EINTR}, std::string{0, EINTR, 0}, std::string(9, '\0'), std::string{0, 0}}) {
         faults = pattern;
@@ -68,7 +54,7 @@ TEST_F(UnxDisk, InterruptionsAndShortCountsDoNotShow)
 
 TEST_F(UnxDisk, FailedReadIsReportedInWords)
 {
-    os.read = FaultyRead;
+    os.read = Faulty<::read, void>;
     faults = {EIO};
     EXPECT_EQ(ReadText("a\n"), "->34");
     EXPECT_STREQ(pmErrorText(34), "pmunxRBuf: read error (Input/output error)");
@@ -141,7 +127,7 @@ TEST_F(UnxDisk, DrainedPipeIsWaitedForAgain)
 {
     FIFO_TimeOutSeconds = 5;
     MakePipe();
-    os.read = FaultyRead;
+    os.read = Faulty<::read, void>;
     faults = {EAGAIN, EINTR, EAGAIN};
     std::thread writer = Writer("a\n", 0);
     EXPECT_EQ(Open(pipe), pmrcOk);
@@ -157,6 +143,7 @@ TEST_F(UnxDisk, EndOfAPipeIsFinal)
     Writer("a\nb", 0).join();
     pmRecord record = {};
     EXPECT_EQ(pmRead(file, &record), pmrcOk);
+    EXPECT_EQ(pmRecordOffset(file), -1);
     EXPECT_EQ(pmRead(file, &record), pmrcOk);  // which met the end
     std::thread second = Writer("c\n", 0);
     second.join();
