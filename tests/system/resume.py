@@ -181,8 +181,22 @@ def output_replaced(at):
     assert runner.returncode == 12 and "is another file now" in err, f"exit {runner.returncode}\n{err}"
 
 
+def failed_retry(at):
+    """Its records wait as before, so what it had written by then must go, or it would be written twice."""
+    job, ids = "retry.toml", range(20000)
+    keep = 'FileName = "in.csv"\nRecordErrorFileName = "bad"'
+    (at.path / job).write_text(UNLOAD.replace('"unload"', '"retry"').replace('FileName = "in.csv"', keep))
+    (at.path / "in.csv").write_text("".join(f"{i},x,y\n" for i in ids))
+    at.expect(4, [], "run", job)
+    for last, words, code, rows in ((",y", ["--set", "producer.ErrorLimit=1"], 12, 0), ("", [], 0, len(ids))):
+        (at.path / "bad").write_text("".join(f"{i},x\n" for i in ids[:-1]) + f"{ids[-1]},x{last}\n")
+        at.expect(code, [], "rejects", "retry", job, *words)
+        assert (at.path / "out.csv").read_bytes().count(b"\n") == rows
+    at.status(job, state="finished")
+
+
 def main(fenwire):
-    for test in (killed_and_interrupted, output_lost, output_replaced):
+    for test in (killed_and_interrupted, output_lost, output_replaced, failed_retry):
         with tempfile.TemporaryDirectory(prefix="fenwire-resume-") as folder:
             test(Folder(os.path.abspath(fenwire), folder))
     return 0
