@@ -87,6 +87,7 @@ TEST_F(DelimitedAttributes, SpecialCharactersAreRefused)
         {"the same, off", {{"AppendDelimiter", "N"}}, "0 " + bar},
         {"trim word", {{"TrimColumns", "left"}}, "48 " + bar + "19205(TrimColumns,left,None, Both, Leading, or Trailing) 19015(12) "},
         {"trim of two bytes", {{"TrimColumns", "Both"}, {"TrimChar", "xy"}}, "48 " + bar + "19248(TrimChar,1) 19015(12) "},
+        {"trim character alone", {{"TrimChar", "xy"}}, "0 " + bar},
         {"trim none", {{"TrimColumns", "None"}, {"TrimChar", "xy"}}, "0 " + bar},
     };
     // clang-format on

@@ -16,8 +16,10 @@ void Choose(int32_t quoted, const char *escape = "", const char *quote_escape = 
     SetMark(TextDelimiter, "|");
     SetMark(EscapeTextCharacter, escape);
     bQuotedData = quoted;
-    SetMark(OpenQuoteMark, quoted != kNo ? "'" : "");
-    SetMark(CloseQuoteMark, quoted != kNo ? "'" : "");
+    // Also marks that do not count.
+    const char *quote = quoted != kNo || *escape != '\0' ? "'" : "";
+    SetMark(OpenQuoteMark, quote);
+    SetMark(CloseQuoteMark, quote);
     SetMark(EscapeQuoteCharacter, quote_escape);
     Validate();
 }

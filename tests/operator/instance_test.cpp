@@ -59,6 +59,7 @@ TEST_F(Instance, WhatItCanDoWithoutFailsNothing)
     directory.Write("a.csv", "1,a\n");
     fake.failing["PX_OpenCommandInterface"] = 3;
     fake.text["AccessModuleName"] = "";
+    fake.text["TraceLevel"] = "NONE";
     fake.integer["SYSTEM_CHECKPOINT"] = 0;
     fake.integer["SYSTEM_MaxInstances"] = 2;
     fake.text["MultipleReaders"] = "Yes";

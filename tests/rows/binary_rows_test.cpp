@@ -85,6 +85,7 @@ TEST_F(BinaryRows, ColumnsAreFoundInTheRecord)
         {"short",               kFormatted, false, {Char(2), Char(1)}, "0200 6162 0A", "->29", "19113(3,2) "},
         {"long",                kFormatted, false, {Char(2), Char(1)}, "0400 61626364 0A", "->29", "19113(3,4) "},
         {"empty",               kFormatted, false, {Char(2), Char(1)}, "0000 0A", "->29", "19113(3,0) "},
+        {"unframed, cut off",   kUnframed,  false, {Char(2), Char(1)}, "616263 61", "61627C63 ->48", "19102(2,Record,3,1) "},
 
         {"each kind",           kFormatted, false, var, "1300 6162 0200 6364 01 65 0200000000000000 6667 68 0A", "61627C63647C657C66677C68 ->12", ""},
         {"empty columns",       kFormatted, false, var, "0E00 6162 0000 00 0000000000000000 68 0A", "61627C7C7C7C68 ->12", ""},
