@@ -77,11 +77,13 @@ class Trial:
             status = process.wait()
             if status == 0:
                 return
-            if victim == "" or status != (-signal.SIGKILL if victim == "coordinator" else 12):
+            away = status == 2 and victim in ("fast", "immediate") and "no connection to PostgreSQL" in process.said()
+            if not away and (victim == "" or status != (-signal.SIGKILL if victim == "coordinator" else 12)):
                 raise Failed(f"{verb}, hit: {victim or 'nothing'}: exit status {status}\n{process.said()}")
             self.hits.append(victim)
             self.server.wait()
-            verb = "resume"
+            if not away:  # else it had not begun yet
+                verb = "resume"
 
     def strike(self, victim, process):
         """Some time behind the start of its work, wherever that is in a round."""
