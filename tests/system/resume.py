@@ -97,11 +97,15 @@ def is_gone(group):
         return True
 
 
+def child_of(runner, name):
+    children = pathlib.Path(f"/proc/{runner.pid}/task/{runner.pid}/children").read_text().split()
+    return next((int(pid) for pid in children if pathlib.Path(f"/proc/{pid}/comm").read_text().startswith(name)), 0)
+
+
 def hit(runner, whom, number):
     if not whom:
         return runner.send_signal(number)
-    children = pathlib.Path(f"/proc/{runner.pid}/task/{runner.pid}/children").read_text().split()
-    os.kill(next(int(pid) for pid in children if pathlib.Path(f"/proc/{pid}/comm").read_text().startswith(whom)), number)
+    os.kill(child_of(runner, whom), number)
 
 
 def killed_and_interrupted(at):
@@ -131,6 +135,7 @@ def killed_and_interrupted(at):
         rows, before = at.rows(), at.status(job)["checkpoint"]["generation"]
         runner = at.start("resume", job, "--progress", "off", "--json", *more.split())
         if more:  # no checkpoint comes but that of the signal
+            wait_for("the target", lambda: child_of(runner, "fw-target"))  # the journal of a killed one is gone then
             wait_for("rows in the table", (at.path / "out.db-journal").exists)
         else:
             wait_for("a checkpoint", lambda: at.has_checkpoint(job, before))
