@@ -80,16 +80,29 @@ PxStatus PublishOwnFile(const char *path)
     return PublishFileId(id);
 }
 
+// Numbers of processes come again, in a container with each start, and what a process that was killed has
+// left under its name is not to be touched: then the name has a number that no process can have.
+int32_t MakeOwnName(char (&path)[kMaxErrorPath])
+{
+    constexpr int32_t kBeyondProcesses = 1 << 22, kLast = INT32_MAX - kBeyondProcesses;
+    struct stat found = {};
+    int32_t number = getpid();
+
+    MakeRowErrorFileName(path, ThisInstance, number);
+    while (ThisInstance > 1 && number < kLast && os.stat(path, &found) == 0)
+        MakeRowErrorFileName(path, ThisInstance, number += kBeyondProcesses);
+    return number;
+}
+
 PxStatus OpenOwnFile()
 {
     char path[kMaxErrorPath];
     // A restart goes on with the named file; a temporary one belongs to one process.
     const bool append = FW_RestartMode != 0 && ThisInstance == 1;
-    const int32_t process = getpid();
 
-    MakeRowErrorFileName(path, ThisInstance, process);
+    const int32_t number = MakeOwnName(path);
     if (ThisInstance > 1) {
-        if (const PxStatus status = PublishProcessId(process))
+        if (const PxStatus status = PublishProcessId(number))
             return status;
     }
     const int code = OpenRowErrorFile(path, ThisInstance, append ? kOpenWriteAppend : kOpenWrite,
