@@ -7,6 +7,7 @@
 #include "operator/messages.h"
 #include "operator/methods.h"
 #include "restart/restart.h"
+#include "restart/restart_state.h"
 
 namespace {
 
@@ -15,6 +16,16 @@ PxStatus MustBeInitiated()
     if (bOperatorInUse != 0)
         return PXSTC_Success;
     FW_ERROR("Operator %s NOT initialized!", OpNameStr);
+    RaiseExitCode(12);
+    return PXSTC_FatalError;
+}
+
+// The files may stand behind a record that ended the job, and the next run would pass over it.
+PxStatus MustNotHaveFailed()
+{
+    if (bExecuteFailed == 0 && CurrentExitCode < 12)
+        return PXSTC_Success;
+    FW_ERROR("An earlier call failed, there is nothing to come back to");
     RaiseExitCode(12);
     return PXSTC_FatalError;
 }
@@ -88,6 +99,8 @@ PxStatus PX_Checkpoint(PxOperator *handle, uint32_t phase)
 
     EnterMethod(handle, __func__, phase);
     if (const PxStatus status = MustBeInitiated())
+        return status;
+    if (const PxStatus status = MustNotHaveFailed())
         return status;
     ++EvtCkptCount;
     FetchCurrentTime(&now);

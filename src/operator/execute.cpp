@@ -12,6 +12,7 @@
 #include "delimited/record_error_file.h"
 #include "operator/messages.h"
 #include "operator/methods.h"
+#include "restart/restart_state.h"
 #include "rows/rows.h"
 
 namespace {
@@ -172,6 +173,12 @@ bool IsRowDue(uint32_t phase)
                0;
 }
 
+bool IsFailure(PxStatus status)
+{
+    return status != PXSTC_NextPhase && status != PXSTC_EndMethod && status != PXSTC_SamePhase &&
+           status != PXSTC_Checkpoint && status != PXSTC_WaitTimeout;
+}
+
 }  // namespace
 
 PxStatus EndMethod(const char *reason)
@@ -186,5 +193,8 @@ PxStatus EndMethod(const char *reason)
 PxStatus PX_Execute(PxOperator *handle, uint32_t phase)
 {
     SG_opHandle = handle;
-    return IsRowDue(phase) ? MoveRow() : RunChain(phase);
+    const PxStatus status = IsRowDue(phase) ? MoveRow() : RunChain(phase);
+    if (status != PXSTC_SamePhase) [[unlikely]]
+        bExecuteFailed |= IsFailure(status) ? 1 : 0;
+    return status;
 }

@@ -21,7 +21,10 @@ PxStatus GetPosition(RecordView *position)
         FW_TRACE(1, "No file open, no position");
         return PXSTC_Success;
     }
-    return FW_GetPos(&position->length, &position->bytes);
+    const PxStatus status = FW_GetPos(&position->length, &position->bytes);
+    if (status == PXSTC_Success)
+        DumpRecord("Position", *position, 2);
+    return status;
 }
 
 CheckpointHead HeadOfRecord()

@@ -107,10 +107,10 @@ uint8_t *ResizeRecord(uint8_t *block, uint64_t bytes)
     return nullptr;
 }
 
-void DumpRecord(const char *label, const RecordView &bytes)
+void DumpRecord(const char *label, const RecordView &bytes, int32_t from_level)
 {
     const auto most = static_cast<uint32_t>(std::max(MaxBytesToDump, 0));
-    if (FW_TraceLvl > 3)
+    if (FW_TraceLvl >= from_level)
         FW_Dump(__func__, label, bytes.bytes, std::min(bytes.length, most));
 }
 

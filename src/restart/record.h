@@ -45,7 +45,7 @@ struct RecordView {
 // 0 with the record; 21: there is none; 48, reported.
 PxStatus ReadRecord(RecordView *record);
 PxStatus WriteRecord(const RecordView &record);  // 0 or 48, reported
-void DumpRecord(const char *label, const RecordView &bytes);
+void DumpRecord(const char *label, const RecordView &bytes, int32_t from_level = 4);
 
 // 19985, exit code 12, 48.
 [[nodiscard]] PxStatus DamagedRecord(const char *what);

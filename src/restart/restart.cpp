@@ -139,6 +139,21 @@ void CountFinishedFiles()
         EvtFileCount = finished;
 }
 
+// The record of the files and the position were written at one time. Where one of them is missing, or they
+// contradict each other, rows would be lost or read twice. Null: nothing is wrong.
+const char *Contradiction()
+{
+    const bool files_restored = ThisInstance == 1 ? bRecordFound != 0 : DirInfo.EvtCkptCount != 0;
+    if (pmfp == 0)
+        return RestartPositionLength != 0 ? "it has a position but no file that was begun"
+                                          : nullptr;
+    if (bRecordFound != 0 && !files_restored)
+        return "the record of instance 1, which it belongs to, is missing";
+    if (bRecordFound == 0)
+        return files_restored ? "it is missing, but a file was begun" : nullptr;
+    return RestartPositionLength == 0 ? "it has no position in a file that was begun" : nullptr;
+}
+
 }  // namespace
 
 PxStatus RestoreFileSet()
@@ -174,14 +189,9 @@ PxStatus ReadOwnRecord()
 PxStatus ResumePosition()
 {
     CountFinishedFiles();
-    if (bRecordFound == 0)
-        return PXSTC_Success;
-    // The record of the files and the position were written at one time. Where they contradict each
-    // other, rows would be lost or read twice.
-    if ((pmfp != 0) != (RestartPositionLength != 0))
-        return DamagedRecord(pmfp != 0 ? "it has no position in a file that was begun"
-                                       : "it has a position but no file that was begun");
-    if (pmfp == 0)
+    if (const char *fault = Contradiction())
+        return DamagedRecord(fault);
+    if (bRecordFound == 0 || pmfp == 0)
         return PXSTC_Success;
     const PxStatus status = FW_Repos(RestartPositionLength, RestartPosition);
     ForgetPosition();

@@ -14,12 +14,13 @@ struct UserUpdates {
 static_assert(sizeof(UserUpdates) == 16);
 
 // ---- Checkpoint records -----------------------------------------------------------------------
-// Writers: restart/checkpoint.cpp restart/restart.cpp restart/position.cpp
+// Writers: restart/checkpoint.cpp restart/restart.cpp restart/position.cpp operator/execute.cpp
 inline UserUpdates PendingUpdates = {};
 inline uint8_t *PositionBlock = nullptr;   // of FW_GetPos, until its next call
 inline uint8_t *FileSetRecord = nullptr;   // of instance 1: the next one differs in a few places
 inline int32_t FileSetRecordFiles = 0;     // how many files' elements stand in it
 inline uint32_t RecordInstanceTarget = 0;  // instance whose record error file it is; 0: none
+inline uint32_t bExecuteFailed = 0;        // a call failed: where the files stand means nothing now
 
 // ---- Restart ----------------------------------------------------------------------------------
 // Writers: restart/restart.cpp

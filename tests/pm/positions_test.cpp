@@ -364,6 +364,7 @@ TEST_F(Positions, LostOutputHasNoPosition)
     Go("", kOpenWrite);
     Write(records, 0, 1);
     const std::string position = Position();
+    EXPECT_EQ(position, Block(0, 2, 0, 1));
     EXPECT_EQ(syncs, 1);
     EXPECT_EQ(directory.Read("data"), "a\n");
     for (int *fault : {&failing_writes, &failing_syncs}) {

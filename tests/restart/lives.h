@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "attributes/attributes_state.h"
+#include "fileset/fileset_state.h"
 #include "operator/methods.h"
 #include "tests/support/fake_infrastructure.h"
 #include "tests/support/temp_directory.h"
@@ -116,8 +117,10 @@ public:
         fake.integer["SYSTEM_RestartMode"] = 1;
         if (!snapshot[kRecord].empty())
             fake.restart_record = snapshot[kRecord];
-        if (setting_.instance > 1)
+        if (setting_.instance > 1) {
             SetGlobals(snapshot[kGlobals]);
+            fake.globals["DirInfo"][0][offsetof(DirInfoImage, EvtCkptCount)] = 1;
+        }
         if (!snapshot[kCounts].empty())
             memcpy(&before_, snapshot[kCounts].data(), sizeof before_);
     }

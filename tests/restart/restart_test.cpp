@@ -242,6 +242,26 @@ std::string With(std::string record, size_t offset, uint32_t word)
     return record;
 }
 
+// The words of a record, all other bytes of it being 0: it is read by later builds.
+using ByteTable = std::vector<std::tuple<const char *, size_t, uint32_t>>;
+
+std::string AsBytes(const ByteTable &table, size_t size)
+{
+    std::string bytes(size, '\0');
+    for (const auto &[about, offset, word] : table)
+        bytes = With(bytes, offset, word);
+    return bytes;
+}
+
+void ExpectBytes(const std::string &record, const std::string &expected, const ByteTable &table)
+{
+    ASSERT_EQ(record.size(), expected.size());
+    for (const auto &[about, offset, word] : table)
+        EXPECT_EQ(WordAt(record, offset), word) << about;
+    for (size_t i = 0; i < record.size() && !testing::Test::HasFailure(); ++i)
+        EXPECT_EQ(record[i], expected[i]) << i;
+}
+
 class Records : public testing::Test {
 protected:
     explicit Records(int instance = 1) : setting(kThreeFiles)
@@ -272,11 +292,14 @@ protected:
 
     // "0 started" or what the public log and the exit code say.
     std::string StartFrom(const std::string &record,
-                          const std::function<std::string(Play &)> &then = {})
+                          const std::function<std::string(Play &)> &then = {},
+                          const std::function<void(Play &)> &before = {})
     {
         return InChild([&] {
             Play play(setting, directory);
             play.GoOnFrom({"0", "0", record, globals, ""});
+            if (before)
+                before(play);
             if (play.Start())
                 return then ? then(play) : "started"s;
             return std::to_string(play.fake.exit_code) + " " + play.fake.public_log;
@@ -298,28 +321,28 @@ protected:
 TEST_F(Records, HoldAllFilesAndTheOwnPosition)
 {
     const std::string record = Unpack(RecordBehind(2))[0];
-    const size_t position = kHead + 3 * kEntry;
+    const size_t second = kHead + kEntry, third = second + kEntry, position = third + kEntry;
     // clang-format off
-    const struct { const char *about; size_t offset; uint32_t word; } cases[] = {
-        {"directory given", 12292, 1}, {"pass", 12300, 1}, {"scan", 12304, 1},
-        {"checkpoints", 12312, 1}, {"records", 12316, 0}, {"finished files", 12320, 0},
-        {"files", 12324, 3}, {"processed", 12328, 0}, {"instances", 12332, 2}, {"rows", 12336, 2},
-        {"skipped", 12340, 1}, {"readers", 12344, 0}, {"updates", 12356, 0}, {"trace level", 12368, 0},
-        {"current", 12372, 0},
+    const ByteTable bytes = {
+        {"directory given", 12292, 1}, {"pass", 12300, 1}, {"scan", 12304, 1}, {"checkpoints", 12312, 1},
+        {"files", 12324, 3}, {"instances", 12332, 2}, {"rows", 12336, 2}, {"skipped", 12340, 1},
         {"status", kHead, 1}, {"instance", kHead + 4, 1}, {"size", kHead + 8, 20},
-        {"second status", kHead + kEntry, 1}, {"second instance", kHead + kEntry + 4, 2},
-        {"third status", kHead + 2 * kEntry, 0},
+        {"second status", second, 1}, {"second instance", second + 4, 2}, {"second size", second + 8, 24},
+        {"third instance", third + 4, 1}, {"third size", third + 8, 8},
         {"bad records", position, 1}, {"file's records", position + 4, 3}, {"data length", position + 8, kPosition},
         {"errors length", position + 12, kPosition}, {"errors of", position + 16, 1},
         {"place in block", position + 20 + 16, 16}, {"records read", position + 20 + 20, 4},
-        {"place of errors", position + 20 + kPosition + 8, 4}, {"rows again", position + 20 + 2 * kPosition, 2},
+        {"place of errors", position + 20 + kPosition + 8, 4}, {"lines of errors", position + 20 + kPosition + 20, 1},
+        {"rows again", position + 20 + 2 * kPosition, 2},
     };
     // clang-format on
-    ASSERT_EQ(record.size(), position + 20 + 2 * kPosition + 4);
-    for (const auto &c : cases)
-        EXPECT_EQ(WordAt(record, c.offset), c.word) << c.about;
-    EXPECT_STREQ(record.c_str(), (directory.path() + "/").c_str());
-    EXPECT_STREQ(record.c_str() + kHead + kEntry + 16, "b.csv");
+    std::string expected = AsBytes(bytes, position + 20 + 2 * kPosition + 4);
+    expected.replace(0, directory.path().size() + 1, directory.path() + "/");
+    for (const size_t entry : {kHead, second, third}) {
+        expected.replace(entry + 16, 5, setting.files[(entry - kHead) / kEntry].first);
+        expected = With(expected, entry + 4112, WordAt(record, entry + 4112));  // the file's time
+    }
+    ExpectBytes(record, expected, bytes);
 
     const std::string last = Unpack(RecordBehind(99))[0];
     ASSERT_EQ(last.size(), position) << "no file open, no position";
@@ -330,13 +353,15 @@ TEST_F(Records, HoldAllFilesAndTheOwnPosition)
 
 TEST_F(RecordsOfSecond, HoldThePositionAndThePlace)
 {
+    // clang-format off
+    const ByteTable bytes = {
+        {"file's records", 4, 2}, {"data length", 8, kPosition}, {"errors length", 12, kPosition}, {"errors of", 16, 2},
+        {"place in block", 20 + 16, 12}, {"records read", 20 + 20, 3}, {"rows", 20 + 2 * kPosition, 2},
+        {"place, not counted in the position", 20 + 2 * kPosition + 4, 0},
+    };
+    // clang-format on
     const std::string record = Unpack(RecordBehind(2))[0];
-    ASSERT_EQ(record.size(), 20 + 2 * kPosition + 4 + 4);
-    EXPECT_EQ(WordAt(record, 4), 2U);
-    EXPECT_EQ(WordAt(record, 16), 2U);
-    EXPECT_EQ(WordAt(record, 20 + 2 * kPosition), 2U) << "rows, behind the positions";
-    EXPECT_EQ(WordAt(record, 20 + 2 * kPosition + 4), 0U)
-        << "the place, not counted in the position";
+    ExpectBytes(record, AsBytes(bytes, 20 + 2 * kPosition + 4 + 4), bytes);
     EXPECT_EQ(Unpack(RecordBehind(99))[0], "") << "no file open, no record";
 }
 
@@ -389,6 +414,12 @@ TEST_F(RecordsOfSecond, DamageIsNamedToo)
     for (size_t length = 1; length < taken[0].size(); ++length)
         EXPECT_TRUE(StartFrom(taken[0].substr(0, length)).starts_with("12 ")) << length;
     EXPECT_EQ(StartFrom(taken[0]), "started");
+    // It is one of several that were taken at one time.
+    EXPECT_NE(StartFrom("").find("19985(2,it is missing"), std::string::npos);
+    const auto without_first = [this](Play &play) { play.SetGlobals(globals); };
+    EXPECT_NE(StartFrom(taken[0], {}, without_first).find("instance 1, which it belongs to"),
+              std::string::npos);
+    EXPECT_EQ(StartFrom("", {}, without_first), "started");
 }
 
 // ---- What a record carries besides -------------------------------------------------------------
@@ -402,6 +433,17 @@ TEST_F(Records, TraceLevelOfAUserOutlivesTheRun)
                                    std::to_string(WordAt(play.Take(), 12368));
                         }),
               "4 4");
+}
+
+// The record that failed lies in front of the position: whoever went on from there would miss it.
+TEST_F(Records, AreNotWrittenWhereACallFailed)
+{
+    const auto fail = [](Play &play) {
+        play.fake.put_row_status = PXSTC_Length;
+        PX_Execute(play.fake.op(), 1);
+        return play.Take();
+    };
+    EXPECT_EQ(StartFrom("", fail), "failed");
 }
 
 TEST_F(Records, WithoutOneTheFilesAreReadFromTheStart)
