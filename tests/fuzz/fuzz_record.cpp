@@ -46,6 +46,7 @@ public:
         variables_ = fake_.globals;
         info_ = DirInfo;
         within_ = directory_.path() + "/";
+        os.fdatasync = os.fsync = [](int) { return 0; };  // the disk's time is not the target's
         os.open = [](const char *path, int flags) {
             EXPECT_TRUE(std::string_view(path).starts_with(within_)) << path;
             return ::open(path, flags);
