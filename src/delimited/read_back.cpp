@@ -154,25 +154,40 @@ bool LooksLikeByteOrderMark(const uint8_t *record, const uint8_t *end)
                        [&](std::string_view mark) { return BeginsWith(record, end, mark); });
 }
 
-// The walk of a reader that does not know yet how records end: there a quote mark opens wherever it
-// stands, and a CR before the line end becomes a half of it.
-class LineEndSearch {
+// Whether a reader that looks for the end of a record finds it at the record's own, as far as quote marks go.
+// Where fields begin it knows from the bytes before them, whatever those belong to.
+class RecordWalk {
 public:
-    LineEndSearch(const uint8_t *record, const uint8_t *end) : at_(record), end_(end) {}
+    RecordWalk(const uint8_t *record, const uint8_t *end) : record_(record), at_(record), end_(end)
+    {
+    }
 
+    // Once it is known how records end: a quote mark opens where a field begins.
+    bool EndsOutsideQuotes()
+    {
+        while (at_ < end_) {
+            if (inside_)
+                StepInside(1);
+            else if (!(IsFieldStart() && Open()))
+                ++at_;
+        }
+        return !inside_;
+    }
+
+    // Before that a quote mark opens wherever it stands, and a CR before the line end becomes a half of it.
     bool EndsWithTheRecord()
     {
         while (at_ < end_) {
-            const bool inside = inside_;
-            if (!(inside ? StepInside() : StepOutside()))
+            if (inside_)
+                StepInside(Width());
+            else if (!StepOutside())
                 return false;
         }
         return !inside_ && !cr_;
     }
 
 private:
-    const uint8_t *at_, *end_;
-    const bool quotes_ = bQuotedData != kNo;
+    const uint8_t *record_, *at_, *end_;
     bool inside_ = false, cr_ = false;
 
     bool Skip(const MarkText &mark)
@@ -184,22 +199,33 @@ private:
 
     uint32_t Width() const { return CharacterWidth(at_, static_cast<uint32_t>(end_ - at_)); }
 
-    bool StepInside()
+    bool IsFieldStart() const
+    {
+        const MarkText &delimiter = Marks.delimiter;
+        return at_ == record_ || (at_ - record_ >= static_cast<ptrdiff_t>(delimiter.length) &&
+                                  HoldsMark(at_ - delimiter.length, at_, delimiter));
+    }
+
+    bool Open()
+    {
+        inside_ = bQuotedData != kNo && Skip(Marks.open_quote);
+        return inside_;
+    }
+
+    void StepInside(uint32_t width)
     {
         if (Skip(Marks.quote_escape))
             (void)(Skip(Marks.quote_escape) || Skip(Marks.close_quote));
         else if (Skip(Marks.close_quote))
             inside_ = Skip(Marks.close_quote);
         else
-            at_ += Width();
-        return true;
+            at_ += width;
     }
 
     bool StepOutside()
     {
-        inside_ = quotes_ && Skip(Marks.open_quote);
         cr_ = false;
-        if (inside_)
+        if (Open())
             return true;
         const uint32_t width = Width();
         const uint8_t low = width == 2 && at_[1] != 0 ? uint8_t{0} : at_[0];
@@ -217,7 +243,9 @@ bool ReadsBack(const OutgoingRow &row, const uint8_t *record, const uint8_t *end
     const uint8_t *at = record;
 
     if (leads &&
-        (LooksLikeByteOrderMark(record, end) || !LineEndSearch(record, end).EndsWithTheRecord()))
+        (LooksLikeByteOrderMark(record, end) || !RecordWalk(record, end).EndsWithTheRecord()))
+        return false;
+    if (!RecordWalk(record, end).EndsOutsideQuotes())
         return false;
     for (int32_t i = 0; i < row.columns; ++i) {
         at = reader.Read(at, row.IsNull(i) ? OutgoingValue{row.data, 0} : row.Value(i));
