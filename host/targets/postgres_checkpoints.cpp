@@ -14,6 +14,8 @@ namespace fenwire {
 
 namespace {
 
+constexpr std::string_view kUndefinedTable = "42P01";
+
 using namespace std::chrono_literals;
 
 constexpr const char *kTable = "fenwire_checkpoints",
@@ -135,11 +137,16 @@ std::optional<StoredGeneration> PostgresCheckpoints::Find(PostgresConnection &co
 {
     if (!HasTable(connection))
         return std::nullopt;
-    const PostgresResult row = connection.Run(
+    const PostgresResult row = connection.Try(
         fmt::format("SELECT run, generation, state FROM {} WHERE job = $1 AND job_file = $2 AND "
                     "(run = $3 OR $3 = '') ORDER BY saved_at DESC LIMIT 1",
                     table_),
         {job_, job_file_, run});
+    if (row.State() ==
+        kUndefinedTable)  // the last statement of a killed runner has removed it just now
+        return std::nullopt;
+    if (row.status() != PGRES_TUPLES_OK)
+        connection.Fail(row);
     if (row.rows() == 0)
         return std::nullopt;
     StoredGeneration stored{row.Text(0, 0), job_, job_file_, 0,
