@@ -142,7 +142,7 @@ PxStatus ReadFileEntry(int32_t index, FileNamesEntry *entry)
 {
     const uint8_t *element = nullptr;
     const PxStatus status = ViewFileEntry(index, &element);
-    if (status == PXSTC_Success)
+    if (status == PXSTC_Success && element != nullptr)
         memcpy(entry, element, sizeof *entry);
     return status;
 }
