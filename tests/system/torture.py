@@ -138,7 +138,7 @@ def strike(rng, process, victim, server):
     if victim == "group":
         os.killpg(process.pid, signal.SIGKILL)
         return victim
-    children = [(pid, name) for pid, name in process.children() if (name == "fw-target") == (victim == "target")]
+    children = [(pid, name) for pid, name in process.children() if name.startswith("fw-") and (name == "fw-target") == (victim == "target")]
     if victim in ("instance", "target") and children:
         pid, name = rng.choice(children)
         os.kill(pid, signal.SIGKILL)
